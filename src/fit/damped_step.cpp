@@ -1,0 +1,168 @@
+#include "fit/damped_step.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "fit/machine_constants.h"
+#include "fit/wide.h"
+#include "frame/scalar_kit.h"
+
+namespace zolt {
+namespace {
+
+// Sums of squares and scaled norms of all columns side by side, rows in ascending order.
+template <class Lanes, int Blocks>
+ZOLT_INLINE void measureColumns(const double* rows, int count, double* squares, ScaledSum* norms) {
+  constexpr int kStride = Blocks * laneCount<Lanes>;
+  for (int b = 0; b < Blocks; ++b) {
+    Lanes square = {};
+    Lanes sum = {};
+    Lanes scale = Lanes{} + kSmallestNormal;
+    const double* row = rows + b * laneCount<Lanes>;
+    for (int k = 0; k < count; ++k, row += kStride) {
+      const Lanes element = lanesAt<Lanes>(row);
+      square += element * element;
+      const Lanes a = element < 0.0 ? -element : element;
+      const auto grows = a > scale;
+      const Lanes t = (grows ? scale : a) / (grows ? a : scale);
+      sum = grows ? 1.0 + sum * t * t : sum + t * t;
+      scale = grows ? a : scale;
+    }
+    for (int lane = 0; lane < laneCount<Lanes>; ++lane) {
+      squares[b * laneCount<Lanes> + lane] = square[lane];
+      norms[b * laneCount<Lanes> + lane] = {scale[lane], sum[lane]};
+    }
+  }
+}
+
+ZOLT_WIDE void measure4(const double* rows, int count, double* squares, ScaledSum* norms) {
+  measureColumns<Lanes4, 1>(rows, count, squares, norms);
+}
+ZOLT_WIDE void measure8(const double* rows, int count, double* squares, ScaledSum* norms) {
+  measureColumns<Lanes8, 1>(rows, count, squares, norms);
+}
+ZOLT_WIDE void measure16(const double* rows, int count, double* squares, ScaledSum* norms) {
+  measureColumns<Lanes8, 2>(rows, count, squares, norms);
+}
+
+// The full system of free * free columns as it stands, for the cases in which its zeros are not
+// neutral: 0 times an infinity is NaN, and a zero matrix has full rank.
+void solveFullSystem(const DampedSystem& system, const double* damping, double* step) {
+  const int n = system.points;
+  const int p = system.free * system.free;
+  const int stride = rowStride(p + 1);
+  std::vector<double> storage(static_cast<std::size_t>(n + p) * static_cast<std::size_t>(stride));
+  const RowMatrix a{storage.data(), n + p, p, stride};
+  for (int k = 0; k < n; ++k) {
+    const double* from = system.rows + static_cast<std::ptrdiff_t>(k) * system.stride;
+    std::copy_n(from, system.free, a.row(k));
+    a.row(k)[p] = from[system.free];
+  }
+  for (int j = 0; j < system.free; ++j) {
+    a.row(n + j)[j] = damping[j];
+  }
+  std::vector<int> jpvt(static_cast<std::size_t>(p));
+  std::vector<double> scratch(static_cast<std::size_t>(qrScratchSize(a)));
+  qrPivot(a, jpvt.data(), nullptr, scratch.data());
+  std::vector<double> x(static_cast<std::size_t>(p));
+  backSubstitute(a, jpvt.data(), qrRank(a, jpvt.data(), n + p), p, x.data());
+  std::copy_n(x.data(), system.free, step);
+}
+
+// Whether the factored system stayed finite and its rank tolerance is above 0; only then do the
+// zeros left out of it make no difference.
+bool zerosAreNeutral(const RowMatrix& r, const int* jpvt, int largerExtent) {
+  double sum = 0.0;
+  for (int i = 0; i < r.columns; ++i) {
+    for (int j = i; j < r.columns; ++j) {
+      sum += std::fabs(r.row(i)[jpvt[j]]);
+    }
+    sum += std::fabs(r.row(i)[r.columns]);
+  }
+  return std::isfinite(sum) && largerExtent * std::fabs(r.data[jpvt[0]]) * kEpsilon > 0.0;
+}
+
+bool sumsToNumber(const DampedSystem& system, const double* damping) {
+  for (int j = 0; j < system.free; ++j) {
+    // A finite sum of squares leaves no room for a NaN or for infinities of both signs.
+    if (std::isfinite(system.squares[j])) {
+      continue;
+    }
+    const double* column = system.columns + static_cast<std::ptrdiff_t>(j) * system.points;
+    double sum = 0.0;
+    for (int k = 0; k < system.points; ++k) {
+      sum += column[k];
+    }
+    if (isNaNValue(sum + damping[j])) {
+      return false;
+    }
+  }
+  return !isNaNValue(system.squares[system.free]);
+}
+
+}  // namespace
+
+DampedSystem::DampedSystem(int n, int c, FitWorkspace& workspace)
+    : points(n),
+      free(c),
+      stride(rowStride(c + 1)),
+      columns(workspace.take(c * n)),
+      rows(workspace.take(n * stride)),
+      trial(workspace.take((n + c) * stride)),
+      scratch(workspace.take(qrScratchSize({nullptr, n + c, c, stride}))) {}
+
+void assemble(DampedSystem& system, const double* residuals) {
+  const int n = system.points;
+  std::fill_n(system.rows, static_cast<std::ptrdiff_t>(n) * system.stride, 0.0);
+  for (int j = 0; j <= system.free; ++j) {
+    const double* from =
+        j < system.free ? system.columns + static_cast<std::ptrdiff_t>(j) * n : residuals;
+    double* to = system.rows + j;
+    for (int k = 0; k < n; ++k, to += system.stride) {
+      *to = from[k];
+    }
+  }
+  switch (system.stride) {
+    case 4:
+      return measure4(system.rows, n, system.squares, system.norms);
+    case 8:
+      return measure8(system.rows, n, system.squares, system.norms);
+    default:
+      return measure16(system.rows, n, system.squares, system.norms);
+  }
+}
+
+void solveDamped(DampedSystem& system, double lambda, double* step) {
+  const int n = system.points;
+  const int c = system.free;
+  double damping[kMostFree];
+  double norms[kMostFree];
+  for (int j = 0; j < c; ++j) {
+    damping[j] = std::sqrt(lambda * system.squares[j]);
+    ScaledSum norm = system.norms[j];
+    addToScaledSum(norm, damping[j]);
+    norms[j] = norm.scale * std::sqrt(norm.sum);
+  }
+  if (!sumsToNumber(system, damping)) {
+    std::fill_n(step, c, 0.0);
+    return;
+  }
+  const std::ptrdiff_t measured = static_cast<std::ptrdiff_t>(n) * system.stride;
+  std::copy_n(system.rows, measured, system.trial);
+  std::fill_n(system.trial + measured, static_cast<std::ptrdiff_t>(c) * system.stride, 0.0);
+  for (int j = 0; j < c; ++j) {
+    system.trial[measured + static_cast<std::ptrdiff_t>(j) * system.stride + j] = damping[j];
+  }
+  const RowMatrix a{system.trial, n + c, c, system.stride};
+  int jpvt[kMostFree];
+  qrPivot(a, jpvt, norms, system.scratch);
+  const int largerExtent = n + c * c;
+  if (!zerosAreNeutral(a, jpvt, largerExtent)) {
+    solveFullSystem(system, damping, step);
+    return;
+  }
+  backSubstitute(a, jpvt, qrRank(a, jpvt, largerExtent), c, step);
+}
+
+}  // namespace zolt

@@ -1,0 +1,35 @@
+// Wide registers: several doubles side by side, each lane computing what one double would.
+#pragma once
+
+namespace zolt {
+
+// A function marked ZOLT_WIDE is built for several register widths, and the loader picks the
+// widest that the processor has. The lanes never mix and nothing is fused, so every build of it
+// gives the same bits.
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && defined(__ELF__) && \
+    defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#define ZOLT_WIDE __attribute__((target_clones("avx512f", "avx2", "default")))
+#else
+#define ZOLT_WIDE
+#endif
+
+#define ZOLT_INLINE inline __attribute__((always_inline))
+
+// Any double's address may hold the first of them.
+using Lanes4 = double __attribute__((vector_size(32), aligned(8), may_alias));
+using Lanes8 = double __attribute__((vector_size(64), aligned(8), may_alias));
+
+template <class Lanes>
+inline constexpr int laneCount = static_cast<int>(sizeof(Lanes) / sizeof(double));
+
+// The lanes that begin at `at`.
+template <class Lanes>
+ZOLT_INLINE Lanes& lanesAt(double* at) {
+  return *reinterpret_cast<Lanes*>(at);
+}
+template <class Lanes>
+ZOLT_INLINE const Lanes& lanesAt(const double* at) {
+  return *reinterpret_cast<const Lanes*>(at);
+}
+
+}  // namespace zolt
