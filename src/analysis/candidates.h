@@ -1,0 +1,165 @@
+// What the three drivers share: the setting of a call, sets of candidates, the harvest of baselines
+// from good candidates, and the ladders of falling thresholds.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <span>
+
+#include "analysis/baseline_estimates.h"
+#include "analysis/unfolding_statistics.h"
+#include "fit/masked_fit.h"
+#include "frame/sorting.h"
+
+namespace zolt {
+
+// What all seeders of one call work from.
+struct Setting {
+  Curve curve;
+  double RT;
+  Yardstick yardstick;
+  BaselineEstimates estimates;
+  FitWorkspace& workspace;
+};
+
+inline Setting makeSetting(const Curve& curve, double temperature, FitWorkspace& workspace) {
+  return {curve, thermalEnergy(temperature), yardstickOf(curve.y), estimateBaselines(curve),
+          workspace};
+}
+
+// R-squared at which a candidate may teach its baselines, and the given-baseline stages accept.
+inline constexpr double kGoodFit = 0.99;
+
+// Below any R-squared, so that a scan that starts here always finds a best column.
+inline constexpr double kBelowAnyRSquared = -1.1;
+
+// A row of candidates with their R-squared values.
+template <int Transitions, std::size_t Columns>
+struct CandidateSet {
+  std::array<Parameters<Transitions>, Columns> p;
+  std::array<double, Columns> rsq;
+
+  CandidateSet() {
+    p.fill(failedCandidate<Transitions>());
+    rsq.fill(-1.0);
+  }
+  static constexpr std::size_t size() { return Columns; }
+};
+
+template <int Transitions, std::size_t Columns>
+void score(const Setting& setting, CandidateSet<Transitions, Columns>& set, std::size_t first = 0,
+           std::size_t end = Columns) {
+  for (std::size_t c = first; c < end; ++c) {
+    set.rsq[c] = rSquaredOfParameters<Transitions>(setting.curve, set.p[c], setting.yardstick);
+  }
+}
+
+// The first of the columns [first, end) with the greatest value.
+inline std::size_t bestColumn(std::span<const double> rsq, std::size_t first, std::size_t end) {
+  double best = kBelowAnyRSquared;
+  std::size_t column = first;
+  for (std::size_t c = first; c < end; ++c) {
+    if (rsq[c] > best) {
+      best = rsq[c];
+      column = c;
+    }
+  }
+  return column;
+}
+
+template <int Transitions, std::size_t Columns>
+std::array<EndAgreement, Columns> checkEnds(const Setting& setting,
+                                            const CandidateSet<Transitions, Columns>& set) {
+  std::array<EndAgreement, Columns> ends;
+  for (std::size_t c = 0; c < Columns; ++c) {
+    ends[c] = baselineCheck<Transitions>(setting.curve, set.p[c], setting.yardstick);
+  }
+  return ends;
+}
+
+// The means of the baselines of those candidates that describe the curve well and reach its ends.
+struct Harvest {
+  BaselinePair baselines;  // (0, 0) where nothing contributed
+  int nativeCount = 0;
+  int denaturedCount = 0;
+
+  bool empty() const { return nativeCount == 0 && denaturedCount == 0; }
+  BaselinePair nativeOnly() const { return {baselines.native, {}}; }
+  BaselinePair denaturedOnly() const { return {{}, baselines.denatured}; }
+};
+
+template <int Transitions, std::size_t Columns>
+Harvest harvestBaselines(const CandidateSet<Transitions, Columns>& set,
+                         const std::array<EndAgreement, Columns>& ends) {
+  using Order = ParameterOrder<Transitions>;
+  Harvest harvest;
+  const auto add = [](Baseline& sum, int& count, double intercept, double slope) {
+    sum.intercept += intercept;
+    sum.slope += slope;
+    ++count;
+  };
+  const auto divide = [](Baseline& sum, int count) {
+    if (count > 0) {
+      sum.intercept /= count;
+      sum.slope /= count;
+    }
+  };
+  for (std::size_t c = 0; c < Columns; ++c) {
+    const auto& p = set.p[c];
+    if (set.rsq[c] >= kGoodFit && ends[c].native) {
+      add(harvest.baselines.native, harvest.nativeCount, p[Order::aN], p[Order::bN]);
+    }
+    if (set.rsq[c] >= kGoodFit && ends[c].denatured) {
+      add(harvest.baselines.denatured, harvest.denaturedCount, p[Order::aU], p[Order::bU]);
+    }
+  }
+  divide(harvest.baselines.native, harvest.nativeCount);
+  divide(harvest.baselines.denatured, harvest.denaturedCount);
+  return harvest;
+}
+
+// The column that a given-baseline stage accepts: the first column k whose far end agrees while the
+// k-th value of the ranked list is good. The list is ranked and the columns are not; the two are
+// read side by side on purpose.
+template <std::size_t Columns>
+std::optional<std::size_t> acceptedColumn(std::array<double, Columns> rsq,
+                                          const std::array<EndAgreement, Columns>& ends,
+                                          bool EndAgreement::*farEnd) {
+  std::array<int, Columns> places;
+  sortDescending(rsq, places);
+  for (std::size_t k = 0; k < Columns; ++k) {
+    if (ends[k].*farEnd && rsq[k] >= kGoodFit) {
+      return k;
+    }
+  }
+  return std::nullopt;
+}
+
+// A step of the first ladder: a column of the native-given and of the denatured-given family, what
+// its limit adds to the threshold, and the codes that stand for the two.
+struct PairStep {
+  int column;
+  double offset;
+  int nativeCode;
+  int denaturedCode;
+};
+
+struct LadderOutcome {
+  std::size_t column;
+  int code;
+  bool native;
+};
+
+// Walks the threshold from 0.9995 down to 0.99. The first pair with a member at its limit is taken;
+// of the two the native column is chosen when it is strictly better.
+std::optional<LadderOutcome> walkPairs(std::span<const PairStep> steps,
+                                       std::span<const double> nativeRsq,
+                                       std::span<const double> denaturedRsq);
+
+// Walks the threshold from 0.999 down to 0.95 over the columns in the order of preference. The code
+// is `firstCode` plus the place in that order.
+std::optional<LadderOutcome> walkColumns(std::span<const int> order, int firstCode,
+                                         std::span<const double> rsq);
+
+}  // namespace zolt

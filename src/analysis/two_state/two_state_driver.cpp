@@ -1,0 +1,177 @@
+// The two-state analysis: many seeded fits, the baselines and the midpoint learned from those that
+// worked, fits again with that knowledge, and a fixed order of preference with falling thresholds.
+
+#include "analysis/derivative_peaks.h"
+#include "analysis/entry_checks.h"
+#include "analysis/internal_forms.h"
+#include "analysis/two_state/two_state_seeds.h"
+
+namespace zolt {
+namespace {
+
+constexpr std::size_t kColumns = 9;
+constexpr std::size_t kRefit = 8;  // the column that refits what the seeders found
+using Table = CandidateSet<1, kColumns>;
+
+// Columns 0 to 7 of the tables. In the given-baseline families the odd columns want a hint.
+constexpr const TwoStateSeeder* kFirstStage[] = {
+    &seedThreePointAllFree,     &seedThreePoint,     &seedEndPoint,     &seedWindow,
+    &seedThreePointAllFreeHint, &seedThreePointHint, &seedEndPointHint, &seedWindowHint};
+constexpr const TwoStateSeeder* kNativeGiven[] = {
+    &seedFreeSideNative, &seedFreeSideNativeHint, &seedThreePointNative, &seedThreePointNativeHint,
+    &seedEndPointNative, &seedEndPointNativeHint, &seedWindowNative,     &seedWindowNativeHint};
+constexpr const TwoStateSeeder* kDenaturedGiven[] = {
+    &seedFreeSideDenatured,       &seedFreeSideDenaturedHint, &seedThreePointDenatured,
+    &seedThreePointDenaturedHint, &seedEndPointDenatured,     &seedEndPointDenaturedHint,
+    &seedWindowDenatured,         &seedWindowDenaturedHint};
+
+// Hinted, window and refitted columns come first; the columns whose baselines were free must do
+// better than the others to be taken.
+constexpr PairStep kPairs[] = {{7, 0.0, 5, 6},       {6, 0.0, 7, 8},       {8, 0.0, 9, 10},
+                               {3, -0.0005, 11, 12}, {2, -0.0005, 13, 14}, {5, 0.0, 15, 16},
+                               {4, 0.0, 17, 18},     {1, 0.001, 19, 20},   {0, 0.001, 21, 22}};
+
+constexpr int kFirstStageOrder[] = {7, 3, 8, 4, 0, 5, 1, 6, 2};
+constexpr int kFirstStageCode = 23;
+
+// All first-stage candidates, the refit of the best among them included.
+Table makeFirstStageTable(const Setting& setting, double hint) {
+  Table table;
+  for (std::size_t c = 0; c < 4; ++c) {
+    table.p[c] = runSeeder(*kFirstStage[c], setting);
+  }
+  for (std::size_t c = 4; c < kRefit && hint > 0.0; ++c) {
+    table.p[c] = runSeeder(*kFirstStage[c], setting, {}, hint);
+  }
+  // The refit column stands at zeros with R-squared 0 until it is filled: when every seeder failed
+  // it is the best of all, and the refit starts from zeros.
+  table.p[kRefit].fill(0.0);
+  score(setting, table, 0, kRefit);
+  table.rsq[kRefit] = 0.0;
+  const std::size_t best = bestColumn(table.rsq, 0, kColumns);
+  table.p[kRefit] = refitFromVector(setting, table.p[best]);
+  score(setting, table, kRefit);
+  return table;
+}
+
+// The mean midpoint of the good fits, else the hint; -1 when there is none inside the range of x.
+double learnMidpoint(const Table& table, double hint, double lastX) {
+  double sum = 0.0;
+  int count = 0;
+  for (std::size_t c = 0; c < kColumns; ++c) {
+    if (table.rsq[c] >= kGoodFit) {
+      sum += table.p[c][ParameterOrder<1>::Cm(0)];
+      ++count;
+    }
+  }
+  double midpoint = kNoHint;
+  if (count > 0) {
+    midpoint = sum / count;
+  } else if (hint > 0.0 && lastX > hint) {
+    midpoint = hint;
+  }
+  return midpoint < 0.0 || midpoint > lastX ? kNoHint : midpoint;
+}
+
+// One of the given-baseline families, its refit column at -1.
+Table makeGivenTable(const TwoStateSeeder* const (&seeders)[kRefit], const Setting& setting,
+                     const BaselinePair& given, double hint) {
+  Table table;
+  for (std::size_t c = 0; c < kRefit; ++c) {
+    const bool wantsHint = c % 2 == 1;
+    if (!wantsHint || hint > 0.0) {
+      table.p[c] = runSeeder(*seeders[c], setting, given, wantsHint ? hint : kNoHint);
+    }
+  }
+  score(setting, table, 0, kRefit);
+  return table;
+}
+
+// Fills the refit column of a given-baseline family whose baseline is known, and returns the column
+// that the stage accepts. The refit ranks with R-squared 0 throughout the stage.
+std::optional<std::size_t> refitAndAccept(Table& table, const Setting& setting,
+                                          bool EndAgreement::*farEnd) {
+  table.rsq[kRefit] = 0.0;
+  table.p[kRefit] = refitFromTable(setting, table);
+  return acceptedColumn(table.rsq, checkEnds(setting, table), farEnd);
+}
+
+// The better candidate fitted with both baselines known, when both ways to it fit well.
+std::optional<Parameters<1>> fitBothBaselines(const Setting& setting, const Harvest& harvest,
+                                              double midpointHint) {
+  CandidateSet<1, 2> table;
+  table.p[0] = runSeeder(seedBothBaselines, setting, harvest.baselines);
+  if (midpointHint > 0.0) {
+    table.p[1] = runSeeder(seedBothBaselinesHint, setting, harvest.baselines, midpointHint);
+  }
+  score(setting, table);
+  if (!(table.rsq[0] >= kGoodFit && table.rsq[1] >= kGoodFit)) {
+    return std::nullopt;
+  }
+  return table.p[table.rsq[1] > table.rsq[0] ? 1 : 0];
+}
+
+void analyseTwoState(const Curve& curve, double temperature, int mostPoints, ResultVector result) {
+  if (lengthsUnusable(curve, kFewestPoints, mostPoints) || temperatureUnusable(temperature)) {
+    return writeFailure(1, kBadInput, result);
+  }
+  if (hasNoTransition(curve)) {
+    return writeFailure(1, kNoTransition, result);
+  }
+  FitWorkspace workspace(curve.points());
+  const Setting setting = makeSetting(curve, temperature, workspace);
+  const auto finish = [&](const Parameters<1>& p, int code) {
+    packageTwoState(curve, p, code, result);
+  };
+
+  const double hint = derivativePeaks2(curve, workspace)[0];
+  const Table first = makeFirstStageTable(setting, hint);
+  const Harvest harvest = harvestBaselines(first, checkEnds(setting, first));
+  const double midpointHint = learnMidpoint(first, hint, curve.lastX());
+
+  if (harvest.nativeCount > 0 && harvest.denaturedCount > 0) {
+    if (const auto both = fitBothBaselines(setting, harvest, midpointHint)) {
+      return finish(*both, kBothBaselines);
+    }
+  }
+
+  if (!harvest.empty()) {
+    // Both families are fitted even when only one baseline is known: the ladder weighs them all.
+    Table native = makeGivenTable(kNativeGiven, setting, harvest.baselines, midpointHint);
+    if (harvest.nativeCount > 0) {
+      if (const auto k = refitAndAccept(native, setting, &EndAgreement::denatured)) {
+        return finish(native.p[*k], kNativeBaseline);
+      }
+    }
+    Table denatured = makeGivenTable(kDenaturedGiven, setting, harvest.baselines, midpointHint);
+    if (harvest.denaturedCount > 0) {
+      if (const auto k = refitAndAccept(denatured, setting, &EndAgreement::native)) {
+        return finish(denatured.p[*k], kDenaturedBaseline);
+      }
+    }
+    score(setting, native, kRefit);
+    score(setting, denatured, kRefit);
+    if (const auto taken = walkPairs(kPairs, native.rsq, denatured.rsq)) {
+      return finish((taken->native ? native : denatured).p[taken->column], taken->code);
+    }
+  }
+
+  if (const auto taken = walkColumns(kFirstStageOrder, kFirstStageCode, first.rsq)) {
+    return finish(first.p[taken->column], taken->code);
+  }
+  writeFailure(1, kNoAcceptableFit, result);
+}
+
+}  // namespace
+
+void twoStateInternal(const Curve& curve, double temperature, ResultVector result) {
+  analyseTwoState(curve, temperature, kLargestCurve, result);
+}
+
+}  // namespace zolt
+
+extern "C" void ZOLTA_2state(const double* x, const int32_t* xSize, const double* y,
+                             const int32_t* ySize, double temperature, double* result) noexcept {
+  zolt::analyseTwoState(zolt::curveView(x, xSize, y, ySize), temperature, zolt::kAnyLength,
+                        zolt::resultView(result));
+}

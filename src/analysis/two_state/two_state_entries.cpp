@@ -1,0 +1,68 @@
+// The two lighter two-state entries: the midpoint fit, and the fit on the caller's baselines.
+
+#include "analysis/entry_checks.h"
+#include "analysis/internal_forms.h"
+#include "analysis/light_entries.h"
+#include "analysis/two_state/two_state_seeds.h"
+
+namespace zolt {
+namespace {
+
+// One start, at most two fits: first with the slopes held, then with the whole baselines.
+Parameters<1> seedMidpointFit(const Setting& setting) {
+  const Curve& curve = setting.curve;
+  const double slope = curve.lastX() * kMidpointSlope;
+  const Parameters<1> start{kOrdinaryStart, middleOf(curve.x), curve.y[0], slope, curve.lastY(),
+                            slope,          setting.RT};
+  Parameters<1> p = maskedFit(fit2State_slopesHeld, curve, start, setting.workspace);
+  if (!plausible<1>(p, curve.x) ||
+      !(rSquaredOfParameters<1>(curve, p, setting.yardstick) >= kMidpointRSquared)) {
+    p = maskedFit(fit2State_baselinesHeld, curve, start, setting.workspace);
+  }
+  return plausibleOrFailed<1>(p, curve.x);
+}
+
+}  // namespace
+
+void midpointTwoState(const Curve& curve, double temperature, ResultVector result) {
+  if (lengthsUnusable(curve, kFewestMidpointPoints) || temperatureUnusable(temperature)) {
+    return writeFailure(1, kBadInput, result);
+  }
+  if (hasNoTransition(curve)) {
+    return writeFailure(1, kNoTransition, result);
+  }
+  FitWorkspace workspace(curve.points());
+  const Setting setting = makeSetting(curve, temperature, workspace);
+  packageMidpoint<1>(setting, seedMidpointFit(setting), result);
+}
+
+void userBaselinesTwoState(const Curve& curve, const BaselinePair& baselines, double temperature,
+                           ResultVector result) {
+  if (lengthsUnusable(curve, kFewestPoints) || temperatureUnusable(temperature)) {
+    return writeFailure(1, kBadInput, result);
+  }
+  if (hasNoTransition(curve)) {
+    return writeFailure(1, kNoTransition, result);
+  }
+  FitWorkspace workspace(curve.points());
+  const Setting setting = makeSetting(curve, temperature, workspace);
+  packageUserBaselines<1>(setting, runSeeder(seedBothBaselines, setting, baselines),
+                          twoStateInternal, temperature, result);
+}
+
+}  // namespace zolt
+
+extern "C" void ZOLTA_2state_chalf(const double* x, const int32_t* xSize, const double* y,
+                                   const int32_t* ySize, double temperature,
+                                   double* result) noexcept {
+  zolt::midpointTwoState(zolt::curveView(x, xSize, y, ySize), temperature,
+                         zolt::resultView(result));
+}
+
+extern "C" void ZOLTA_2state_user_set_baselines(const double* x, const int32_t* xSize,
+                                                const double* y, const int32_t* ySize,
+                                                const double* baselines, double temperature,
+                                                double* result) noexcept {
+  zolt::userBaselinesTwoState(zolt::curveView(x, xSize, y, ySize), zolt::userPairs(baselines),
+                              temperature, zolt::resultView(result));
+}
