@@ -28,6 +28,44 @@ inline Setting makeSetting(const Curve& curve, double temperature, FitWorkspace&
           workspace};
 }
 
+// Which of the known baselines a seeder reads in place of its estimates.
+enum class GivenPairs { None, Native, Denatured, Both };
+
+inline BaselinePair pairsRead(GivenPairs pairs, const BaselinePair& known) {
+  const bool native = pairs == GivenPairs::Native || pairs == GivenPairs::Both;
+  const bool denatured = pairs == GivenPairs::Denatured || pairs == GivenPairs::Both;
+  return {native ? known.native : Baseline{}, denatured ? known.denatured : Baseline{}};
+}
+
+// A start vector whose midpoints divide the range of x evenly.
+template <int Transitions>
+Parameters<Transitions> startVector(const Setting& setting,
+                                    const std::array<double, Transitions>& dG,
+                                    const std::array<double, Transitions - 1>& weights,
+                                    const BaselinePair& baselines) {
+  using Order = ParameterOrder<Transitions>;
+  const Row x = setting.curve.x;
+  Parameters<Transitions> p;
+  for (int t = 0; t < Transitions; ++t) {
+    p[Order::dG(t)] = dG[static_cast<std::size_t>(t)];
+    p[Order::Cm(t)] = x[0] + (t + 1) * (x.back() - x[0]) / (Transitions + 1);
+  }
+  std::copy(weights.begin(), weights.end(), p.begin() + Order::weight(0));
+  p[Order::aN] = baselines.native.intercept;
+  p[Order::bN] = baselines.native.slope;
+  p[Order::aU] = baselines.denatured.intercept;
+  p[Order::bU] = baselines.denatured.slope;
+  p[Order::RT] = setting.RT;
+  return p;
+}
+
+// The candidate that a fit leaves: its transitions in order, or all -1 when it is not plausible.
+template <int Transitions>
+Parameters<Transitions> candidateFrom(Parameters<Transitions> p, Row x) {
+  orderTransitions<Transitions>(p);
+  return plausible<Transitions>(p, x) ? p : failedCandidate<Transitions>();
+}
+
 // R-squared at which a candidate may teach its baselines, and the given-baseline stages accept.
 inline constexpr double kGoodFit = 0.99;
 
@@ -68,6 +106,15 @@ inline std::size_t bestColumn(std::span<const double> rsq, std::size_t first, st
   return column;
 }
 
+// The best column of a set whose members all know both baselines, when it fits well.
+template <int Transitions, std::size_t Columns>
+std::optional<std::size_t> bestGoodColumn(const CandidateSet<Transitions, Columns>& set) {
+  auto rsq = set.rsq;
+  std::array<int, Columns> places;
+  sortDescending(rsq, places);
+  return rsq[0] >= kGoodFit ? std::optional(static_cast<std::size_t>(places[0])) : std::nullopt;
+}
+
 template <int Transitions, std::size_t Columns>
 std::array<EndAgreement, Columns> checkEnds(const Setting& setting,
                                             const CandidateSet<Transitions, Columns>& set) {
@@ -85,8 +132,6 @@ struct Harvest {
   int denaturedCount = 0;
 
   bool empty() const { return nativeCount == 0 && denaturedCount == 0; }
-  BaselinePair nativeOnly() const { return {baselines.native, {}}; }
-  BaselinePair denaturedOnly() const { return {{}, baselines.denatured}; }
 };
 
 template <int Transitions, std::size_t Columns>

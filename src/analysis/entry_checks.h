@@ -11,6 +11,12 @@ namespace zolt {
 inline constexpr int kFewestPoints = 8;
 inline constexpr int kFewestMidpointPoints = 6;
 
+// Shorter curves are handed down to the smaller model.
+inline constexpr int kFewestThreeStatePoints = 18;
+inline constexpr int kFewestFourStatePoints = 24;
+inline constexpr int kFewestThreeStateMidpointPoints = 10;
+inline constexpr int kFewestFourStateMidpointPoints = 14;
+
 // The exported forms test no upper limit.
 inline constexpr int kAnyLength = std::numeric_limits<int>::max();
 

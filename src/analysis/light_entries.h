@@ -27,6 +27,34 @@ void userBaselinesTwoState(const Curve& curve, const BaselinePair& baselines, do
 void userBaselinesThreeState(const Curve& curve, const BaselinePair& baselines, double temperature,
                              ResultVector result);
 
+// Walks a chain of fits from one start that knows no more than the ends of the curve, and takes the
+// first plausible outcome of sufficient R-squared; the last one is taken as it is.
+template <int Transitions, std::size_t Fits>
+Parameters<Transitions> midpointChain(
+    const Setting& setting, const std::array<double, Transitions>& dG,
+    const std::array<double, Transitions - 1>& weights,
+    const HoldMask<ParameterOrder<Transitions>::count> (&fits)[Fits]) {
+  const Curve& curve = setting.curve;
+  // Both slopes scale with the last x; they are no slopes of the data.
+  const double slope = curve.lastX() * kMidpointSlope;
+  const auto start =
+      startVector<Transitions>(setting, dG, weights, {{curve.y[0], slope}, {curve.lastY(), slope}});
+  Parameters<Transitions> p = start;
+  for (std::size_t k = 0; k < Fits; ++k) {
+    p = maskedFit(fits[k], curve, start, setting.workspace);
+    if (k + 1 == Fits || !plausibleStrict<Transitions>(p, curve.x)) {
+      continue;
+    }
+    const double r = rSquaredOfParameters<Transitions>(curve, p, setting.yardstick);
+    // An R-squared that is no number fails a single transition and passes several.
+    if (Transitions == 1 ? r >= kMidpointRSquared : !(r < kMidpointRSquared)) {
+      break;
+    }
+  }
+  orderTransitions<Transitions>(p);
+  return plausibleStrict<Transitions>(p, curve.x) ? p : failedCandidate<Transitions>();
+}
+
 // Packages the outcome of a midpoint fit with the code of its acceptance or rejection.
 template <int Transitions>
 void packageMidpoint(const Setting& setting, const Parameters<Transitions>& p,

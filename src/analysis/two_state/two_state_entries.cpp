@@ -8,18 +8,10 @@
 namespace zolt {
 namespace {
 
-// One start, at most two fits: first with the slopes held, then with the whole baselines.
+constexpr TwoStateMask kMidpointFits[] = {fit2State_slopesHeld, fit2State_baselinesHeld};
+
 Parameters<1> seedMidpointFit(const Setting& setting) {
-  const Curve& curve = setting.curve;
-  const double slope = curve.lastX() * kMidpointSlope;
-  const Parameters<1> start{kOrdinaryStart, middleOf(curve.x), curve.y[0], slope, curve.lastY(),
-                            slope,          setting.RT};
-  Parameters<1> p = maskedFit(fit2State_slopesHeld, curve, start, setting.workspace);
-  if (!plausible<1>(p, curve.x) ||
-      !(rSquaredOfParameters<1>(curve, p, setting.yardstick) >= kMidpointRSquared)) {
-    p = maskedFit(fit2State_baselinesHeld, curve, start, setting.workspace);
-  }
-  return plausibleOrFailed<1>(p, curve.x);
+  return midpointChain<1>(setting, {kOrdinaryStart}, {}, kMidpointFits);
 }
 
 }  // namespace

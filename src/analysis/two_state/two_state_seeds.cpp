@@ -3,12 +3,6 @@
 namespace zolt {
 namespace {
 
-BaselinePair pairsRead(const TwoStateSeeder& seeder, const BaselinePair& given) {
-  const bool native = seeder.pairs == GivenPairs::Native || seeder.pairs == GivenPairs::Both;
-  const bool denatured = seeder.pairs == GivenPairs::Denatured || seeder.pairs == GivenPairs::Both;
-  return {native ? given.native : Baseline{}, denatured ? given.denatured : Baseline{}};
-}
-
 const TwoStateMask& fitOf(const TwoStateSeeder& seeder, bool paired, bool hinted) {
   const TwoStateMask* unpaired = hinted ? seeder.unpairedWithHint : seeder.unpairedFit;
   if (!paired && unpaired != nullptr) {
@@ -22,22 +16,21 @@ const TwoStateMask& fitOf(const TwoStateSeeder& seeder, bool paired, bool hinted
 Parameters<1> runSeeder(const TwoStateSeeder& seeder, const Setting& setting,
                         const BaselinePair& given, double hint) {
   const Curve& curve = setting.curve;
-  const BaselinePair known = pairsRead(seeder, given);
-  const auto [native, denatured] = seedBaselines(curve, setting.estimates, seeder.estimate, known);
+  const BaselinePair known = pairsRead(seeder.pairs, given);
+  Parameters<1> start = startVector<1>(
+      setting, {seeder.dG}, {}, seedBaselines(curve, setting.estimates, seeder.estimate, known));
   // A hint exactly at the last x starts the midpoint there but does not hold it.
-  const bool starts = hint > 0.0 && hint <= curve.lastX();
-  const bool holds = hint > 0.0 && hint < curve.lastX();
-  const Parameters<1> start{seeder.dG,           starts ? hint : middleOf(curve.x),
-                            native.intercept,    native.slope,
-                            denatured.intercept, denatured.slope,
-                            setting.RT};
-  const TwoStateMask& fit = fitOf(seeder, isGiven(known.native), holds);
-  return plausibleOrFailed<1>(maskedFit(fit, curve, start, setting.workspace), curve.x);
+  if (hint > 0.0 && hint <= curve.lastX()) {
+    start[ParameterOrder<1>::Cm(0)] = hint;
+  }
+  const bool holdsHint = hint > 0.0 && hint < curve.lastX();
+  const TwoStateMask& fit = fitOf(seeder, isGiven(known.native), holdsHint);
+  return candidateFrom<1>(maskedFit(fit, curve, start, setting.workspace), curve.x);
 }
 
 Parameters<1> refitFromVector(const Setting& setting, const Parameters<1>& start) {
-  return plausibleOrFailed<1>(
-      maskedFit(fit2State_slopesHeld, setting.curve, start, setting.workspace), setting.curve.x);
+  return candidateFrom<1>(maskedFit(fit2State_slopesHeld, setting.curve, start, setting.workspace),
+                          setting.curve.x);
 }
 
 Parameters<1> refitFromTable(const Setting& setting, const CandidateSet<1, 9>& table) {

@@ -9,9 +9,6 @@ namespace zolt {
 
 using TwoStateMask = HoldMask<ParameterOrder<1>::count>;
 
-// Which given pairs a seeder reads.
-enum class GivenPairs { None, Native, Denatured, Both };
-
 // One seeder. `withHint` is the fit when a usable midpoint hint stands in for the fitted midpoint;
 // the `unpaired` fits are those of a seeder whose fit depends on its pair being given.
 struct TwoStateSeeder {
@@ -74,12 +71,6 @@ inline constexpr TwoStateSeeder
 Parameters<1> runSeeder(const TwoStateSeeder& seeder, const Setting& setting,
                         const BaselinePair& given = {}, double hint = kNoHint);
 
-// The candidate, or all -1 when it is not plausible.
-template <int Transitions>
-Parameters<Transitions> plausibleOrFailed(const Parameters<Transitions>& p, Row x) {
-  return plausible<Transitions>(p, x) ? p : failedCandidate<Transitions>();
-}
-
 // A fit with the slopes held, from a candidate's own vector.
 Parameters<1> refitFromVector(const Setting& setting, const Parameters<1>& start);
 
@@ -87,8 +78,5 @@ Parameters<1> refitFromVector(const Setting& setting, const Parameters<1>& start
 // The table is stored parameter by parameter, so these are the free energies of the seven best
 // candidates; they stand as they are in the places of dG, Cm, the baselines and RT.
 Parameters<1> refitFromTable(const Setting& setting, const CandidateSet<1, 9>& table);
-
-// The middle of the range of x.
-inline double middleOf(Row x) { return x[0] + (x.back() - x[0]) / 2.0; }
 
 }  // namespace zolt

@@ -1,0 +1,109 @@
+#include "analysis/part_fits.h"
+#include "analysis/three_state/three_state_seeds.h"
+
+namespace zolt {
+namespace {
+
+// Left part: points 1 to leftEnd. Right part: rightStart to the last point. They overlap at the
+// split, and the two points stand for the midpoints of parts whose fit is not usable.
+struct Split {
+  int leftEnd;
+  int rightStart;
+  int leftMiddle;
+  int rightMiddle;
+};
+
+// Free energies from which the halves start.
+constexpr double kLeftStart = 4000.0;
+constexpr double kRightStart = 8000.0;
+
+// The fewest points left to each part, and left over for the other.
+constexpr int kShortestLeft = 8;
+constexpr int kLeastAfterLeft = 4;
+constexpr int kFirstRightStart = 5;
+constexpr int kShortestRight = 8;
+
+Split splitCurve(const Curve& curve, const std::optional<MidpointPair>& midpoints) {
+  const Row x = curve.x;
+  const int n = curve.points();
+  Split split{};
+  if (midpoints) {
+    const double middle = ((*midpoints)[0] + (*midpoints)[1]) / 2.0;
+    const int half = roundToInt(n / 2.0);
+    split.leftEnd =
+        std::min(std::max(lastUpTo(x, middle, half), kShortestLeft), n - kLeastAfterLeft);
+    split.rightStart =
+        std::max(std::min(lastBelow(x, middle, half), n - kShortestRight), kFirstRightStart);
+  } else {
+    const auto xAt = [&](double point) { return x[static_cast<std::size_t>(point) - 1]; };
+    split.leftEnd = heldInside(countUpTo(x, xAt(std::ceil(0.5 * n))), curve);
+    split.rightStart = heldInside(countBelow(x, xAt(std::floor(0.51 * n))), curve);
+  }
+  const double margin = scalarRound(0.05 * n);
+  split.leftMiddle = static_cast<int>(std::ceil((1 + split.leftEnd) / 2.0 + margin));
+  split.rightMiddle = static_cast<int>(std::floor((split.rightStart + n) / 2.0 - margin));
+  return split;
+}
+
+}  // namespace
+
+Parameters<2> halvesFit(const Setting& setting, const std::optional<MidpointPair>& midpoints) {
+  using Order = ParameterOrder<2>;
+  const Curve& curve = setting.curve;
+  const int n = curve.points();
+  const Split split = splitCurve(curve, midpoints);
+  const bool hinted = midpoints.has_value();
+
+  const PartFit left = fitPart(setting, {1, split.leftEnd}, kLeftStart,
+                               curve.x[static_cast<std::size_t>(split.leftMiddle - 1)]);
+  const PartFit right = fitPart(setting, {split.rightStart, n}, kRightStart,
+                                curve.x[static_cast<std::size_t>(split.rightMiddle - 1)]);
+  const double f =
+      joinWeight(curve, left, right, {split.leftEnd, split.rightStart}, curve.lastY() - curve.y[0]);
+
+  const FirstPart first = firstPart(curve, left, split.leftMiddle, hinted);
+  Transition second{right.dG(), right.Cm()};
+  Baseline denatured = right.denatured();
+  if (!isUsable(right, curve)) {
+    second = transitionAt(curve, split.rightMiddle, kLaterMValue);
+    if (!hinted || right.failed()) {
+      denatured = {curve.lastY(), kFlatSlope};
+    }
+  }
+  const Parameters<2> start{first.transition.dG,
+                            first.transition.Cm,
+                            second.dG,
+                            second.Cm,
+                            f,
+                            first.native.intercept,
+                            first.native.slope,
+                            denatured.intercept,
+                            denatured.slope,
+                            setting.RT};
+
+  // Both fits are made from the same start; the one with the weight held must be strictly better.
+  Parameters<2> p = maskedFit(fit3State_baselinesHeld, curve, start, setting.workspace);
+  const Parameters<2> weightHeld =
+      maskedFit(fit3State_weightBaselinesHeld, curve, start, setting.workspace);
+  double r = threeStateRSquared(curve, p, setting.yardstick);
+  const double rHeld = threeStateRSquared(curve, weightHeld, setting.yardstick);
+  if (rHeld > r) {
+    p = weightHeld;
+    r = rHeld;
+  }
+  if (r == -1.0) {
+    p = failedCandidate<2>();
+  }
+
+  // Where the joint fit fails, two sound halves stand as they are.
+  if (!plausible<2>(p, curve.x) && left.isPlausible() && right.isPlausible()) {
+    p = start;
+    p[Order::dG(0)] = left.dG();
+    p[Order::Cm(0)] = left.Cm();
+    p[Order::dG(1)] = right.dG();
+    p[Order::Cm(1)] = right.Cm();
+  }
+  return candidateFrom<2>(p, curve.x);
+}
+
+}  // namespace zolt

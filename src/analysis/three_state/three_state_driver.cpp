@@ -1,0 +1,154 @@
+// The three-state analysis: eleven ways to fit the curve, the baselines harvested from those that
+// reach its ends, fits with these held, and a fixed order of preference with falling thresholds.
+
+#include "analysis/derivative_peaks.h"
+#include "analysis/entry_checks.h"
+#include "analysis/internal_forms.h"
+#include "analysis/three_state/three_state_seeds.h"
+
+namespace zolt {
+namespace {
+
+using General = CandidateSet<2, 11>;
+using Family = CandidateSet<2, 8>;
+
+// Columns of the general family: whole-curve seeders, joins of halves, seeders with a weight held.
+constexpr std::size_t kWholeCurve = 4;
+constexpr std::size_t kFixedSplit = 4;
+constexpr std::size_t kPeakSplit = 5;
+constexpr std::size_t kBestSplit = 6;
+constexpr std::size_t kWeighted = 7;
+
+constexpr PairStep kPairs[] = {{7, 0.0, 5, 6},       {6, 0.0, 7, 8},    {3, -0.0005, 9, 10},
+                               {2, -0.0005, 11, 12}, {5, 0.0, 13, 14},  {4, 0.0, 15, 16},
+                               {1, 0.001, 17, 18},   {0, 0.001, 19, 20}};
+constexpr int kGeneralOrder[] = {10, 3, 6, 7, 0, 8, 1, 9, 2, 5, 4};
+constexpr int kGeneralCode = 21;
+
+// The general family. Empty when no column of the first six describes the curve at all.
+struct GeneralFamily {
+  General set;
+  double weightStar;
+};
+std::optional<GeneralFamily> makeGeneral(const Setting& setting) {
+  using Order = ParameterOrder<2>;
+  General set;
+  for (std::size_t c = 0; c < kWholeCurve; ++c) {
+    set.p[c] = runSeeder(*kThreeStateGeneral[c], setting);
+  }
+  set.p[kFixedSplit] = halvesFit(setting, std::nullopt);
+  set.p[kPeakSplit] = halvesFit(setting, derivativePeaks3(setting.curve, setting.workspace));
+  score(setting, set, 0, kBestSplit);
+  const std::size_t best = bestColumn(set.rsq, 0, kBestSplit);
+  if (!(set.rsq[best] >= 0.0)) {
+    return std::nullopt;
+  }
+  set.p[kBestSplit] =
+      halvesFit(setting, MidpointPair{set.p[best][Order::Cm(0)], set.p[best][Order::Cm(1)]});
+  score(setting, set, kBestSplit, kWeighted);
+
+  const std::size_t join = bestColumn(set.rsq, kFixedSplit, kWeighted);
+  const double weightStar = set.rsq[join] > -1.0 ? set.p[join][Order::weight(0)] : kNoWeight;
+  if (weightStar > 0.0 && weightStar < 0.99) {
+    for (std::size_t c = kWeighted; c < set.size(); ++c) {
+      set.p[c] = runSeeder(*kThreeStateGeneral[c], setting, {}, weightStar);
+    }
+  }
+  score(setting, set, kWeighted);
+  return GeneralFamily{set, weightStar};
+}
+
+// A given-baseline family. Its odd columns want a weight; the bound is 1.0 here, not the 0.99 of
+// the general family.
+template <std::size_t Columns>
+CandidateSet<2, Columns> makeFamily(const std::array<const ThreeStateSeeder*, Columns>& seeders,
+                                    const Setting& setting, const BaselinePair& known,
+                                    double weightStar) {
+  CandidateSet<2, Columns> set;
+  const bool weighted = weightStar > 0.0 && weightStar < 1.0;
+  for (std::size_t c = 0; c < Columns; ++c) {
+    if (c % 2 == 0 || weighted) {
+      set.p[c] = runSeeder(*seeders[c], setting, known, weightStar);
+    }
+  }
+  score(setting, set);
+  return set;
+}
+
+void analyseThreeState(const Curve& curve, double temperature, int mostPoints,
+                       ResultVector result) {
+  if (lengthsUnusable(curve, kFewestPoints, mostPoints)) {
+    return writeFailure(2, kBadInput, result);
+  }
+  // Too short for two transitions: the smaller analysis makes its own tests.
+  if (curve.points() < kFewestThreeStatePoints) {
+    return twoStateInternal(curve, temperature, result);
+  }
+  if (temperatureUnusable(temperature)) {
+    return writeFailure(2, kBadInput, result);
+  }
+  if (hasNoTransition(curve)) {
+    return writeFailure(2, kNoTransition, result);
+  }
+  FitWorkspace workspace(curve.points());
+  const Setting setting = makeSetting(curve, temperature, workspace);
+  const auto finish = [&](const Parameters<2>& p, int code) {
+    packageThreeState(curve, p, code, result);
+  };
+
+  const std::optional<GeneralFamily> general = makeGeneral(setting);
+  if (!general) {
+    return writeFailure(2, kNoCandidate, result);
+  }
+  const General& first = general->set;
+  const double weightStar = general->weightStar;
+  const Harvest harvest = harvestBaselines(first, checkEnds(setting, first));
+
+  if (harvest.nativeCount > 0 && harvest.denaturedCount > 0) {
+    const auto both = makeFamily(kThreeStateBothGiven, setting, harvest.baselines, weightStar);
+    if (const auto k = bestGoodColumn(both)) {
+      return finish(both.p[*k], kBothBaselines);
+    }
+  }
+
+  if (!harvest.empty()) {
+    const Family native =
+        makeFamily(kThreeStateNativeGiven, setting, harvest.baselines, weightStar);
+    if (harvest.nativeCount > 0) {
+      if (const auto k =
+              acceptedColumn(native.rsq, checkEnds(setting, native), &EndAgreement::denatured)) {
+        return finish(native.p[*k], kNativeBaseline);
+      }
+    }
+    const Family denatured =
+        makeFamily(kThreeStateDenaturedGiven, setting, harvest.baselines, weightStar);
+    if (harvest.denaturedCount > 0) {
+      if (const auto k =
+              acceptedColumn(denatured.rsq, checkEnds(setting, denatured), &EndAgreement::native)) {
+        return finish(denatured.p[*k], kDenaturedBaseline);
+      }
+    }
+    if (const auto taken = walkPairs(kPairs, native.rsq, denatured.rsq)) {
+      return finish((taken->native ? native : denatured).p[taken->column], taken->code);
+    }
+  }
+
+  if (const auto taken = walkColumns(kGeneralOrder, kGeneralCode, first.rsq)) {
+    return finish(first.p[taken->column], taken->code);
+  }
+  writeFailure(2, kNoAcceptableFit, result);
+}
+
+}  // namespace
+
+void threeStateInternal(const Curve& curve, double temperature, ResultVector result) {
+  analyseThreeState(curve, temperature, kLargestCurve, result);
+}
+
+}  // namespace zolt
+
+extern "C" void ZOLTA_3state(const double* x, const int32_t* xSize, const double* y,
+                             const int32_t* ySize, double temperature, double* result) noexcept {
+  zolt::analyseThreeState(zolt::curveView(x, xSize, y, ySize), temperature, zolt::kAnyLength,
+                          zolt::resultView(result));
+}

@@ -1,0 +1,78 @@
+// The two lighter three-state entries: the midpoint fit, and the fit on the caller's baselines.
+
+#include "analysis/entry_checks.h"
+#include "analysis/light_entries.h"
+#include "analysis/three_state/three_state_seeds.h"
+
+namespace zolt {
+namespace {
+
+constexpr ThreeStateMask kMidpointFits[] = {fit3State_slopesHeld, fit3State_baselinesHeld,
+                                            fit3State_weightSlopesHeld,
+                                            fit3State_weightBaselinesHeld};
+
+Parameters<2> midpointChain3(const Setting& setting) {
+  return midpointChain<2>(setting, kThreeStateStartA, {0.5}, kMidpointFits);
+}
+
+Parameters<2> givenBaselines3(const Setting& setting, const BaselinePair& baselines) {
+  return runSeeder(kBothGivenSeeder, setting, baselines);
+}
+
+}  // namespace
+
+void midpointThreeState(const Curve& curve, double temperature, ResultVector result) {
+  if (lengthsUnusable(curve, kFewestMidpointPoints)) {
+    return writeFailure(2, kBadInput, result);
+  }
+  if (curve.points() < kFewestThreeStateMidpointPoints) {
+    return midpointTwoState(curve, temperature, result);
+  }
+  if (temperatureUnusable(temperature)) {
+    return writeFailure(2, kBadInput, result);
+  }
+  if (hasNoTransition(curve)) {
+    return writeFailure(2, kNoTransition, result);
+  }
+  FitWorkspace workspace(curve.points());
+  const Setting setting = makeSetting(curve, temperature, workspace);
+  packageMidpoint<2>(setting, midpointChain3(setting), result);
+}
+
+// The first tests of this entry answer in the two-state failure shape.
+void userBaselinesThreeState(const Curve& curve, const BaselinePair& baselines, double temperature,
+                             ResultVector result) {
+  if (lengthsUnusable(curve, kFewestPoints)) {
+    return writeFailure(1, kBadInput, result);
+  }
+  if (curve.points() < kFewestThreeStatePoints) {
+    return userBaselinesTwoState(curve, baselines, temperature, result);
+  }
+  if (temperatureUnusable(temperature)) {
+    return writeFailure(1, kBadInput, result);
+  }
+  if (hasNoTransition(curve)) {
+    return writeFailure(1, kNoTransition, result);
+  }
+  FitWorkspace workspace(curve.points());
+  const Setting setting = makeSetting(curve, temperature, workspace);
+  packageUserBaselines<2>(setting, givenBaselines3(setting, baselines), threeStateInternal,
+                          temperature, result);
+}
+
+}  // namespace zolt
+
+extern "C" void ZOLTA_3state_chalf(const double* x, const int32_t* xSize, const double* y,
+                                   const int32_t* ySize, double temperature,
+                                   double* result) noexcept {
+  zolt::midpointThreeState(zolt::curveView(x, xSize, y, ySize), temperature,
+                           zolt::resultView(result));
+}
+
+extern "C" void ZOLTA_3state_user_set_baselines(const double* x, const int32_t* xSize,
+                                                const double* y, const int32_t* ySize,
+                                                const double* baselines, double temperature,
+                                                double* result) noexcept {
+  zolt::userBaselinesThreeState(zolt::curveView(x, xSize, y, ySize), zolt::userPairs(baselines),
+                                temperature, zolt::resultView(result));
+}
