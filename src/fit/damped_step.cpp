@@ -11,39 +11,46 @@
 namespace zolt {
 namespace {
 
-// Sums of squares and scaled norms of all columns side by side, rows in ascending order.
-template <class Lanes, int Blocks>
-ZOLT_INLINE void measureColumns(const double* rows, int count, double* squares, ScaledSum* norms) {
-  constexpr int kStride = Blocks * laneCount<Lanes>;
-  for (int b = 0; b < Blocks; ++b) {
-    Lanes square = {};
-    Lanes sum = {};
-    Lanes scale = Lanes{} + kSmallestNormal;
-    const double* row = rows + b * laneCount<Lanes>;
-    for (int k = 0; k < count; ++k, row += kStride) {
-      const Lanes element = lanesAt<Lanes>(row);
-      square += element * element;
-      const Lanes a = element < 0.0 ? -element : element;
-      const auto grows = a > scale;
+// Sums of squares and scaled norms of neighbouring columns side by side, rows in ascending order.
+template <class Lanes>
+ZOLT_INLINE void measureLanes(const double* rows, int count, int stride, double* squares,
+                              ScaledSum* norms) {
+  Lanes square = {};
+  Lanes sum = {};
+  Lanes scale = Lanes{} + kSmallestNormal;
+  for (int k = 0; k < count; ++k, rows += stride) {
+    const Lanes element = lanesAt<Lanes>(rows);
+    square += element * element;
+    const Lanes a = element < 0.0 ? -element : element;
+    const auto grows = a > scale;
+    if (anyLane(grows)) {
       const Lanes t = (grows ? scale : a) / (grows ? a : scale);
       sum = grows ? 1.0 + sum * t * t : sum + t * t;
       scale = grows ? a : scale;
+    } else {
+      const Lanes t = a / scale;
+      sum += t * t;
     }
-    for (int lane = 0; lane < laneCount<Lanes>; ++lane) {
-      squares[b * laneCount<Lanes> + lane] = square[lane];
-      norms[b * laneCount<Lanes> + lane] = {scale[lane], sum[lane]};
-    }
+  }
+  for (int lane = 0; lane < laneCount<Lanes>; ++lane) {
+    squares[lane] = square[lane];
+    norms[lane] = {scale[lane], sum[lane]};
   }
 }
 
-ZOLT_WIDE void measure4(const double* rows, int count, double* squares, ScaledSum* norms) {
-  measureColumns<Lanes4, 1>(rows, count, squares, norms);
-}
-ZOLT_WIDE void measure8(const double* rows, int count, double* squares, ScaledSum* norms) {
-  measureColumns<Lanes8, 1>(rows, count, squares, norms);
-}
-ZOLT_WIDE void measure16(const double* rows, int count, double* squares, ScaledSum* norms) {
-  measureColumns<Lanes8, 2>(rows, count, squares, norms);
+// The residual behind the columns is measured along where it shares their register.
+ZOLT_WIDE void measureColumns(DampedSystem& system) {
+  for (int j = 0; j < system.free;) {
+    if (system.free - j > laneCount<Lanes4>) {
+      measureLanes<Lanes8>(system.rows + j, system.points, system.stride, system.squares + j,
+                           system.norms + j);
+      j += laneCount<Lanes8>;
+    } else {
+      measureLanes<Lanes4>(system.rows + j, system.points, system.stride, system.squares + j,
+                           system.norms + j);
+      j += laneCount<Lanes4>;
+    }
+  }
 }
 
 // The full system of free * free columns as it stands, for the cases in which its zeros are not
@@ -98,7 +105,7 @@ bool sumsToNumber(const DampedSystem& system, const double* damping) {
       return false;
     }
   }
-  return !isNaNValue(system.squares[system.free]);
+  return true;
 }
 
 }  // namespace
@@ -114,23 +121,16 @@ DampedSystem::DampedSystem(int n, int c, FitWorkspace& workspace)
 
 void assemble(DampedSystem& system, const double* residuals) {
   const int n = system.points;
-  std::fill_n(system.rows, static_cast<std::ptrdiff_t>(n) * system.stride, 0.0);
-  for (int j = 0; j <= system.free; ++j) {
-    const double* from =
-        j < system.free ? system.columns + static_cast<std::ptrdiff_t>(j) * n : residuals;
-    double* to = system.rows + j;
-    for (int k = 0; k < n; ++k, to += system.stride) {
-      *to = from[k];
+  const int c = system.free;
+  double* row = system.rows;
+  for (int k = 0; k < n; ++k, row += system.stride) {
+    for (int j = 0; j < c; ++j) {
+      row[j] = system.columns[static_cast<std::ptrdiff_t>(j) * n + k];
     }
+    row[c] = residuals[k];
+    std::fill(row + c + 1, row + system.stride, 0.0);
   }
-  switch (system.stride) {
-    case 4:
-      return measure4(system.rows, n, system.squares, system.norms);
-    case 8:
-      return measure8(system.rows, n, system.squares, system.norms);
-    default:
-      return measure16(system.rows, n, system.squares, system.norms);
-  }
+  measureColumns(system);
 }
 
 void solveDamped(DampedSystem& system, double lambda, double* step) {

@@ -29,11 +29,10 @@ struct DampedSystem {
   DampedSystem(int points, int free, FitWorkspace& workspace);
 };
 
-// Takes in the Jacobian that stands in `columns` and the residuals.
+// Takes in the Jacobian that stands in `columns` and the residuals, none of which is NaN.
 void assemble(DampedSystem& system, const double* residuals);
 
-// The step for a damping factor: zeros when a column of the damped system does not sum to a number
-// or a residual is NaN.
+// The step for a damping factor: zeros when a column of the damped system does not sum to a number.
 void solveDamped(DampedSystem& system, double lambda, double* step);
 
 }  // namespace zolt

@@ -125,8 +125,12 @@ void fitLM(Model& model, Row y, std::span<const int> free, double* p, FitWorkspa
     jacobianFD(model, free, p, values, system.columns, system.trial);
     assemble(system, residuals);
 
+    // A residual that is no number leaves the step at zero.
+    const bool solvable = !isNaNValue(sse);
     const auto tryStep = [&] {
-      solveDamped(system, lambda, step.data());
+      if (solvable) {
+        solveDamped(system, lambda, step.data());
+      }
       for (std::size_t j = 0; j < free.size(); ++j) {
         p[free[j]] = betaold[j] + step[j];
       }

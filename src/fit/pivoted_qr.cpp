@@ -50,72 +50,234 @@ Reflector makeReflector(double alpha, double tailNorm, double* tail, int count) 
   return {tau, beta};
 }
 
-// Applies the reflector (tau, v) of step `top` to all columns from row `top` on: row `top` meets
-// the leading 1 of u, the rows below it meet v. A column whose dot product is 0 stays as it is.
+// Adds eight elements to a scaled norm. As long as none exceeds the scale, their quotients can be
+// formed side by side; the sum still takes them one by one.
+ZOLT_INLINE void addEight(ScaledSum& state, const double* elements) {
+  const Lanes8 signedElements = lanesAt<Lanes8>(elements);
+  const Lanes8 a = signedElements < 0.0 ? -signedElements : signedElements;
+  if (anyLane(a > state.scale)) {
+    for (int k = 0; k < 8; ++k) {
+      addToScaledSum(state, elements[k]);
+    }
+    return;
+  }
+  const Lanes8 t = a / state.scale;
+  const Lanes8 squares = t * t;
+  double sum = state.sum;
+  for (int k = 0; k < 8; ++k) {
+    sum = sum + squares[k];
+  }
+  state.sum = sum;
+}
+
+ZOLT_INLINE double normOfColumn(const double* v, int count) {
+  if (count <= 1) {
+    return scaledNorm(v, count);
+  }
+  ScaledSum state = emptyScaledSum();
+  int k = 0;
+  for (; k + 8 <= count; k += 8) {
+    addEight(state, v + k);
+  }
+  for (; k < count; ++k) {
+    addToScaledSum(state, v[k]);
+  }
+  return state.scale * std::sqrt(state.sum);
+}
+
+// Adds w times v to the rows below a reflector's top, and meanwhile takes `next`, the column that
+// the next step eliminates, out of its rows into v. Row k of the block meets v[k]; the next column's
+// diagonal is in row 0, so that its tail starts with row 1. Returns the norm of that tail.
 template <class Lanes, int Blocks>
-ZOLT_INLINE void reflectRows(double* rows, int count, double tau, const double* v) {
+ZOLT_INLINE double updateRows(double* rows, int count, const Lanes (&w)[Blocks], double* v,
+                              int next) {
   constexpr int kStride = Blocks * laneCount<Lanes>;
-  Lanes w[Blocks];
+  const auto update = [&](int k) {
+    for (int b = 0; b < Blocks; ++b) {
+      lanesAt<Lanes>(rows + k * kStride + b * laneCount<Lanes>) += w[b] * v[k];
+    }
+  };
+  update(0);
+  ScaledSum state = emptyScaledSum();
+  int k = 1;
+  for (; k + 8 <= count; k += 8) {
+    for (int i = k; i < k + 8; ++i) {
+      update(i);
+      v[i - 1] = rows[i * kStride + next];
+    }
+    addEight(state, v + k - 1);
+  }
+  for (; k < count; ++k) {
+    update(k);
+    v[k - 1] = rows[k * kStride + next];
+    addToScaledSum(state, v[k - 1]);
+  }
+  return count <= 2 ? scaledNorm(v, count - 1) : state.scale * std::sqrt(state.sum);
+}
+
+// w = -tau (top row + sum of the rows below, each times its element of v), column by column; 0 in
+// a column whose sum is 0, which the reflector leaves as it is.
+template <class Lanes, int Blocks>
+ZOLT_INLINE void projectRows(const double* rows, int count, double tau, const double* v,
+                             Lanes (&w)[Blocks]) {
   for (int b = 0; b < Blocks; ++b) {
     w[b] = lanesAt<Lanes>(rows + b * laneCount<Lanes>);
   }
-  const double* below = rows + kStride;
-  for (int k = 0; k < count; ++k, below += kStride) {
+  for (int k = 0; k < count; ++k) {
+    rows += Blocks * laneCount<Lanes>;
     for (int b = 0; b < Blocks; ++b) {
-      w[b] += lanesAt<Lanes>(below + b * laneCount<Lanes>) * v[k];
+      w[b] += lanesAt<Lanes>(rows + b * laneCount<Lanes>) * v[k];
     }
   }
   for (int b = 0; b < Blocks; ++b) {
     w[b] = w[b] == 0.0 ? Lanes{} : -tau * w[b];
-    lanesAt<Lanes>(rows + b * laneCount<Lanes>) += w[b];
-  }
-  double* row = rows + kStride;
-  for (int k = 0; k < count; ++k, row += kStride) {
-    for (int b = 0; b < Blocks; ++b) {
-      lanesAt<Lanes>(row + b * laneCount<Lanes>) += w[b] * v[k];
-    }
   }
 }
 
-ZOLT_WIDE void reflectRows4(double* rows, int count, double tau, const double* v) {
-  reflectRows<Lanes4, 1>(rows, count, tau, v);
-}
-ZOLT_WIDE void reflectRows8(double* rows, int count, double tau, const double* v) {
-  reflectRows<Lanes8, 1>(rows, count, tau, v);
-}
-ZOLT_WIDE void reflectRows16(double* rows, int count, double tau, const double* v) {
-  reflectRows<Lanes8, 2>(rows, count, tau, v);
+// The norms of the columns that are still to be eliminated, below the rows already done.
+struct PartialNorms {
+  double* current;
+  double* reference;
+};
+
+// Brings the first of the columns from step `i` on with the greatest norm to place i.
+ZOLT_INLINE void choosePivot(const PartialNorms& norms, int* jpvt, int i, int n) {
+  int pivot = i;
+  for (int j = i + 1; j < n; ++j) {
+    if (norms.current[jpvt[j]] > norms.current[jpvt[pivot]]) {
+      pivot = j;
+    }
+  }
+  std::swap(jpvt[i], jpvt[pivot]);
 }
 
-// Any stride, column by column. Only matrices beyond every model of the library come here.
-void reflectColumns(const RowMatrix& a, int top, double tau, const double* v) {
-  for (int j = 0; j < a.stride; ++j) {
-    double w = a.row(top)[j];
-    for (int k = top + 1; k < a.rows; ++k) {
-      w += a.row(k)[j] * v[k - top - 1];
-    }
-    if (w == 0.0) {
+// Takes from each remaining norm the element that has moved into the top row. Returns false, the
+// norm being marked by a negative value, when too little is left of one for the difference to be
+// trusted.
+ZOLT_INLINE bool shrinkNorms(const PartialNorms& norms, const double* top, const int* jpvt, int i,
+                             int n) {
+  bool trusted = true;
+  for (int j = i + 1; j < n; ++j) {
+    double& partial = norms.current[jpvt[j]];
+    if (partial == 0.0) {
       continue;
     }
-    w = -tau * w;
-    a.row(top)[j] += w;
-    for (int k = top + 1; k < a.rows; ++k) {
-      a.row(k)[j] += w * v[k - top - 1];
+    const double moved = std::fabs(top[jpvt[j]]) / partial;
+    double t = 1.0 - moved * moved;
+    t = t < 0.0 ? 0.0 : t;
+    const double u = partial / norms.reference[jpvt[j]];
+    if (t * (u * u) > kSqrtEpsilon) {
+      partial *= std::sqrt(t);
+    } else {
+      partial = -1.0;
+      trusted = false;
+    }
+  }
+  return trusted;
+}
+
+// Takes the marked norms afresh from the rows below the top one.
+void renewNorms(const RowMatrix& a, const PartialNorms& norms, const int* jpvt, int i) {
+  const int below = a.rows - i - 1;
+  for (int j = i + 1; j < a.columns; ++j) {
+    double& partial = norms.current[jpvt[j]];
+    if (partial == -1.0) {
+      partial = norms.reference[jpvt[j]] =
+          below > 0 ? scaledNorm(a.row(i + 1) + jpvt[j], below, a.stride) : 0.0;
     }
   }
 }
 
-void applyReflector(const RowMatrix& a, int top, double tau, const double* v) {
-  const int below = a.rows - top - 1;
-  switch (a.stride) {
-    case 4:
-      return reflectRows4(a.row(top), below, tau, v);
-    case 8:
-      return reflectRows8(a.row(top), below, tau, v);
-    case 16:
-      return reflectRows16(a.row(top), below, tau, v);
-    default:
-      return reflectColumns(a, top, tau, v);
+// Copies the tail of a column, below row i, into v and returns its norm.
+ZOLT_INLINE double takeTail(const RowMatrix& a, int i, int column, double* v) {
+  const int below = a.rows - i - 1;
+  for (int k = 0; k < below; ++k) {
+    v[k] = a.row(i + 1 + k)[column];
+  }
+  return normOfColumn(v, below);
+}
+
+// The factorisation for rows of `Blocks` wide registers. The next pivot is known as soon as the top
+// row is, unless a norm must be renewed, so that one pass over the rows both updates them and
+// prepares the next column.
+template <class Lanes, int Blocks>
+ZOLT_INLINE void factorRows(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
+  const int m = a.rows;
+  const int n = a.columns;
+  const int steps = std::min(m, n);
+  choosePivot(norms, jpvt, 0, n);
+  double tailNorm = takeTail(a, 0, jpvt[0], v);
+  for (int i = 0; i < steps; ++i) {
+    const int column = jpvt[i];
+    const int below = m - i - 1;
+    double* top = a.row(i);
+    const auto [tau, beta] = below > 0 ? makeReflector(top[column], tailNorm, v, below)
+                                       : Reflector{0.0, top[column]};
+    Lanes w[Blocks] = {};
+    if (tau != 0.0) {
+      projectRows<Lanes, Blocks>(top, below, tau, v, w);
+      for (int b = 0; b < Blocks; ++b) {
+        lanesAt<Lanes>(top + b * laneCount<Lanes>) += w[b];
+      }
+    }
+    top[column] = beta;
+    const bool trusted = shrinkNorms(norms, top, jpvt, i, n);
+    if (trusted && i + 1 < n) {
+      choosePivot(norms, jpvt, i + 1, n);
+    }
+    if (i + 1 == steps) {
+      break;  // nobody reads the rows below the triangle
+    }
+    if (tau != 0.0) {
+      tailNorm = updateRows<Lanes, Blocks>(a.row(i + 1), below, w, v, jpvt[i + 1]);
+    }
+    if (!trusted || tau == 0.0) {
+      renewNorms(a, norms, jpvt, i);
+      if (!trusted) {
+        choosePivot(norms, jpvt, i + 1, n);
+      }
+      tailNorm = takeTail(a, i + 1, jpvt[i + 1], v);
+    }
+  }
+}
+
+ZOLT_WIDE void factorRows4(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
+  factorRows<Lanes4, 1>(a, jpvt, norms, v);
+}
+ZOLT_WIDE void factorRows8(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
+  factorRows<Lanes8, 1>(a, jpvt, norms, v);
+}
+ZOLT_WIDE void factorRows16(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
+  factorRows<Lanes8, 2>(a, jpvt, norms, v);
+}
+
+// Rows of any width, column by column. Only matrices beyond every model of the library come here.
+void factorWideRows(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
+  for (int i = 0; i < std::min(a.rows, a.columns); ++i) {
+    choosePivot(norms, jpvt, i, a.columns);
+    const int column = jpvt[i];
+    const int below = a.rows - i - 1;
+    const double tailNorm = takeTail(a, i, column, v);
+    const auto [tau, beta] = below > 0 ? makeReflector(a.row(i)[column], tailNorm, v, below)
+                                       : Reflector{0.0, a.row(i)[column]};
+    for (int j = 0; tau != 0.0 && j < a.stride; ++j) {
+      double w = a.row(i)[j];
+      for (int k = 0; k < below; ++k) {
+        w += a.row(i + 1 + k)[j] * v[k];
+      }
+      if (w == 0.0) {
+        continue;
+      }
+      w = -tau * w;
+      a.row(i)[j] += w;
+      for (int k = 0; k < below; ++k) {
+        a.row(i + 1 + k)[j] += w * v[k];
+      }
+    }
+    a.row(i)[column] = beta;
+    if (!shrinkNorms(norms, a.row(i), jpvt, i, a.columns)) {
+      renewNorms(a, norms, jpvt, i);
+    }
   }
 }
 
@@ -157,56 +319,25 @@ double scaledNorm(const double* v, int count, int stride) {
 }
 
 void qrPivot(const RowMatrix& a, int* jpvt, const double* norms, double* scratch) {
-  const int m = a.rows;
-  const int n = a.columns;
-  double* v = scratch;
-  double* vn1 = v + m;
-  double* vn2 = vn1 + a.stride;
-  std::iota(jpvt, jpvt + n, 0);
-  for (int j = 0; j < n; ++j) {
-    vn1[j] = vn2[j] = norms != nullptr ? norms[j] : scaledNorm(a.data + j, m, a.stride);
+  if (a.rows < 1 || a.columns < 1) {
+    return;
   }
-  for (int i = 0; i < std::min(m, n); ++i) {
-    // The pivot is the first of the remaining columns with the greatest norm.
-    int pivot = i;
-    for (int j = i + 1; j < n; ++j) {
-      if (vn1[jpvt[j]] > vn1[jpvt[pivot]]) {
-        pivot = j;
-      }
-    }
-    std::swap(jpvt[i], jpvt[pivot]);
-    const int column = jpvt[i];
-    const int below = m - i - 1;
-
-    if (below > 0) {
-      for (int k = 0; k < below; ++k) {
-        v[k] = a.row(i + 1 + k)[column];
-      }
-      const auto [tau, beta] = makeReflector(a.row(i)[column], scaledNorm(v, below), v, below);
-      if (tau != 0.0) {
-        applyReflector(a, i, tau, v);
-      }
-      a.row(i)[column] = beta;
-    }
-
-    // Each remaining norm loses the element that has moved into R. When too little of it is left
-    // for the difference to be trusted, it is taken afresh.
-    for (int j = i + 1; j < n; ++j) {
-      double& partial = vn1[jpvt[j]];
-      double& reference = vn2[jpvt[j]];
-      if (partial == 0.0) {
-        continue;
-      }
-      const double moved = std::fabs(a.row(i)[jpvt[j]]) / partial;
-      double t = 1.0 - moved * moved;
-      t = t < 0.0 ? 0.0 : t;
-      const double u = partial / reference;
-      if (t * (u * u) > kSqrtEpsilon) {
-        partial *= std::sqrt(t);
-      } else {
-        partial = reference = below > 0 ? scaledNorm(a.row(i + 1) + jpvt[j], below, a.stride) : 0.0;
-      }
-    }
+  double* v = scratch;
+  const PartialNorms partial{v + a.rows, v + a.rows + a.stride};
+  std::iota(jpvt, jpvt + a.columns, 0);
+  for (int j = 0; j < a.columns; ++j) {
+    partial.current[j] = partial.reference[j] =
+        norms != nullptr ? norms[j] : scaledNorm(a.data + j, a.rows, a.stride);
+  }
+  switch (a.stride) {
+    case 4:
+      return factorRows4(a, jpvt, partial, v);
+    case 8:
+      return factorRows8(a, jpvt, partial, v);
+    case 16:
+      return factorRows16(a, jpvt, partial, v);
+    default:
+      return factorWideRows(a, jpvt, partial, v);
   }
 }
 

@@ -1,6 +1,8 @@
 // Wide registers: several doubles side by side, each lane computing what one double would.
 #pragma once
 
+#include <cstddef>
+
 namespace zolt {
 
 // A function marked ZOLT_WIDE is built for several register widths, and the loader picks the
@@ -30,6 +32,16 @@ ZOLT_INLINE Lanes& lanesAt(double* at) {
 template <class Lanes>
 ZOLT_INLINE const Lanes& lanesAt(const double* at) {
   return *reinterpret_cast<const Lanes*>(at);
+}
+
+// Whether a comparison of lanes holds in any of them.
+template <class Mask>
+ZOLT_INLINE bool anyLane(const Mask& mask) {
+  long long any = 0;
+  for (std::size_t lane = 0; lane < sizeof(Mask) / sizeof(any); ++lane) {
+    any |= mask[lane];
+  }
+  return any != 0;
 }
 
 }  // namespace zolt
