@@ -90,6 +90,10 @@ BaselineEstimates estimateBaselines(const Curve& curve) {
   return {{threePoint(curve), endValues(curve), windowBaselines(curve)}};
 }
 
+BaselineEstimates endEstimates(const Curve& curve) {
+  return {{BaselinePair{}, endValues(curve), BaselinePair{}}};
+}
+
 BaselinePair seedBaselines(const Curve& curve, const BaselineEstimates& estimates,
                            Estimate estimate, const BaselinePair& given) {
   BaselinePair pair = estimates[estimate];

@@ -41,6 +41,9 @@ struct BaselineEstimates {
 // All three estimates of a curve of at least 5 points.
 BaselineEstimates estimateBaselines(const Curve& curve);
 
+// The end values alone.
+BaselineEstimates endEstimates(const Curve& curve);
+
 // Where consecutive slopes stop agreeing with their mean, a line through the points up to there;
 // else a flat baseline from the end value.
 BaselinePair windowBaselines(const Curve& curve);

@@ -23,9 +23,15 @@ struct Setting {
   FitWorkspace& workspace;
 };
 
+// The setting of an analysis that starts from estimates of the baselines.
 inline Setting makeSetting(const Curve& curve, double temperature, FitWorkspace& workspace) {
   return {curve, thermalEnergy(temperature), yardstickOf(curve.y), estimateBaselines(curve),
           workspace};
+}
+
+// The setting of an entry that needs no more than the end values.
+inline Setting makeLightSetting(const Curve& curve, double temperature, FitWorkspace& workspace) {
+  return {curve, thermalEnergy(temperature), yardstickOf(curve.y), endEstimates(curve), workspace};
 }
 
 // Which of the known baselines a seeder reads in place of its estimates.
@@ -59,11 +65,33 @@ Parameters<Transitions> startVector(const Setting& setting,
   return p;
 }
 
-// The candidate that a fit leaves: its transitions in order, or all -1 when it is not plausible.
 template <int Transitions>
-Parameters<Transitions> candidateFrom(Parameters<Transitions> p, Row x) {
-  orderTransitions<Transitions>(p);
-  return plausible<Transitions>(p, x) ? p : failedCandidate<Transitions>();
+double rSquaredOf(const Setting& setting, const Candidate<Transitions>& candidate) {
+  return rSquared(candidate.misfit, setting.yardstick);
+}
+
+template <int Transitions>
+Candidate<Transitions> failed(const Setting& setting) {
+  return candidateOf<Transitions>(setting.curve, failedCandidate<Transitions>());
+}
+
+// Runs a masked fit over the whole curve.
+template <int Transitions>
+Candidate<Transitions> fitCurve(const Setting& setting,
+                                const HoldMask<ParameterOrder<Transitions>::count>& mask,
+                                const Parameters<Transitions>& start) {
+  return asCandidate<Transitions>(setting.curve,
+                                  maskedFit(mask, setting.curve, start, setting.workspace));
+}
+
+// How every seeder ends: the transitions in order, and all -1 when the outcome is not plausible.
+template <int Transitions>
+Candidate<Transitions> settled(const Setting& setting, Candidate<Transitions> candidate) {
+  const bool moved = orderTransitions<Transitions>(candidate.p);
+  if (!plausible<Transitions>(candidate.p, setting.curve.x)) {
+    return failed<Transitions>(setting);
+  }
+  return moved ? candidateOf<Transitions>(setting.curve, candidate.p) : candidate;
 }
 
 // R-squared at which a candidate may teach its baselines, and the given-baseline stages accept.
@@ -72,26 +100,25 @@ inline constexpr double kGoodFit = 0.99;
 // Below any R-squared, so that a scan that starts here always finds a best column.
 inline constexpr double kBelowAnyRSquared = -1.1;
 
-// A row of candidates with their R-squared values.
+// A row of candidates with their R-squared values. It begins with failed candidates.
 template <int Transitions, std::size_t Columns>
 struct CandidateSet {
-  std::array<Parameters<Transitions>, Columns> p;
+  std::array<Candidate<Transitions>, Columns> columns;
   std::array<double, Columns> rsq;
 
-  CandidateSet() {
-    p.fill(failedCandidate<Transitions>());
-    rsq.fill(-1.0);
+  explicit CandidateSet(const Setting& setting) { clear(failed<Transitions>(setting), setting); }
+
+  void clear(const Candidate<Transitions>& candidate, const Setting& setting) {
+    columns.fill(candidate);
+    rsq.fill(rSquaredOf<Transitions>(setting, candidate));
   }
+  void place(std::size_t column, const Candidate<Transitions>& candidate, const Setting& setting) {
+    columns[column] = candidate;
+    rsq[column] = rSquaredOf<Transitions>(setting, candidate);
+  }
+  const Parameters<Transitions>& p(std::size_t column) const { return columns[column].p; }
   static constexpr std::size_t size() { return Columns; }
 };
-
-template <int Transitions, std::size_t Columns>
-void score(const Setting& setting, CandidateSet<Transitions, Columns>& set, std::size_t first = 0,
-           std::size_t end = Columns) {
-  for (std::size_t c = first; c < end; ++c) {
-    set.rsq[c] = rSquaredOfParameters<Transitions>(setting.curve, set.p[c], setting.yardstick);
-  }
-}
 
 // The first of the columns [first, end) with the greatest value.
 inline std::size_t bestColumn(std::span<const double> rsq, std::size_t first, std::size_t end) {
@@ -120,7 +147,7 @@ std::array<EndAgreement, Columns> checkEnds(const Setting& setting,
                                             const CandidateSet<Transitions, Columns>& set) {
   std::array<EndAgreement, Columns> ends;
   for (std::size_t c = 0; c < Columns; ++c) {
-    ends[c] = baselineCheck<Transitions>(setting.curve, set.p[c], setting.yardstick);
+    ends[c] = baselineCheck<Transitions>(setting.curve, set.p(c), setting.yardstick);
   }
   return ends;
 }
@@ -151,7 +178,7 @@ Harvest harvestBaselines(const CandidateSet<Transitions, Columns>& set,
     }
   };
   for (std::size_t c = 0; c < Columns; ++c) {
-    const auto& p = set.p[c];
+    const auto& p = set.p(c);
     if (set.rsq[c] >= kGoodFit && ends[c].native) {
       add(harvest.baselines.native, harvest.nativeCount, p[Order::aN], p[Order::bN]);
     }

@@ -58,7 +58,7 @@ std::array<double, Peaks> derivativePeaks(const Curve& curve, FitWorkspace& work
     start[3 * k + 1] = row.centre * middle.back();
     start[3 * k + 2] = row.width * middle.back();
   }
-  const auto peaks = maskedFit(PeakStarts<Peaks>::fit, Curve{middle, slope}, start, workspace);
+  const auto peaks = maskedFit(PeakStarts<Peaks>::fit, Curve{middle, slope}, start, workspace).p;
 
   std::array<double, Peaks> centres{};
   bool outside = false;

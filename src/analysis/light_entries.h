@@ -30,7 +30,7 @@ void userBaselinesThreeState(const Curve& curve, const BaselinePair& baselines, 
 // Walks a chain of fits from one start that knows no more than the ends of the curve, and takes the
 // first plausible outcome of sufficient R-squared; the last one is taken as it is.
 template <int Transitions, std::size_t Fits>
-Parameters<Transitions> midpointChain(
+Candidate<Transitions> midpointChain(
     const Setting& setting, const std::array<double, Transitions>& dG,
     const std::array<double, Transitions - 1>& weights,
     const HoldMask<ParameterOrder<Transitions>::count> (&fits)[Fits]) {
@@ -39,49 +39,49 @@ Parameters<Transitions> midpointChain(
   const double slope = curve.lastX() * kMidpointSlope;
   const auto start =
       startVector<Transitions>(setting, dG, weights, {{curve.y[0], slope}, {curve.lastY(), slope}});
-  Parameters<Transitions> p = start;
+  Candidate<Transitions> candidate{};
   for (std::size_t k = 0; k < Fits; ++k) {
-    p = maskedFit(fits[k], curve, start, setting.workspace);
-    if (k + 1 == Fits || !plausibleStrict<Transitions>(p, curve.x)) {
-      continue;
-    }
-    const double r = rSquaredOfParameters<Transitions>(curve, p, setting.yardstick);
+    candidate = fitCurve<Transitions>(setting, fits[k], start);
+    const double r = rSquaredOf<Transitions>(setting, candidate);
     // An R-squared that is no number fails a single transition and passes several.
-    if (Transitions == 1 ? r >= kMidpointRSquared : !(r < kMidpointRSquared)) {
+    const bool describes = Transitions == 1 ? r >= kMidpointRSquared : !(r < kMidpointRSquared);
+    if (describes && plausibleStrict<Transitions>(candidate.p, curve.x)) {
       break;
     }
   }
-  orderTransitions<Transitions>(p);
-  return plausibleStrict<Transitions>(p, curve.x) ? p : failedCandidate<Transitions>();
+  const bool moved = orderTransitions<Transitions>(candidate.p);
+  if (!plausibleStrict<Transitions>(candidate.p, curve.x)) {
+    return failed<Transitions>(setting);
+  }
+  return moved ? candidateOf<Transitions>(curve, candidate.p) : candidate;
 }
 
 // Packages the outcome of a midpoint fit with the code of its acceptance or rejection.
 template <int Transitions>
-void packageMidpoint(const Setting& setting, const Parameters<Transitions>& p,
+void packageMidpoint(const Setting& setting, const Candidate<Transitions>& candidate,
                      ResultVector result) {
-  const double r = rSquaredOfParameters<Transitions>(setting.curve, p, setting.yardstick);
-  if (r < kMidpointRSquared) {
-    return writeFailure(Transitions, kMidpointRejected, result);
+  if (rSquaredOf<Transitions>(setting, candidate) < kMidpointRSquared) {
+    return writeFailure(Transitions, ZOLTA_CODE_MIDPOINT_REJECTED, result);
   }
-  package<Transitions>(setting.curve, p, kMidpointFit, result);
+  packageCandidate<Transitions>(setting.curve, candidate, setting.yardstick,
+                                ZOLTA_CODE_MIDPOINT_FIT, result);
 }
 
 // Packages a fit on the caller's baselines when it describes the curve; otherwise the full analysis
 // decides, which ignores them, and its vector stands if it describes the curve.
 template <int Transitions>
-void packageUserBaselines(const Setting& setting, const Parameters<Transitions>& p,
+void packageUserBaselines(const Setting& setting, const Candidate<Transitions>& candidate,
                           void (*fullAnalysis)(const Curve&, double, ResultVector),
                           double temperature, ResultVector result) {
-  const auto describes = [&setting](const Parameters<Transitions>& candidate) {
-    return rSquaredOfParameters<Transitions>(setting.curve, candidate, setting.yardstick) >=
-           kUserBaselinesRSquared;
-  };
-  if (describes(p)) {
-    return package<Transitions>(setting.curve, p, kBothBaselines, result);
+  const Curve& curve = setting.curve;
+  if (rSquaredOf<Transitions>(setting, candidate) >= kUserBaselinesRSquared) {
+    return packageCandidate<Transitions>(curve, candidate, setting.yardstick,
+                                         ZOLTA_CODE_BOTH_BASELINES, result);
   }
-  fullAnalysis(setting.curve, temperature, result);
-  if (!describes(parametersOf<Transitions>(result))) {
-    writeFailure(Transitions, kNoAcceptableFit, result);
+  fullAnalysis(curve, temperature, result);
+  const auto full = candidateOf<Transitions>(curve, parametersOf<Transitions>(result));
+  if (!(rSquaredOf<Transitions>(setting, full) >= kUserBaselinesRSquared)) {
+    writeFailure(Transitions, ZOLTA_CODE_NO_ACCEPTABLE_FIT, result);
   }
 }
 

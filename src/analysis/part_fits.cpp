@@ -42,19 +42,18 @@ PartFit fitPart(const Setting& setting, Span span, double dG, double Cm) {
                               lines.denatured.intercept,
                               lines.denatured.slope,
                               setting.RT};
-    return PartFit{part, maskedFit(fit2State_all, part, start, setting.workspace)};
-  };
-  const auto quality = [&](const PartFit& fit) {
-    return rSquaredOfParameters<1>(part, fit.p, yardstick);
+    return asCandidate<1>(part, maskedFit(fit2State_all, part, start, setting.workspace));
   };
 
-  PartFit fit = fitFrom(
+  const Candidate<1> fromLines = fitFrom(
       {lineThrough(setting.curve, span.first - 1), lineThrough(setting.curve, span.last - 3)});
-  const double r = quality(fit);
+  const double r = rSquared(fromLines.misfit, yardstick);
+  const PartFit fit{part, fromLines.p};
   if (fit.failed() || r < kGoodPart) {
-    const PartFit again = fitFrom({{part.y[0], kFlatSlope}, {part.lastY(), kFlatSlope}});
-    if (!again.failed() && quality(again) > r) {
-      fit = again;
+    const Candidate<1> fromEnds = fitFrom({{part.y[0], kFlatSlope}, {part.lastY(), kFlatSlope}});
+    const PartFit again{part, fromEnds.p};
+    if (!again.failed() && rSquared(fromEnds.misfit, yardstick) > r) {
+      return again;
     }
   }
   return fit;

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "fit/unfolding_model.h"
+#include "fit/masked_fit.h"
 #include "frame/curve.h"
 #include "frame/result_vector.h"
 #include "frame/scalar_kit.h"
@@ -26,12 +26,7 @@ double rSquared(Row y, Row fitted);
 // One-sided 0.95 quantile of Student's t for `degrees` (1 to 384) degrees of freedom.
 double tQuantileTable(std::size_t degrees);
 
-// How much of the curve a candidate leaves unexplained.
-struct Misfit {
-  double firstValue;  // of the model
-  double sse;
-};
-
+// The misfit of any parameters. A point at which the model is NaN adds nothing.
 template <int Transitions>
 Misfit misfitOf(const Curve& curve, const Parameters<Transitions>& p) {
   const auto weights = weightsOf<Transitions>(p.data());
@@ -49,9 +44,29 @@ Misfit misfitOf(const Curve& curve, const Parameters<Transitions>& p) {
 double rSquared(const Misfit& misfit, const Yardstick& yardstick);
 
 template <int Transitions>
-double rSquaredOfParameters(const Curve& curve, const Parameters<Transitions>& p,
-                            const Yardstick& yardstick) {
-  return rSquared(misfitOf<Transitions>(curve, p), yardstick);
+double rSquaredOfParameters(const Curve& curve, const Parameters<Transitions>& p) {
+  return rSquared(misfitOf<Transitions>(curve, p), yardstickOf(curve.y));
+}
+
+// A parameter vector with its misfit. Whoever has both never evaluates the curve again.
+template <int Transitions>
+struct Candidate {
+  Parameters<Transitions> p;
+  Misfit misfit;
+};
+
+template <int Transitions>
+Candidate<Transitions> candidateOf(const Curve& curve, const Parameters<Transitions>& p) {
+  return {p, misfitOf<Transitions>(curve, p)};
+}
+
+// What a masked fit leaves, as a candidate. The fit's own sum of squares serves unless a NaN is in
+// it, which the measure of candidates passes over.
+template <int Transitions>
+Candidate<Transitions> asCandidate(const Curve& curve,
+                                   const Fitted<ParameterOrder<Transitions>::count>& fitted) {
+  return isNaNValue(fitted.misfit.sse) ? candidateOf<Transitions>(curve, fitted.p)
+                                       : Candidate<Transitions>{fitted.p, fitted.misfit};
 }
 
 // Accepted range of the m-value dG/Cm in cal/mol per unit of x.
@@ -102,9 +117,10 @@ bool plausibleStrict(const Parameters<Transitions>& p, Row x) {
   return plausible<Transitions>(p, x, kStrictWeights<Transitions>);
 }
 
-// Puts the transitions in order of their midpoints; each keeps its weight.
+// Puts the transitions in order of their midpoints; each keeps its weight. Returns whether anything
+// moved.
 template <int Transitions>
-void orderTransitions(Parameters<Transitions>& p) {
+bool orderTransitions(Parameters<Transitions>& p) {
   using Order = ParameterOrder<Transitions>;
   const auto swapTransitions = [&p](int a, int b) {
     std::swap(p[Order::dG(a)], p[Order::dG(b)]);
@@ -115,11 +131,13 @@ void orderTransitions(Parameters<Transitions>& p) {
     if (p[Order::Cm(0)] > p[Order::Cm(1)] && p[Order::dG(0)] != -1.0) {
       swapTransitions(0, 1);
       f = 1.0 - f;
+      return true;
     }
   } else if constexpr (Transitions == 3) {
     double& f1 = p[Order::weight(0)];
     double& f2 = p[Order::weight(1)];
-    if (p[Order::Cm(0)] > p[Order::Cm(1)]) {
+    const bool firstPair = p[Order::Cm(0)] > p[Order::Cm(1)];
+    if (firstPair) {
       swapTransitions(0, 1);
       std::swap(f1, f2);
     }
@@ -129,11 +147,16 @@ void orderTransitions(Parameters<Transitions>& p) {
       const double third = 1.0 - f1 - f2;
       f2 = f1;
       f1 = third;
-    } else if (p[Order::Cm(1)] > p[Order::Cm(2)]) {
+      return true;
+    }
+    if (p[Order::Cm(1)] > p[Order::Cm(2)]) {
       swapTransitions(1, 2);
       f2 = 1.0 - f1 - f2;
+      return true;
     }
+    return firstPair;
   }
+  return false;
 }
 
 // Fraction denatured of a parameter vector at x.
@@ -194,22 +217,30 @@ double confidenceWidth(double Cm1, const Curve& curve, const Misfit& misfit);
 // Fills all 24 elements from a curve, a candidate and a fit code. A candidate whose first dG is
 // negative or NaN gives the failure shape of its model with this code.
 template <int Transitions>
-void package(const Curve& curve, const Parameters<Transitions>& p, int code, ResultVector result) {
+void packageCandidate(const Curve& curve, const Candidate<Transitions>& candidate,
+                      const Yardstick& yardstick, int code, ResultVector result) {
   using Order = ParameterOrder<Transitions>;
+  const auto& [p, misfit] = candidate;
   if (!(p[Order::dG(0)] >= 0.0)) {
     writeFailure(Transitions, code, result);
     return;
   }
-  const Misfit misfit = misfitOf<Transitions>(curve, p);
   const double width = confidenceWidth(p[Order::Cm(0)], curve, misfit);
   writeParameters<Transitions>(p, result);
   result[ZOLTA_FIT_CODE] = code;
-  result[ZOLTA_R_SQUARED] = rSquared(misfit, yardstickOf(curve.y));
+  result[ZOLTA_R_SQUARED] = rSquared(misfit, yardstick);
   for (int t = 0; t < Transitions; ++t) {
     const double dG = p[Order::dG(t)];
     result[static_cast<std::size_t>(ZOLTA_DG1_WIDTH + t)] = dG * width;
     result[static_cast<std::size_t>(ZOLTA_K1_PPM + t)] = std::exp(-(dG / p[Order::RT])) * 1e6;
   }
+}
+
+// The same from parameters alone.
+template <int Transitions>
+void package(const Curve& curve, const Parameters<Transitions>& p, int code, ResultVector result) {
+  packageCandidate<Transitions>(curve, candidateOf<Transitions>(curve, p), yardstickOf(curve.y),
+                                code, result);
 }
 
 inline constexpr auto& twoStateFraction = unfoldingFraction<1>;

@@ -11,6 +11,36 @@
 namespace zolt {
 namespace {
 
+// Writes the columns as rows, four by four.
+ZOLT_WIDE void transposeColumns(const DampedSystem& system) {
+  const std::ptrdiff_t n = system.points;
+  const std::ptrdiff_t stride = system.stride;
+  for (std::ptrdiff_t j = 0; j < stride; j += 4) {
+    const double* column = system.columns + j * n;
+    std::ptrdiff_t k = 0;
+    for (; k + 4 <= n; k += 4) {
+      const Lanes4 a = lanesAt<Lanes4>(column + k);
+      const Lanes4 b = lanesAt<Lanes4>(column + n + k);
+      const Lanes4 c = lanesAt<Lanes4>(column + 2 * n + k);
+      const Lanes4 d = lanesAt<Lanes4>(column + 3 * n + k);
+      const Lanes4 abLow = __builtin_shufflevector(a, b, 0, 4, 2, 6);
+      const Lanes4 abHigh = __builtin_shufflevector(a, b, 1, 5, 3, 7);
+      const Lanes4 cdLow = __builtin_shufflevector(c, d, 0, 4, 2, 6);
+      const Lanes4 cdHigh = __builtin_shufflevector(c, d, 1, 5, 3, 7);
+      double* row = system.rows + k * stride + j;
+      lanesAt<Lanes4>(row) = __builtin_shufflevector(abLow, cdLow, 0, 1, 4, 5);
+      lanesAt<Lanes4>(row + stride) = __builtin_shufflevector(abHigh, cdHigh, 0, 1, 4, 5);
+      lanesAt<Lanes4>(row + 2 * stride) = __builtin_shufflevector(abLow, cdLow, 2, 3, 6, 7);
+      lanesAt<Lanes4>(row + 3 * stride) = __builtin_shufflevector(abHigh, cdHigh, 2, 3, 6, 7);
+    }
+    for (; k < n; ++k) {
+      for (std::ptrdiff_t i = 0; i < 4; ++i) {
+        system.rows[k * stride + j + i] = column[i * n + k];
+      }
+    }
+  }
+}
+
 // Sums of squares and scaled norms of neighbouring columns side by side, rows in ascending order.
 template <class Lanes>
 ZOLT_INLINE void measureLanes(const double* rows, int count, int stride, double* squares,
@@ -21,7 +51,7 @@ ZOLT_INLINE void measureLanes(const double* rows, int count, int stride, double*
   for (int k = 0; k < count; ++k, rows += stride) {
     const Lanes element = lanesAt<Lanes>(rows);
     square += element * element;
-    const Lanes a = element < 0.0 ? -element : element;
+    const Lanes a = magnitude(element);
     const auto grows = a > scale;
     if (anyLane(grows)) {
       const Lanes t = (grows ? scale : a) / (grows ? a : scale);
@@ -114,22 +144,16 @@ DampedSystem::DampedSystem(int n, int c, FitWorkspace& workspace)
     : points(n),
       free(c),
       stride(rowStride(c + 1)),
-      columns(workspace.take(c * n)),
+      columns(workspace.take(stride * n)),
+      residuals(columns + static_cast<std::ptrdiff_t>(c) * n),
       rows(workspace.take(n * stride)),
       trial(workspace.take((n + c) * stride)),
-      scratch(workspace.take(qrScratchSize({nullptr, n + c, c, stride}))) {}
+      scratch(workspace.take(qrScratchSize({nullptr, n + c, c, stride}))) {
+  std::fill(residuals + n, columns + static_cast<std::ptrdiff_t>(stride) * n, 0.0);
+}
 
-void assemble(DampedSystem& system, const double* residuals) {
-  const int n = system.points;
-  const int c = system.free;
-  double* row = system.rows;
-  for (int k = 0; k < n; ++k, row += system.stride) {
-    for (int j = 0; j < c; ++j) {
-      row[j] = system.columns[static_cast<std::ptrdiff_t>(j) * n + k];
-    }
-    row[c] = residuals[k];
-    std::fill(row + c + 1, row + system.stride, 0.0);
-  }
+void assemble(DampedSystem& system) {
+  transposeColumns(system);
   measureColumns(system);
 }
 

@@ -19,9 +19,10 @@ struct DampedSystem {
   int points;
   int free;
   int stride;
-  double* columns;  // the Jacobian, `free` columns of `points`
-  double* rows;     // the same by rows, the residual behind each
-  double* trial;    // what a trial factors in place
+  double* columns;    // the Jacobian, `free` columns of `points`
+  double* residuals;  // the column behind them
+  double* rows;       // the same by rows, as the iteration began
+  double* trial;      // what a trial factors in place
   double* scratch;
   double squares[kWidestRow];   // sum of squares of each column
   ScaledSum norms[kWidestRow];  // scaled norm of each column, before its damping row
@@ -29,8 +30,8 @@ struct DampedSystem {
   DampedSystem(int points, int free, FitWorkspace& workspace);
 };
 
-// Takes in the Jacobian that stands in `columns` and the residuals, none of which is NaN.
-void assemble(DampedSystem& system, const double* residuals);
+// Takes in the Jacobian and the residuals that stand in the columns. No residual is NaN.
+void assemble(DampedSystem& system);
 
 // The step for a damping factor: zeros when a column of the damped system does not sum to a number.
 void solveDamped(DampedSystem& system, double lambda, double* step);

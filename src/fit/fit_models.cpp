@@ -25,23 +25,25 @@ ZOLT_WIDE void lines(const double* x, int n, double intercept, double slope,
   }
 }
 
-ZOLT_WIDE void distances(const double* x, int n, double Cm, double* __restrict out) {
+ZOLT_WIDE void distancesAndExponents(const double* x, int n, double dG, double Cm, double RT,
+                                     double* __restrict distance, double* __restrict exponent) {
   for (int i = 0; i < n; ++i) {
-    out[i] = distanceFromMidpoint(x[i], Cm);
+    distance[i] = distanceFromMidpoint(x[i], Cm);
+    exponent[i] = unfoldingExponent(dG, distance[i], RT);
   }
 }
 
-ZOLT_WIDE void exponents(const double* distance, int n, double dG, double RT,
-                         double* __restrict out) {
+ZOLT_WIDE void exponentsAtDistances(const double* distance, int n, double dG, double RT,
+                                    double* __restrict exponent) {
   for (int i = 0; i < n; ++i) {
-    out[i] = unfoldingExponent(dG, distance[i], RT);
+    exponent[i] = unfoldingExponent(dG, distance[i], RT);
   }
 }
 
-ZOLT_WIDE void signals(const double* native, const double* denatured, const double* K, int n,
-                       double* __restrict out) {
+ZOLT_WIDE void exponentsAtMidpoint(const double* x, int n, double dG, double Cm, double RT,
+                                   double* __restrict exponent) {
   for (int i = 0; i < n; ++i) {
-    out[i] = transitionSignal(native[i], denatured[i], K[i]);
+    exponent[i] = unfoldingExponent(dG, distanceFromMidpoint(x[i], Cm), RT);
   }
 }
 
@@ -75,11 +77,63 @@ ZOLT_WIDE void weightedSums(TermArrays<Terms> terms, TermWeights<Terms> weights,
   }
 }
 
+// The signals of all transitions and their sum.
 template <std::size_t Terms>
-ZOLT_WIDE void sumQuotients(TermArrays<Terms> terms, TermWeights<Terms> weights, int n,
-                            const double* base, double increment, double* __restrict out) {
+ZOLT_WIDE void signalSums(const double* native, const double* denatured, TermArrays<Terms> K,
+                          TermWeights<Terms> weights, int n, TermArrays<Terms> signal,
+                          double* __restrict out) {
+  for (int i = 0; i < n; ++i) {
+    double sum = 0.0;
+    for (std::size_t t = 0; t < Terms; ++t) {
+      const double value = transitionSignal(native[i], denatured[i], K[t][i]);
+      signal[t][i] = value;
+      sum = t == 0 ? weights[t] * value : sum + weights[t] * value;
+    }
+    out[i] = sum;
+  }
+}
+
+// The difference quotient when the terms stay and a weight moves.
+template <std::size_t Terms>
+ZOLT_WIDE void weightQuotients(TermArrays<Terms> terms, TermWeights<Terms> weights, int n,
+                               const double* base, double increment, double* __restrict out) {
   for (int i = 0; i < n; ++i) {
     out[i] = (weightedSum(terms, weights, i) - base[i]) / increment;
+  }
+}
+
+// The same when one transition moves, its K with it.
+template <std::size_t Terms, std::size_t Moved>
+ZOLT_WIDE void transitionQuotients(const double* native, const double* denatured,
+                                   const double* movedK, TermArrays<Terms> signal,
+                                   TermWeights<Terms> weights, int n, const double* base,
+                                   double increment, double* __restrict out) {
+  for (int i = 0; i < n; ++i) {
+    double sum = 0.0;
+    for (std::size_t t = 0; t < Terms; ++t) {
+      const double value =
+          t == Moved ? transitionSignal(native[i], denatured[i], movedK[i]) : signal[t][i];
+      sum = t == 0 ? weights[t] * value : sum + weights[t] * value;
+    }
+    out[i] = (sum - base[i]) / increment;
+  }
+}
+
+// The same when a baseline moves, and with it the signals of all transitions.
+template <std::size_t Terms, bool Native>
+ZOLT_WIDE void baselineQuotients(const double* x, double intercept, double slope,
+                                 const double* other, TermArrays<Terms> K,
+                                 TermWeights<Terms> weights, int n, const double* base,
+                                 double increment, double* __restrict out) {
+  for (int i = 0; i < n; ++i) {
+    const double line = intercept + slope * x[i];
+    double sum = 0.0;
+    for (std::size_t t = 0; t < Terms; ++t) {
+      const double value = Native ? transitionSignal(line, other[i], K[t][i])
+                                  : transitionSignal(other[i], line, K[t][i]);
+      sum = t == 0 ? weights[t] * value : sum + weights[t] * value;
+    }
+    out[i] = (sum - base[i]) / increment;
   }
 }
 
@@ -103,19 +157,14 @@ void bells(Row x, double centre, double width, double* out) {
 template <int Transitions>
 UnfoldingModel<Transitions>::UnfoldingModel(Row points, FitWorkspace& workspace) : x(points) {
   const int n = static_cast<int>(x.size());
-  const auto takeEach = [&](auto& arrays) {
-    for (double*& array : arrays) {
-      array = workspace.take(n);
-    }
-  };
   native = workspace.take(n);
   denatured = workspace.take(n);
-  takeEach(distance);
-  takeEach(K);
-  takeEach(signal);
   movedK = workspace.take(n);
-  movedLine = workspace.take(n);
-  takeEach(movedSignal);
+  for (auto* arrays : {&distance, &K, &signal}) {
+    for (double*& array : *arrays) {
+      array = workspace.take(n);
+    }
+  }
 }
 
 template <int Peaks>
@@ -129,51 +178,63 @@ GaussianModel<Peaks>::GaussianModel(Row points, FitWorkspace& workspace) : x(poi
 template <int Transitions>
 void evaluate(UnfoldingModel<Transitions>& model, const double* p, double* values) {
   using Order = ParameterOrder<Transitions>;
+  const double* x = model.x.data();
   const int n = static_cast<int>(model.x.size());
-  lines(model.x.data(), n, p[Order::aN], p[Order::bN], model.native);
-  lines(model.x.data(), n, p[Order::aU], p[Order::bU], model.denatured);
+  lines(x, n, p[Order::aN], p[Order::bN], model.native);
+  lines(x, n, p[Order::aU], p[Order::bU], model.denatured);
   for (int t = 0; t < Transitions; ++t) {
     const auto i = static_cast<std::size_t>(t);
-    distances(model.x.data(), n, p[Order::Cm(t)], model.distance[i]);
-    exponents(model.distance[i], n, p[Order::dG(t)], p[Order::RT], model.K[i]);
+    distancesAndExponents(x, n, p[Order::dG(t)], p[Order::Cm(t)], p[Order::RT], model.distance[i],
+                          model.K[i]);
     expInPlace(model.K[i], n);
-    signals(model.native, model.denatured, model.K[i], n, model.signal[i]);
   }
-  weightedSums(model.signal, weightsOf<Transitions>(p), n, values);
+  signalSums(model.native, model.denatured, model.K, weightsOf<Transitions>(p), n, model.signal,
+             values);
 }
 
 template <int Transitions>
 void differenceQuotient(UnfoldingModel<Transitions>& model, const double* p, int moved,
                         double value, const double* base, double increment, double* column) {
   using Order = ParameterOrder<Transitions>;
+  const double* x = model.x.data();
   const int n = static_cast<int>(model.x.size());
-  Parameters<Transitions> q;
-  std::copy_n(p, Order::count, q.begin());
-  q[static_cast<std::size_t>(moved)] = value;
-  auto terms = model.signal;
+  auto weights = weightsOf<Transitions>(p);
   if (moved < Order::weight(0)) {
     const int t = moved / 2;
-    const auto i = static_cast<std::size_t>(t);
-    const double* distance = model.distance[i];
-    if (moved == Order::Cm(t)) {
-      distances(model.x.data(), n, value, model.movedLine);
-      distance = model.movedLine;
+    if (moved == Order::dG(t)) {
+      exponentsAtDistances(model.distance[static_cast<std::size_t>(t)], n, value, p[Order::RT],
+                           model.movedK);
+    } else {
+      exponentsAtMidpoint(x, n, p[Order::dG(t)], value, p[Order::RT], model.movedK);
     }
-    exponents(distance, n, q[static_cast<std::size_t>(Order::dG(t))], q[Order::RT], model.movedK);
     expInPlace(model.movedK, n);
-    signals(model.native, model.denatured, model.movedK, n, model.movedSignal[i]);
-    terms[i] = model.movedSignal[i];
-  } else if (moved >= Order::aN) {
-    const bool native = moved < Order::aU;
-    const std::size_t intercept = native ? Order::aN : Order::aU;
-    lines(model.x.data(), n, q[intercept], q[intercept + 1], model.movedLine);
-    for (std::size_t i = 0; i < Transitions; ++i) {
-      signals(native ? model.movedLine : model.native, native ? model.denatured : model.movedLine,
-              model.K[i], n, model.movedSignal[i]);
+    const auto fill = [&]<std::size_t Moved>() {
+      transitionQuotients<Transitions, Moved>(model.native, model.denatured, model.movedK,
+                                              model.signal, weights, n, base, increment, column);
+    };
+    if (t == 0) {
+      fill.template operator()<0>();
+    } else if (t == 1) {
+      fill.template operator()<1>();
+    } else {
+      fill.template operator()<2>();
     }
-    terms = model.movedSignal;
+  } else if (moved < Order::aN) {
+    Parameters<Transitions> q;
+    std::copy_n(p, Order::count, q.begin());
+    q[static_cast<std::size_t>(moved)] = value;
+    weightQuotients(model.signal, weightsOf<Transitions>(q.data()), n, base, increment, column);
+  } else if (moved < Order::aU) {
+    const bool isSlope = moved == Order::bN;
+    baselineQuotients<Transitions, true>(x, isSlope ? p[Order::aN] : value,
+                                         isSlope ? value : p[Order::bN], model.denatured, model.K,
+                                         weights, n, base, increment, column);
+  } else {
+    const bool isSlope = moved == Order::bU;
+    baselineQuotients<Transitions, false>(x, isSlope ? p[Order::aU] : value,
+                                          isSlope ? value : p[Order::bU], model.native, model.K,
+                                          weights, n, base, increment, column);
   }
-  sumQuotients(terms, weightsOf<Transitions>(q.data()), n, base, increment, column);
 }
 
 template <int Peaks>
@@ -198,7 +259,7 @@ void differenceQuotient(GaussianModel<Peaks>& model, const double* p, int moved,
     bells(model.x, centre, width, model.movedBell);
     terms[peak] = model.movedBell;
   }
-  sumQuotients(terms, heights, static_cast<int>(model.x.size()), base, increment, column);
+  weightQuotients(terms, heights, static_cast<int>(model.x.size()), base, increment, column);
 }
 
 #define ZOLT_INSTANTIATE(Model)                                                               \

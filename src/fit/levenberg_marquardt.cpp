@@ -103,16 +103,16 @@ void jacobianFD(Model& model, std::span<const int> free, double* p, const double
 }
 
 template <class Model>
-void fitLM(Model& model, Row y, std::span<const int> free, double* p, FitWorkspace& workspace) {
+Misfit fitLM(Model& model, Row y, std::span<const int> free, double* p, FitWorkspace& workspace) {
   const auto n = static_cast<int>(y.size());
   double* values = workspace.take(n);
-  double* residuals = workspace.take(n);
   DampedSystem system(n, static_cast<int>(free.size()), workspace);
+  double* const residuals = system.residuals;
 
   evaluate(model, p, values);
   double sse = residualsAndSum(y, values, residuals);
-  if (anyNaN(residuals, y.size()) && (anyNaN(values, y.size()) || anyNaN(y.data(), y.size()))) {
-    return;
+  if (anyNaN(values, y.size()) || anyNaN(y.data(), y.size())) {
+    return {values[0], sse};
   }
 
   double lambda = kFirstDamping;
@@ -123,7 +123,7 @@ void fitLM(Model& model, Row y, std::span<const int> free, double* p, FitWorkspa
     const double sseold = sse;
     FreeValues step{};
     jacobianFD(model, free, p, values, system.columns, system.trial);
-    assemble(system, residuals);
+    assemble(system);
 
     // A residual that is no number leaves the step at zero.
     const bool solvable = !isNaNValue(sse);
@@ -156,10 +156,11 @@ void fitLM(Model& model, Row y, std::span<const int> free, double* p, FitWorkspa
     done = stepIsSmall(normOf(free, gather(free, p)), stepNorm) || sumHasSettled(sse, sseold) ||
            stalled;
   }
+  return {values[0], sse};
 }
 
-#define ZOLT_INSTANTIATE(Model)                                                   \
-  template void fitLM(Model&, Row, std::span<const int>, double*, FitWorkspace&); \
+#define ZOLT_INSTANTIATE(Model)                                                     \
+  template Misfit fitLM(Model&, Row, std::span<const int>, double*, FitWorkspace&); \
   template void jacobianFD(Model&, std::span<const int>, double*, const double*, double*, double*);
 ZOLT_INSTANTIATE(model2State)
 ZOLT_INSTANTIATE(model3State)

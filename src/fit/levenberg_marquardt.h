@@ -8,14 +8,22 @@
 
 namespace zolt {
 
+// What a set of parameters leaves of a curve: the model's first value, and the sum of the squared
+// residuals.
+struct Misfit {
+  double firstValue;
+  double sse;
+};
+
 // Fits the parameters named by `free` (their places in `p`, ascending) of a model to `y` by damped
 // Gauss-Newton steps, in place. The other parameters are held.
 //
-// Nothing is reported: whether the outcome is any good is judged from the parameters. A NaN in y,
-// or in the model at the start, leaves `p` as it came. After a stall the last rejected trial
+// Whether the outcome is any good is not reported: it is judged from the parameters, by what the
+// fit leaves unexplained among others. A NaN in y, or in the model at the start, leaves `p` as it
+// came. After a stall the last rejected trial
 // stands, which then lies very close to the parameters before it.
 template <class Model>
-void fitLM(Model& model, Row y, std::span<const int> free, double* p, FitWorkspace& workspace);
+Misfit fitLM(Model& model, Row y, std::span<const int> free, double* p, FitWorkspace& workspace);
 
 // The Jacobian by one-sided forward differences of relative step 6.0555e-6, `free` columns of
 // points. `values` are the model's at `p`, which evaluate() was last called with.

@@ -101,11 +101,18 @@ struct ModelOf<modelGauss3::kParameters> {
   using type = modelGauss3;
 };
 
+// What a masked fit leaves.
+template <std::size_t Count>
+struct Fitted {
+  std::array<double, Count> p;
+  Misfit misfit;
+};
+
 // Fits the parameters that `mask` leaves free to the curve, starting from `start`. Held values come
 // back bit for bit.
 template <std::size_t Count>
-std::array<double, Count> maskedFit(const HoldMask<Count>& mask, const Curve& curve,
-                                    std::array<double, Count> start, FitWorkspace& workspace) {
+Fitted<Count> maskedFit(const HoldMask<Count>& mask, const Curve& curve,
+                        std::array<double, Count> start, FitWorkspace& workspace) {
   std::array<int, kMostFree> free{};
   std::size_t c = 0;
   for (std::size_t i = 0; i < Count; ++i) {
@@ -115,8 +122,8 @@ std::array<double, Count> maskedFit(const HoldMask<Count>& mask, const Curve& cu
   }
   workspace.reset();
   typename ModelOf<Count>::type model(curve.x, workspace);
-  fitLM(model, curve.y, std::span(free).first(c), start.data(), workspace);
-  return start;
+  const Misfit misfit = fitLM(model, curve.y, std::span(free).first(c), start.data(), workspace);
+  return {start, misfit};
 }
 
 }  // namespace zolt

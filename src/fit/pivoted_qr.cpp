@@ -18,7 +18,7 @@ struct Reflector {
 };
 
 // Builds the reflector and overwrites the tail, whose norm is `tailNorm`, by v.
-Reflector makeReflector(double alpha, double tailNorm, double* tail, int count) {
+ZOLT_INLINE Reflector makeReflector(double alpha, double tailNorm, double* tail, int count) {
   if (tailNorm == 0.0) {
     return {0.0, alpha};
   }
@@ -53,8 +53,7 @@ Reflector makeReflector(double alpha, double tailNorm, double* tail, int count) 
 // Adds eight elements to a scaled norm. As long as none exceeds the scale, their quotients can be
 // formed side by side; the sum still takes them one by one.
 ZOLT_INLINE void addEight(ScaledSum& state, const double* elements) {
-  const Lanes8 signedElements = lanesAt<Lanes8>(elements);
-  const Lanes8 a = signedElements < 0.0 ? -signedElements : signedElements;
+  const Lanes8 a = magnitude(lanesAt<Lanes8>(elements));
   if (anyLane(a > state.scale)) {
     for (int k = 0; k < 8; ++k) {
       addToScaledSum(state, elements[k]);
@@ -86,8 +85,8 @@ ZOLT_INLINE double normOfColumn(const double* v, int count) {
 }
 
 // Adds w times v to the rows below a reflector's top, and meanwhile takes `next`, the column that
-// the next step eliminates, out of its rows into v. Row k of the block meets v[k]; the next column's
-// diagonal is in row 0, so that its tail starts with row 1. Returns the norm of that tail.
+// the next step eliminates, out of its rows into v. Row k of the block meets v[k]; the next
+// column's diagonal is in row 0, so that its tail starts with row 1. Returns the norm of that tail.
 template <class Lanes, int Blocks>
 ZOLT_INLINE double updateRows(double* rows, int count, const Lanes (&w)[Blocks], double* v,
                               int next) {
@@ -100,17 +99,27 @@ ZOLT_INLINE double updateRows(double* rows, int count, const Lanes (&w)[Blocks],
   update(0);
   ScaledSum state = emptyScaledSum();
   int k = 1;
+  int normed = 0;
   for (; k + 8 <= count; k += 8) {
     for (int i = k; i < k + 8; ++i) {
       update(i);
       v[i - 1] = rows[i * kStride + next];
     }
-    addEight(state, v + k - 1);
+    // The norm follows eight rows behind, so that it need not wait for what was stored just now.
+    if (k > 8) {
+      addEight(state, v + normed);
+      normed += 8;
+    }
   }
   for (; k < count; ++k) {
     update(k);
     v[k - 1] = rows[k * kStride + next];
-    addToScaledSum(state, v[k - 1]);
+  }
+  for (; normed + 8 <= count - 1; normed += 8) {
+    addEight(state, v + normed);
+  }
+  for (; normed < count - 1; ++normed) {
+    addToScaledSum(state, v[normed]);
   }
   return count <= 2 ? scaledNorm(v, count - 1) : state.scale * std::sqrt(state.sum);
 }
@@ -211,8 +220,8 @@ ZOLT_INLINE void factorRows(const RowMatrix& a, int* jpvt, const PartialNorms& n
     const int column = jpvt[i];
     const int below = m - i - 1;
     double* top = a.row(i);
-    const auto [tau, beta] = below > 0 ? makeReflector(top[column], tailNorm, v, below)
-                                       : Reflector{0.0, top[column]};
+    const auto [tau, beta] =
+        below > 0 ? makeReflector(top[column], tailNorm, v, below) : Reflector{0.0, top[column]};
     Lanes w[Blocks] = {};
     if (tau != 0.0) {
       projectRows<Lanes, Blocks>(top, below, tau, v, w);

@@ -21,6 +21,10 @@ namespace zolt {
 using Lanes4 = double __attribute__((vector_size(32), aligned(8), may_alias));
 using Lanes8 = double __attribute__((vector_size(64), aligned(8), may_alias));
 
+// Their bits.
+using Bits4 = long long __attribute__((vector_size(32), aligned(8)));
+using Bits8 = long long __attribute__((vector_size(64), aligned(8)));
+
 template <class Lanes>
 inline constexpr int laneCount = static_cast<int>(sizeof(Lanes) / sizeof(double));
 
@@ -34,14 +38,28 @@ ZOLT_INLINE const Lanes& lanesAt(const double* at) {
   return *reinterpret_cast<const Lanes*>(at);
 }
 
+// The magnitude of each lane.
+template <class Lanes>
+ZOLT_INLINE Lanes magnitude(const Lanes& lanes) {
+  constexpr long long kAllButSign = 0x7fffffffffffffff;
+  if constexpr (sizeof(Lanes) == sizeof(Lanes8)) {
+    return reinterpret_cast<Lanes>(reinterpret_cast<Bits8>(lanes) & kAllButSign);
+  } else {
+    return reinterpret_cast<Lanes>(reinterpret_cast<Bits4>(lanes) & kAllButSign);
+  }
+}
+
 // Whether a comparison of lanes holds in any of them.
 template <class Mask>
 ZOLT_INLINE bool anyLane(const Mask& mask) {
-  long long any = 0;
-  for (std::size_t lane = 0; lane < sizeof(Mask) / sizeof(any); ++lane) {
-    any |= mask[lane];
+  if constexpr (sizeof(Mask) == sizeof(Bits8)) {
+    return anyLane(__builtin_shufflevector(mask, mask, 0, 1, 2, 3) |
+                   __builtin_shufflevector(mask, mask, 4, 5, 6, 7));
+  } else {
+    const auto half =
+        __builtin_shufflevector(mask, mask, 0, 1) | __builtin_shufflevector(mask, mask, 2, 3);
+    return (half[0] | half[1]) != 0;
   }
-  return any != 0;
 }
 
 }  // namespace zolt

@@ -31,9 +31,8 @@ struct FitWorkspace {
   void reset() { used = 0; }
 
  private:
-  // Arrays of one double a point: 12 columns, 11 stored terms of the model, 5 of a perturbed one,
-  // the fitted values and the residuals.
-  static constexpr std::size_t kArraysPerFit = 30;
+  // Arrays of one double a point: the columns, 12 of the model and the fitted values.
+  static constexpr std::size_t kArraysPerFit = kWidestRow + 13;
   static constexpr std::size_t kAlignment = 64;
   static constexpr std::size_t padded(std::size_t count) { return (count + 7) / 8 * 8; }
 

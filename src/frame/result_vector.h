@@ -24,19 +24,6 @@ inline double thermalEnergy(double temperature) {
   return (temperature + kCelsiusZero) * kGasConstant;
 }
 
-// The codes shared by all analyses; the codes of the ladders stand in the models' tables.
-enum FitCode : int {
-  kBadInput = 1,
-  kBothBaselines = 2,
-  kNativeBaseline = 3,
-  kDenaturedBaseline = 4,
-  kNoTransition = 32,
-  kNoCandidate = 33,
-  kNoAcceptableFit = 34,
-  kMidpointFit = 35,
-  kMidpointRejected = 36,
-};
-
 // Writes a vector without a fit: -1 in the parameter elements of a model with `transitions`
 // transitions, in the thermal energy and in R-squared, and 0 elsewhere beside the code.
 void writeFailure(int transitions, int code, ResultVector result);

@@ -50,8 +50,9 @@ WeightPair weightsIn(const Parameters<3>& p) { return {p[Order::weight(0)], p[Or
 void placeThirds(General& set, std::size_t first, const Setting& setting,
                  const std::optional<MidpointTriple>& midpoints) {
   const auto candidates = thirdsFit(setting, midpoints);
-  std::copy(candidates.begin(), candidates.end(),
-            set.p.begin() + static_cast<std::ptrdiff_t>(first));
+  for (std::size_t member = 0; member < kMembers; ++member) {
+    set.place(first + member, candidates[member], setting);
+  }
 }
 
 // The general family, and the weights of its best join, which become the seeds of what follows.
@@ -62,44 +63,43 @@ struct GeneralFamily {
 GeneralFamily makeGeneral(const Setting& setting) {
   const MidpointTriple peaks = derivativePeaks4(setting.curve, setting.workspace);
   const WeightPair seeds = generalWeights(weightsFromMidpoints(peaks));
-  GeneralFamily family;
-  General& set = family.set;
+  General set(setting);
   for (std::size_t c = 0; c < kWholeCurve; ++c) {
-    set.p[c] = runSeeder(kFourStateGeneral[c / kMembers], c % kMembers, setting, {}, seeds);
+    set.place(c, runSeeder(kFourStateGeneral[c / kMembers], c % kMembers, setting, {}, seeds),
+              setting);
   }
   placeThirds(set, kFixedSplit, setting, std::nullopt);
   placeThirds(set, kPeakSplit, setting, peaks);
-  score(setting, set, 0, kBestSplit);
 
   // The columns still to come stand at zeros with R-squared 0: when all others fail, the first of
   // them is the best, and its midpoints of 0 split the curve.
   for (std::size_t c = kBestSplit; c < set.size(); ++c) {
-    set.p[c].fill(0.0);
+    set.columns[c].p.fill(0.0);
     set.rsq[c] = 0.0;
   }
-  const Parameters<3>& best = set.p[bestColumn(set.rsq, 0, set.size())];
+  const Parameters<3> best = set.p(bestColumn(set.rsq, 0, set.size()));
   placeThirds(set, kBestSplit, setting,
               MidpointTriple{best[Order::Cm(0)], best[Order::Cm(1)], best[Order::Cm(2)]});
-  score(setting, set, kBestSplit, kWeighted);
 
   std::size_t join = bestColumn(set.rsq, kFixedSplit, kWeighted);
   if (!(set.rsq[join] > 0.0)) {
     join = bestColumn(set.rsq, 0, kWholeCurve);
   }
-  family.weights = weightsIn(set.p[join]);
+  const WeightPair weights = weightsIn(set.p(join));
   const auto usable = [](double weight) { return weight > 0.0 && weight < 0.99; };
   for (std::size_t group = 0; group < kMembers; ++group) {
     const std::size_t c = kWeighted + group;
-    if (usable(family.weights[0]) && usable(family.weights[1])) {
-      set.p[c] = runSeeder(kFourStateGeneral[group], kMembers - 1, setting, {},
-                           generalWeights(family.weights));
-      score(setting, set, c, c + 1);
+    if (usable(weights[0]) && usable(weights[1])) {
+      set.place(
+          c,
+          runSeeder(kFourStateGeneral[group], kMembers - 1, setting, {}, generalWeights(weights)),
+          setting);
     } else {
-      set.p[c] = failedCandidate<3>();
+      set.place(c, failed<3>(setting), setting);
       set.rsq[c] = -1.0;
     }
   }
-  return family;
+  return {set, weights};
 }
 
 // The mean weights of the candidates that taught a baseline, when they leave something for the
@@ -110,8 +110,8 @@ WeightPair harvestWeights(const General& set, const std::array<EndAgreement, 32>
   int count = 0;
   for (std::size_t c = 0; c < set.size(); ++c) {
     if (set.rsq[c] >= kGoodFit && (ends[c].native || ends[c].denatured)) {
-      sum[0] += set.p[c][Order::weight(0)];
-      sum[1] += set.p[c][Order::weight(1)];
+      sum[0] += set.p(c)[Order::weight(0)];
+      sum[1] += set.p(c)[Order::weight(1)];
       ++count;
     }
   }
@@ -126,16 +126,16 @@ WeightPair harvestWeights(const General& set, const std::array<EndAgreement, 32>
 // column, so that none of it can pass the ladder.
 Family makeFamily(const std::array<FourStateSeeder, 4>& groups, const Setting& setting,
                   const BaselinePair& known, const WeightPair& weights, bool baselineKnown) {
-  Family set;
+  Family set(setting);
   const bool denatured = &groups == &kFourStateDenaturedGiven;
   for (std::size_t c = 0; c < set.size(); ++c) {
-    set.p[c] = denatured && c == 0
-                   ? runDenaturedFreeSide(setting, known, weights)
-                   : runSeeder(groups[c / kMembers], c % kMembers, setting, known, weights);
+    set.place(c,
+              denatured && c == 0
+                  ? runDenaturedFreeSide(setting, known, weights)
+                  : runSeeder(groups[c / kMembers], c % kMembers, setting, known, weights),
+              setting);
   }
-  if (baselineKnown) {
-    score(setting, set);
-  } else {
+  if (!baselineKnown) {
     set.rsq.fill(0.0);
   }
   return set;
@@ -143,7 +143,7 @@ Family makeFamily(const std::array<FourStateSeeder, 4>& groups, const Setting& s
 
 void analyseFourState(const Curve& curve, double temperature, int mostPoints, ResultVector result) {
   if (lengthsUnusable(curve, kFewestPoints, mostPoints)) {
-    return writeFailure(3, kBadInput, result);
+    return writeFailure(3, ZOLTA_CODE_BAD_INPUT, result);
   }
   // Too short for three transitions: the smaller analyses make their own tests.
   if (curve.points() < kFewestThreeStatePoints) {
@@ -153,15 +153,15 @@ void analyseFourState(const Curve& curve, double temperature, int mostPoints, Re
     return threeStateInternal(curve, temperature, result);
   }
   if (temperatureUnusable(temperature)) {
-    return writeFailure(3, kBadInput, result);
+    return writeFailure(3, ZOLTA_CODE_BAD_INPUT, result);
   }
   if (hasNoTransition(curve)) {
-    return writeFailure(3, kNoTransition, result);
+    return writeFailure(3, ZOLTA_CODE_NO_TRANSITION, result);
   }
   FitWorkspace workspace(curve.points());
   const Setting setting = makeSetting(curve, temperature, workspace);
-  const auto finish = [&](const Parameters<3>& p, int code) {
-    packageFourState(curve, p, code, result);
+  const auto finish = [&](const Candidate<3>& candidate, int code) {
+    packageCandidate<3>(curve, candidate, setting.yardstick, code, result);
   };
 
   const auto [first, standingWeights] = makeGeneral(setting);
@@ -170,13 +170,14 @@ void analyseFourState(const Curve& curve, double temperature, int mostPoints, Re
   const WeightPair weights = givenBaselineWeights(harvestWeights(first, ends, standingWeights));
 
   if (harvest.nativeCount > 0 && harvest.denaturedCount > 0) {
-    CandidateSet<3, kMembers> both;
+    CandidateSet<3, kMembers> both(setting);
     for (std::size_t member = 0; member < kMembers; ++member) {
-      both.p[member] = runSeeder(kFourStateBothGiven, member, setting, harvest.baselines, weights);
+      both.place(member,
+                 runSeeder(kFourStateBothGiven, member, setting, harvest.baselines, weights),
+                 setting);
     }
-    score(setting, both);
     if (const auto k = bestGoodColumn(both)) {
-      return finish(both.p[*k], kBothBaselines);
+      return finish(both.columns[*k], ZOLTA_CODE_BOTH_BASELINES);
     }
   }
 
@@ -186,7 +187,7 @@ void analyseFourState(const Curve& curve, double temperature, int mostPoints, Re
     if (harvest.nativeCount > 0) {
       if (const auto k =
               acceptedColumn(native.rsq, checkEnds(setting, native), &EndAgreement::denatured)) {
-        return finish(native.p[*k], kNativeBaseline);
+        return finish(native.columns[*k], ZOLTA_CODE_NATIVE_BASELINE);
       }
     }
     const Family denatured = makeFamily(kFourStateDenaturedGiven, setting, harvest.baselines,
@@ -194,18 +195,18 @@ void analyseFourState(const Curve& curve, double temperature, int mostPoints, Re
     if (harvest.denaturedCount > 0) {
       if (const auto k =
               acceptedColumn(denatured.rsq, checkEnds(setting, denatured), &EndAgreement::native)) {
-        return finish(denatured.p[*k], kDenaturedBaseline);
+        return finish(denatured.columns[*k], ZOLTA_CODE_DENATURED_BASELINE);
       }
     }
     if (const auto taken = walkPairs(kPairs, native.rsq, denatured.rsq)) {
-      return finish((taken->native ? native : denatured).p[taken->column], taken->code);
+      return finish((taken->native ? native : denatured).columns[taken->column], taken->code);
     }
   }
 
   if (const auto taken = walkColumns(fourStateRanking, kGeneralCode, first.rsq)) {
-    return finish(first.p[taken->column], taken->code);
+    return finish(first.columns[taken->column], taken->code);
   }
-  writeFailure(3, kNoAcceptableFit, result);
+  writeFailure(3, ZOLTA_CODE_NO_ACCEPTABLE_FIT, result);
 }
 
 }  // namespace

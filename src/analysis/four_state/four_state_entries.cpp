@@ -14,19 +14,19 @@ constexpr FourStateMask kMidpointFits[] = {
 
 void midpointFourState(const Curve& curve, double temperature, ResultVector result) {
   if (lengthsUnusable(curve, kFewestMidpointPoints)) {
-    return writeFailure(3, kBadInput, result);
+    return writeFailure(3, ZOLTA_CODE_BAD_INPUT, result);
   }
   if (curve.points() < kFewestFourStateMidpointPoints) {
     return midpointThreeState(curve, temperature, result);
   }
   if (temperatureUnusable(temperature)) {
-    return writeFailure(3, kBadInput, result);
+    return writeFailure(3, ZOLTA_CODE_BAD_INPUT, result);
   }
   if (hasNoTransition(curve)) {
-    return writeFailure(3, kNoTransition, result);
+    return writeFailure(3, ZOLTA_CODE_NO_TRANSITION, result);
   }
   FitWorkspace workspace(curve.points());
-  const Setting setting = makeSetting(curve, temperature, workspace);
+  const Setting setting = makeLightSetting(curve, temperature, workspace);
   packageMidpoint<3>(
       setting, midpointChain<3>(setting, kFourStateStartA, kEvenWeights, kMidpointFits), result);
 }
@@ -55,23 +55,23 @@ Parameters<3> userBaselinesStart(const Setting& setting, const BaselinePair& bas
 void userBaselinesFourState(const Curve& curve, const BaselinePair& baselines, double temperature,
                             ResultVector result) {
   if (lengthsUnusable(curve, kFewestPoints)) {
-    return writeFailure(1, kBadInput, result);
+    return writeFailure(1, ZOLTA_CODE_BAD_INPUT, result);
   }
   if (curve.points() < kFewestFourStatePoints) {
     return userBaselinesThreeState(curve, baselines, temperature, result);
   }
   if (temperatureUnusable(temperature)) {
-    return writeFailure(1, kBadInput, result);
+    return writeFailure(1, ZOLTA_CODE_BAD_INPUT, result);
   }
   if (hasNoTransition(curve)) {
-    return writeFailure(1, kNoTransition, result);
+    return writeFailure(1, ZOLTA_CODE_NO_TRANSITION, result);
   }
   FitWorkspace workspace(curve.points());
-  const Setting setting = makeSetting(curve, temperature, workspace);
+  const Setting setting = makeLightSetting(curve, temperature, workspace);
   const auto fitted =
-      maskedFit(fit4State_baselinesHeld, curve, userBaselinesStart(setting, baselines), workspace);
-  packageUserBaselines<3>(setting, candidateFrom<3>(fitted, curve.x), fourStateInternal,
-                          temperature, result);
+      fitCurve<3>(setting, fit4State_baselinesHeld, userBaselinesStart(setting, baselines));
+  packageUserBaselines<3>(setting, settled<3>(setting, fitted), fourStateInternal, temperature,
+                          result);
 }
 
 }  // namespace

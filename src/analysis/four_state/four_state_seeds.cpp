@@ -18,14 +18,14 @@ constexpr auto& E = kFourStateStartE;
 
 bool inUnitRange(double weight) { return weight >= 0.0 && weight <= 1.0; }
 
-Parameters<3> fitGroupMember(const FourStateMask& fit, const FourStateSeeder& group,
-                             const Setting& setting, const BaselinePair& known,
-                             const WeightPair& weights) {
+Candidate<3> fitGroupMember(const FourStateMask& fit, const FourStateSeeder& group,
+                            const Setting& setting, const BaselinePair& known,
+                            const WeightPair& weights) {
   const Curve& curve = setting.curve;
   const auto start = startVector<3>(
       setting, group.dG, weights,
       seedBaselines(curve, setting.estimates, group.estimate, pairsRead(group.pairs, known)));
-  return candidateFrom<3>(maskedFit(fit, curve, start, setting.workspace), curve.x);
+  return settled<3>(setting, fitCurve<3>(setting, fit, start));
 }
 
 }  // namespace
@@ -65,8 +65,8 @@ WeightPair givenBaselineWeights(const WeightPair& weights) {
           inUnitRange(weights[1]) ? weights[1] : kEvenWeights[1]};
 }
 
-Parameters<3> runSeeder(const FourStateSeeder& group, std::size_t member, const Setting& setting,
-                        const BaselinePair& known, const WeightPair& weights) {
+Candidate<3> runSeeder(const FourStateSeeder& group, std::size_t member, const Setting& setting,
+                       const BaselinePair& known, const WeightPair& weights) {
   const BaselinePair given = pairsRead(group.pairs, known);
   const bool paired = isGiven(given.native) || isGiven(given.denatured);
   const FitGroup& fits = paired || group.unpairedFits == nullptr ? group.fits : *group.unpairedFits;
@@ -75,8 +75,8 @@ Parameters<3> runSeeder(const FourStateSeeder& group, std::size_t member, const 
 
 // With the denatured pair alone the native baseline is held, and with the native pair alone the
 // denatured one: the crossing is meant.
-Parameters<3> runDenaturedFreeSide(const Setting& setting, const BaselinePair& known,
-                                   const WeightPair& weights) {
+Candidate<3> runDenaturedFreeSide(const Setting& setting, const BaselinePair& known,
+                                  const WeightPair& weights) {
   const bool native = isGiven(known.native);
   const FitGroup& fits = isGiven(known.denatured) ? (native ? kBaselinesHeld : kNativeHeld)
                                                   : (native ? kDenaturedHeld : kBaselinesFree);

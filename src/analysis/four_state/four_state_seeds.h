@@ -45,20 +45,20 @@ WeightPair generalWeights(const WeightPair& weights);
 WeightPair givenBaselineWeights(const WeightPair& weights);
 
 // The candidate of one member of a group.
-Parameters<3> runSeeder(const FourStateSeeder& group, std::size_t member, const Setting& setting,
-                        const BaselinePair& known, const WeightPair& weights);
+Candidate<3> runSeeder(const FourStateSeeder& group, std::size_t member, const Setting& setting,
+                       const BaselinePair& known, const WeightPair& weights);
 
 // The first member of the first denatured-given group, which alone looks at both pairs.
-Parameters<3> runDenaturedFreeSide(const Setting& setting, const BaselinePair& known,
-                                   const WeightPair& weights);
+Candidate<3> runDenaturedFreeSide(const Setting& setting, const BaselinePair& known,
+                                  const WeightPair& weights);
 
 // Three midpoints between which a curve is split.
 using MidpointTriple = std::array<double, 3>;
 
 // Fits each third of the curve as a two-state transition and joins them, one candidate for each
 // member: split at fixed parts of the curve, or halfway between neighbouring midpoints.
-std::array<Parameters<3>, kMembers> thirdsFit(const Setting& setting,
-                                              const std::optional<MidpointTriple>& midpoints);
+std::array<Candidate<3>, kMembers> thirdsFit(const Setting& setting,
+                                             const std::optional<MidpointTriple>& midpoints);
 
 // The fits of the joined starts.
 extern const FitGroup kBaselinesHeldGroup;

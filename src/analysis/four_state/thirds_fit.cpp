@@ -104,8 +104,8 @@ LastPart lastPartOfGivenSplit(const Curve& curve, const PartFit& middle, const P
 
 }  // namespace
 
-std::array<Parameters<3>, kMembers> thirdsFit(const Setting& setting,
-                                              const std::optional<MidpointTriple>& midpoints) {
+std::array<Candidate<3>, kMembers> thirdsFit(const Setting& setting,
+                                             const std::optional<MidpointTriple>& midpoints) {
   using Order = ParameterOrder<3>;
   const Curve& curve = setting.curve;
   const int n = curve.points();
@@ -155,13 +155,13 @@ std::array<Parameters<3>, kMembers> thirdsFit(const Setting& setting,
     partsPlausible = partsPlausible && fits[t]->isPlausible();
   }
 
-  std::array<Parameters<3>, kMembers> candidates;
+  std::array<Candidate<3>, kMembers> candidates;
   for (std::size_t member = 0; member < kMembers; ++member) {
-    Parameters<3> p = maskedFit(kBaselinesHeldGroup[member], curve, start, setting.workspace);
-    if (partsPlausible && !plausible<3>(p, curve.x)) {
-      p = parts;
+    Candidate<3> joined = fitCurve<3>(setting, kBaselinesHeldGroup[member], start);
+    if (partsPlausible && !plausible<3>(joined.p, curve.x)) {
+      joined = candidateOf<3>(curve, parts);
     }
-    candidates[member] = candidateFrom<3>(p, curve.x);
+    candidates[member] = settled<3>(setting, joined);
   }
   return candidates;
 }

@@ -47,7 +47,7 @@ Split splitCurve(const Curve& curve, const std::optional<MidpointPair>& midpoint
 
 }  // namespace
 
-Parameters<2> halvesFit(const Setting& setting, const std::optional<MidpointPair>& midpoints) {
+Candidate<2> halvesFit(const Setting& setting, const std::optional<MidpointPair>& midpoints) {
   using Order = ParameterOrder<2>;
   const Curve& curve = setting.curve;
   const int n = curve.points();
@@ -82,28 +82,25 @@ Parameters<2> halvesFit(const Setting& setting, const std::optional<MidpointPair
                             setting.RT};
 
   // Both fits are made from the same start; the one with the weight held must be strictly better.
-  Parameters<2> p = maskedFit(fit3State_baselinesHeld, curve, start, setting.workspace);
-  const Parameters<2> weightHeld =
-      maskedFit(fit3State_weightBaselinesHeld, curve, start, setting.workspace);
-  double r = threeStateRSquared(curve, p, setting.yardstick);
-  const double rHeld = threeStateRSquared(curve, weightHeld, setting.yardstick);
-  if (rHeld > r) {
-    p = weightHeld;
-    r = rHeld;
+  Candidate<2> joined = fitCurve<2>(setting, fit3State_baselinesHeld, start);
+  const Candidate<2> weightHeld = fitCurve<2>(setting, fit3State_weightBaselinesHeld, start);
+  if (rSquaredOf<2>(setting, weightHeld) > rSquaredOf<2>(setting, joined)) {
+    joined = weightHeld;
   }
-  if (r == -1.0) {
-    p = failedCandidate<2>();
+  if (rSquaredOf<2>(setting, joined) == -1.0) {
+    joined = failed<2>(setting);
   }
 
   // Where the joint fit fails, two sound halves stand as they are.
-  if (!plausible<2>(p, curve.x) && left.isPlausible() && right.isPlausible()) {
-    p = start;
-    p[Order::dG(0)] = left.dG();
-    p[Order::Cm(0)] = left.Cm();
-    p[Order::dG(1)] = right.dG();
-    p[Order::Cm(1)] = right.Cm();
+  if (!plausible<2>(joined.p, curve.x) && left.isPlausible() && right.isPlausible()) {
+    Parameters<2> halves = start;
+    halves[Order::dG(0)] = left.dG();
+    halves[Order::Cm(0)] = left.Cm();
+    halves[Order::dG(1)] = right.dG();
+    halves[Order::Cm(1)] = right.Cm();
+    joined = candidateOf<2>(curve, halves);
   }
-  return candidateFrom<2>(p, curve.x);
+  return settled<2>(setting, joined);
 }
 
 }  // namespace zolt

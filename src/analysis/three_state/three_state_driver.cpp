@@ -32,29 +32,27 @@ struct GeneralFamily {
 };
 std::optional<GeneralFamily> makeGeneral(const Setting& setting) {
   using Order = ParameterOrder<2>;
-  General set;
+  General set(setting);
   for (std::size_t c = 0; c < kWholeCurve; ++c) {
-    set.p[c] = runSeeder(*kThreeStateGeneral[c], setting);
+    set.place(c, runSeeder(*kThreeStateGeneral[c], setting), setting);
   }
-  set.p[kFixedSplit] = halvesFit(setting, std::nullopt);
-  set.p[kPeakSplit] = halvesFit(setting, derivativePeaks3(setting.curve, setting.workspace));
-  score(setting, set, 0, kBestSplit);
+  set.place(kFixedSplit, halvesFit(setting, std::nullopt), setting);
+  set.place(kPeakSplit, halvesFit(setting, derivativePeaks3(setting.curve, setting.workspace)),
+            setting);
   const std::size_t best = bestColumn(set.rsq, 0, kBestSplit);
   if (!(set.rsq[best] >= 0.0)) {
     return std::nullopt;
   }
-  set.p[kBestSplit] =
-      halvesFit(setting, MidpointPair{set.p[best][Order::Cm(0)], set.p[best][Order::Cm(1)]});
-  score(setting, set, kBestSplit, kWeighted);
+  const MidpointPair midpoints{set.p(best)[Order::Cm(0)], set.p(best)[Order::Cm(1)]};
+  set.place(kBestSplit, halvesFit(setting, midpoints), setting);
 
   const std::size_t join = bestColumn(set.rsq, kFixedSplit, kWeighted);
-  const double weightStar = set.rsq[join] > -1.0 ? set.p[join][Order::weight(0)] : kNoWeight;
+  const double weightStar = set.rsq[join] > -1.0 ? set.p(join)[Order::weight(0)] : kNoWeight;
   if (weightStar > 0.0 && weightStar < 0.99) {
     for (std::size_t c = kWeighted; c < set.size(); ++c) {
-      set.p[c] = runSeeder(*kThreeStateGeneral[c], setting, {}, weightStar);
+      set.place(c, runSeeder(*kThreeStateGeneral[c], setting, {}, weightStar), setting);
     }
   }
-  score(setting, set, kWeighted);
   return GeneralFamily{set, weightStar};
 }
 
@@ -64,41 +62,40 @@ template <std::size_t Columns>
 CandidateSet<2, Columns> makeFamily(const std::array<const ThreeStateSeeder*, Columns>& seeders,
                                     const Setting& setting, const BaselinePair& known,
                                     double weightStar) {
-  CandidateSet<2, Columns> set;
+  CandidateSet<2, Columns> set(setting);
   const bool weighted = weightStar > 0.0 && weightStar < 1.0;
   for (std::size_t c = 0; c < Columns; ++c) {
     if (c % 2 == 0 || weighted) {
-      set.p[c] = runSeeder(*seeders[c], setting, known, weightStar);
+      set.place(c, runSeeder(*seeders[c], setting, known, weightStar), setting);
     }
   }
-  score(setting, set);
   return set;
 }
 
 void analyseThreeState(const Curve& curve, double temperature, int mostPoints,
                        ResultVector result) {
   if (lengthsUnusable(curve, kFewestPoints, mostPoints)) {
-    return writeFailure(2, kBadInput, result);
+    return writeFailure(2, ZOLTA_CODE_BAD_INPUT, result);
   }
   // Too short for two transitions: the smaller analysis makes its own tests.
   if (curve.points() < kFewestThreeStatePoints) {
     return twoStateInternal(curve, temperature, result);
   }
   if (temperatureUnusable(temperature)) {
-    return writeFailure(2, kBadInput, result);
+    return writeFailure(2, ZOLTA_CODE_BAD_INPUT, result);
   }
   if (hasNoTransition(curve)) {
-    return writeFailure(2, kNoTransition, result);
+    return writeFailure(2, ZOLTA_CODE_NO_TRANSITION, result);
   }
   FitWorkspace workspace(curve.points());
   const Setting setting = makeSetting(curve, temperature, workspace);
-  const auto finish = [&](const Parameters<2>& p, int code) {
-    packageThreeState(curve, p, code, result);
+  const auto finish = [&](const Candidate<2>& candidate, int code) {
+    packageCandidate<2>(curve, candidate, setting.yardstick, code, result);
   };
 
   const std::optional<GeneralFamily> general = makeGeneral(setting);
   if (!general) {
-    return writeFailure(2, kNoCandidate, result);
+    return writeFailure(2, ZOLTA_CODE_NO_CANDIDATE, result);
   }
   const General& first = general->set;
   const double weightStar = general->weightStar;
@@ -107,7 +104,7 @@ void analyseThreeState(const Curve& curve, double temperature, int mostPoints,
   if (harvest.nativeCount > 0 && harvest.denaturedCount > 0) {
     const auto both = makeFamily(kThreeStateBothGiven, setting, harvest.baselines, weightStar);
     if (const auto k = bestGoodColumn(both)) {
-      return finish(both.p[*k], kBothBaselines);
+      return finish(both.columns[*k], ZOLTA_CODE_BOTH_BASELINES);
     }
   }
 
@@ -117,7 +114,7 @@ void analyseThreeState(const Curve& curve, double temperature, int mostPoints,
     if (harvest.nativeCount > 0) {
       if (const auto k =
               acceptedColumn(native.rsq, checkEnds(setting, native), &EndAgreement::denatured)) {
-        return finish(native.p[*k], kNativeBaseline);
+        return finish(native.columns[*k], ZOLTA_CODE_NATIVE_BASELINE);
       }
     }
     const Family denatured =
@@ -125,18 +122,18 @@ void analyseThreeState(const Curve& curve, double temperature, int mostPoints,
     if (harvest.denaturedCount > 0) {
       if (const auto k =
               acceptedColumn(denatured.rsq, checkEnds(setting, denatured), &EndAgreement::native)) {
-        return finish(denatured.p[*k], kDenaturedBaseline);
+        return finish(denatured.columns[*k], ZOLTA_CODE_DENATURED_BASELINE);
       }
     }
     if (const auto taken = walkPairs(kPairs, native.rsq, denatured.rsq)) {
-      return finish((taken->native ? native : denatured).p[taken->column], taken->code);
+      return finish((taken->native ? native : denatured).columns[taken->column], taken->code);
     }
   }
 
   if (const auto taken = walkColumns(kGeneralOrder, kGeneralCode, first.rsq)) {
-    return finish(first.p[taken->column], taken->code);
+    return finish(first.columns[taken->column], taken->code);
   }
-  writeFailure(2, kNoAcceptableFit, result);
+  writeFailure(2, ZOLTA_CODE_NO_ACCEPTABLE_FIT, result);
 }
 
 }  // namespace

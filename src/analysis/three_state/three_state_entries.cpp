@@ -11,11 +11,11 @@ constexpr ThreeStateMask kMidpointFits[] = {fit3State_slopesHeld, fit3State_base
                                             fit3State_weightSlopesHeld,
                                             fit3State_weightBaselinesHeld};
 
-Parameters<2> midpointChain3(const Setting& setting) {
+Candidate<2> midpointChain3(const Setting& setting) {
   return midpointChain<2>(setting, kThreeStateStartA, {0.5}, kMidpointFits);
 }
 
-Parameters<2> givenBaselines3(const Setting& setting, const BaselinePair& baselines) {
+Candidate<2> givenBaselines3(const Setting& setting, const BaselinePair& baselines) {
   return runSeeder(kBothGivenSeeder, setting, baselines);
 }
 
@@ -23,19 +23,19 @@ Parameters<2> givenBaselines3(const Setting& setting, const BaselinePair& baseli
 
 void midpointThreeState(const Curve& curve, double temperature, ResultVector result) {
   if (lengthsUnusable(curve, kFewestMidpointPoints)) {
-    return writeFailure(2, kBadInput, result);
+    return writeFailure(2, ZOLTA_CODE_BAD_INPUT, result);
   }
   if (curve.points() < kFewestThreeStateMidpointPoints) {
     return midpointTwoState(curve, temperature, result);
   }
   if (temperatureUnusable(temperature)) {
-    return writeFailure(2, kBadInput, result);
+    return writeFailure(2, ZOLTA_CODE_BAD_INPUT, result);
   }
   if (hasNoTransition(curve)) {
-    return writeFailure(2, kNoTransition, result);
+    return writeFailure(2, ZOLTA_CODE_NO_TRANSITION, result);
   }
   FitWorkspace workspace(curve.points());
-  const Setting setting = makeSetting(curve, temperature, workspace);
+  const Setting setting = makeLightSetting(curve, temperature, workspace);
   packageMidpoint<2>(setting, midpointChain3(setting), result);
 }
 
@@ -43,19 +43,19 @@ void midpointThreeState(const Curve& curve, double temperature, ResultVector res
 void userBaselinesThreeState(const Curve& curve, const BaselinePair& baselines, double temperature,
                              ResultVector result) {
   if (lengthsUnusable(curve, kFewestPoints)) {
-    return writeFailure(1, kBadInput, result);
+    return writeFailure(1, ZOLTA_CODE_BAD_INPUT, result);
   }
   if (curve.points() < kFewestThreeStatePoints) {
     return userBaselinesTwoState(curve, baselines, temperature, result);
   }
   if (temperatureUnusable(temperature)) {
-    return writeFailure(1, kBadInput, result);
+    return writeFailure(1, ZOLTA_CODE_BAD_INPUT, result);
   }
   if (hasNoTransition(curve)) {
-    return writeFailure(1, kNoTransition, result);
+    return writeFailure(1, ZOLTA_CODE_NO_TRANSITION, result);
   }
   FitWorkspace workspace(curve.points());
-  const Setting setting = makeSetting(curve, temperature, workspace);
+  const Setting setting = makeLightSetting(curve, temperature, workspace);
   packageUserBaselines<2>(setting, givenBaselines3(setting, baselines), threeStateInternal,
                           temperature, result);
 }

@@ -60,8 +60,8 @@ constexpr std::array<const ThreeStateSeeder*, 8> kThreeStateDenaturedGiven{&D0, 
                                                                            &D4, &D5, &D6, &D7};
 constexpr std::array<const ThreeStateSeeder*, 2> kThreeStateBothGiven{&B0, &B1};
 
-Parameters<2> runSeeder(const ThreeStateSeeder& seeder, const Setting& setting,
-                        const BaselinePair& known, double weight) {
+Candidate<2> runSeeder(const ThreeStateSeeder& seeder, const Setting& setting,
+                       const BaselinePair& known, double weight) {
   const Curve& curve = setting.curve;
   const BaselinePair given = pairsRead(seeder.pairs, known);
   const bool holdsWeight = seeder.weightRule == Held || (seeder.weightRule == Guarded &&
@@ -73,7 +73,7 @@ Parameters<2> runSeeder(const ThreeStateSeeder& seeder, const Setting& setting,
   const auto start =
       startVector<2>(setting, seeder.dG, {holdsWeight ? weight : kEvenWeight},
                      seedBaselines(curve, setting.estimates, seeder.estimate, given));
-  return candidateFrom<2>(maskedFit(*fit, curve, start, setting.workspace), curve.x);
+  return settled<2>(setting, fitCurve<2>(setting, *fit, start));
 }
 
 }  // namespace zolt

@@ -42,14 +42,14 @@ extern const std::array<const ThreeStateSeeder*, 8> kThreeStateNativeGiven;
 extern const std::array<const ThreeStateSeeder*, 8> kThreeStateDenaturedGiven;
 extern const std::array<const ThreeStateSeeder*, 2> kThreeStateBothGiven;
 
-Parameters<2> runSeeder(const ThreeStateSeeder& seeder, const Setting& setting,
-                        const BaselinePair& known = {}, double weight = kNoWeight);
+Candidate<2> runSeeder(const ThreeStateSeeder& seeder, const Setting& setting,
+                       const BaselinePair& known = {}, double weight = kNoWeight);
 
 // Two midpoints between which a curve is split.
 using MidpointPair = std::array<double, 2>;
 
 // Fits each half of the curve as a two-state transition and joins them: split in the middle, or
 // halfway between two midpoints.
-Parameters<2> halvesFit(const Setting& setting, const std::optional<MidpointPair>& midpoints);
+Candidate<2> halvesFit(const Setting& setting, const std::optional<MidpointPair>& midpoints);
 
 }  // namespace zolt

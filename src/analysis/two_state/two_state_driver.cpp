@@ -36,21 +36,19 @@ constexpr int kFirstStageCode = 23;
 
 // All first-stage candidates, the refit of the best among them included.
 Table makeFirstStageTable(const Setting& setting, double hint) {
-  Table table;
+  Table table(setting);
   for (std::size_t c = 0; c < 4; ++c) {
-    table.p[c] = runSeeder(*kFirstStage[c], setting);
+    table.place(c, runSeeder(*kFirstStage[c], setting), setting);
   }
   for (std::size_t c = 4; c < kRefit && hint > 0.0; ++c) {
-    table.p[c] = runSeeder(*kFirstStage[c], setting, {}, hint);
+    table.place(c, runSeeder(*kFirstStage[c], setting, {}, hint), setting);
   }
   // The refit column stands at zeros with R-squared 0 until it is filled: when every seeder failed
   // it is the best of all, and the refit starts from zeros.
-  table.p[kRefit].fill(0.0);
-  score(setting, table, 0, kRefit);
+  table.columns[kRefit].p.fill(0.0);
   table.rsq[kRefit] = 0.0;
   const std::size_t best = bestColumn(table.rsq, 0, kColumns);
-  table.p[kRefit] = refitFromVector(setting, table.p[best]);
-  score(setting, table, kRefit);
+  table.place(kRefit, refitFromVector(setting, table.p(best)), setting);
   return table;
 }
 
@@ -60,7 +58,7 @@ double learnMidpoint(const Table& table, double hint, double lastX) {
   int count = 0;
   for (std::size_t c = 0; c < kColumns; ++c) {
     if (table.rsq[c] >= kGoodFit) {
-      sum += table.p[c][ParameterOrder<1>::Cm(0)];
+      sum += table.p(c)[ParameterOrder<1>::Cm(0)];
       ++count;
     }
   }
@@ -73,17 +71,16 @@ double learnMidpoint(const Table& table, double hint, double lastX) {
   return midpoint < 0.0 || midpoint > lastX ? kNoHint : midpoint;
 }
 
-// One of the given-baseline families, its refit column at -1.
+// One of the given-baseline families, its refit column failed.
 Table makeGivenTable(const TwoStateSeeder* const (&seeders)[kRefit], const Setting& setting,
                      const BaselinePair& given, double hint) {
-  Table table;
+  Table table(setting);
   for (std::size_t c = 0; c < kRefit; ++c) {
     const bool wantsHint = c % 2 == 1;
     if (!wantsHint || hint > 0.0) {
-      table.p[c] = runSeeder(*seeders[c], setting, given, wantsHint ? hint : kNoHint);
+      table.place(c, runSeeder(*seeders[c], setting, given, wantsHint ? hint : kNoHint), setting);
     }
   }
-  score(setting, table, 0, kRefit);
   return table;
 }
 
@@ -92,36 +89,37 @@ Table makeGivenTable(const TwoStateSeeder* const (&seeders)[kRefit], const Setti
 std::optional<std::size_t> refitAndAccept(Table& table, const Setting& setting,
                                           bool EndAgreement::*farEnd) {
   table.rsq[kRefit] = 0.0;
-  table.p[kRefit] = refitFromTable(setting, table);
-  return acceptedColumn(table.rsq, checkEnds(setting, table), farEnd);
+  const auto ranked = table.rsq;
+  table.place(kRefit, refitFromTable(setting, table), setting);
+  return acceptedColumn(ranked, checkEnds(setting, table), farEnd);
 }
 
 // The better candidate fitted with both baselines known, when both ways to it fit well.
-std::optional<Parameters<1>> fitBothBaselines(const Setting& setting, const Harvest& harvest,
-                                              double midpointHint) {
-  CandidateSet<1, 2> table;
-  table.p[0] = runSeeder(seedBothBaselines, setting, harvest.baselines);
+std::optional<Candidate<1>> fitBothBaselines(const Setting& setting, const Harvest& harvest,
+                                             double midpointHint) {
+  CandidateSet<1, 2> table(setting);
+  table.place(0, runSeeder(seedBothBaselines, setting, harvest.baselines), setting);
   if (midpointHint > 0.0) {
-    table.p[1] = runSeeder(seedBothBaselinesHint, setting, harvest.baselines, midpointHint);
+    table.place(1, runSeeder(seedBothBaselinesHint, setting, harvest.baselines, midpointHint),
+                setting);
   }
-  score(setting, table);
   if (!(table.rsq[0] >= kGoodFit && table.rsq[1] >= kGoodFit)) {
     return std::nullopt;
   }
-  return table.p[table.rsq[1] > table.rsq[0] ? 1 : 0];
+  return table.columns[table.rsq[1] > table.rsq[0] ? 1 : 0];
 }
 
 void analyseTwoState(const Curve& curve, double temperature, int mostPoints, ResultVector result) {
   if (lengthsUnusable(curve, kFewestPoints, mostPoints) || temperatureUnusable(temperature)) {
-    return writeFailure(1, kBadInput, result);
+    return writeFailure(1, ZOLTA_CODE_BAD_INPUT, result);
   }
   if (hasNoTransition(curve)) {
-    return writeFailure(1, kNoTransition, result);
+    return writeFailure(1, ZOLTA_CODE_NO_TRANSITION, result);
   }
   FitWorkspace workspace(curve.points());
   const Setting setting = makeSetting(curve, temperature, workspace);
-  const auto finish = [&](const Parameters<1>& p, int code) {
-    packageTwoState(curve, p, code, result);
+  const auto finish = [&](const Candidate<1>& candidate, int code) {
+    packageCandidate<1>(curve, candidate, setting.yardstick, code, result);
   };
 
   const double hint = derivativePeaks2(curve, workspace)[0];
@@ -131,7 +129,7 @@ void analyseTwoState(const Curve& curve, double temperature, int mostPoints, Res
 
   if (harvest.nativeCount > 0 && harvest.denaturedCount > 0) {
     if (const auto both = fitBothBaselines(setting, harvest, midpointHint)) {
-      return finish(*both, kBothBaselines);
+      return finish(*both, ZOLTA_CODE_BOTH_BASELINES);
     }
   }
 
@@ -140,26 +138,24 @@ void analyseTwoState(const Curve& curve, double temperature, int mostPoints, Res
     Table native = makeGivenTable(kNativeGiven, setting, harvest.baselines, midpointHint);
     if (harvest.nativeCount > 0) {
       if (const auto k = refitAndAccept(native, setting, &EndAgreement::denatured)) {
-        return finish(native.p[*k], kNativeBaseline);
+        return finish(native.columns[*k], ZOLTA_CODE_NATIVE_BASELINE);
       }
     }
     Table denatured = makeGivenTable(kDenaturedGiven, setting, harvest.baselines, midpointHint);
     if (harvest.denaturedCount > 0) {
       if (const auto k = refitAndAccept(denatured, setting, &EndAgreement::native)) {
-        return finish(denatured.p[*k], kDenaturedBaseline);
+        return finish(denatured.columns[*k], ZOLTA_CODE_DENATURED_BASELINE);
       }
     }
-    score(setting, native, kRefit);
-    score(setting, denatured, kRefit);
     if (const auto taken = walkPairs(kPairs, native.rsq, denatured.rsq)) {
-      return finish((taken->native ? native : denatured).p[taken->column], taken->code);
+      return finish((taken->native ? native : denatured).columns[taken->column], taken->code);
     }
   }
 
   if (const auto taken = walkColumns(kFirstStageOrder, kFirstStageCode, first.rsq)) {
-    return finish(first.p[taken->column], taken->code);
+    return finish(first.columns[taken->column], taken->code);
   }
-  writeFailure(1, kNoAcceptableFit, result);
+  writeFailure(1, ZOLTA_CODE_NO_ACCEPTABLE_FIT, result);
 }
 
 }  // namespace

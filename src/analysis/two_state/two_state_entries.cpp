@@ -10,7 +10,7 @@ namespace {
 
 constexpr TwoStateMask kMidpointFits[] = {fit2State_slopesHeld, fit2State_baselinesHeld};
 
-Parameters<1> seedMidpointFit(const Setting& setting) {
+Candidate<1> seedMidpointFit(const Setting& setting) {
   return midpointChain<1>(setting, {kOrdinaryStart}, {}, kMidpointFits);
 }
 
@@ -18,26 +18,26 @@ Parameters<1> seedMidpointFit(const Setting& setting) {
 
 void midpointTwoState(const Curve& curve, double temperature, ResultVector result) {
   if (lengthsUnusable(curve, kFewestMidpointPoints) || temperatureUnusable(temperature)) {
-    return writeFailure(1, kBadInput, result);
+    return writeFailure(1, ZOLTA_CODE_BAD_INPUT, result);
   }
   if (hasNoTransition(curve)) {
-    return writeFailure(1, kNoTransition, result);
+    return writeFailure(1, ZOLTA_CODE_NO_TRANSITION, result);
   }
   FitWorkspace workspace(curve.points());
-  const Setting setting = makeSetting(curve, temperature, workspace);
+  const Setting setting = makeLightSetting(curve, temperature, workspace);
   packageMidpoint<1>(setting, seedMidpointFit(setting), result);
 }
 
 void userBaselinesTwoState(const Curve& curve, const BaselinePair& baselines, double temperature,
                            ResultVector result) {
   if (lengthsUnusable(curve, kFewestPoints) || temperatureUnusable(temperature)) {
-    return writeFailure(1, kBadInput, result);
+    return writeFailure(1, ZOLTA_CODE_BAD_INPUT, result);
   }
   if (hasNoTransition(curve)) {
-    return writeFailure(1, kNoTransition, result);
+    return writeFailure(1, ZOLTA_CODE_NO_TRANSITION, result);
   }
   FitWorkspace workspace(curve.points());
-  const Setting setting = makeSetting(curve, temperature, workspace);
+  const Setting setting = makeLightSetting(curve, temperature, workspace);
   packageUserBaselines<1>(setting, runSeeder(seedBothBaselines, setting, baselines),
                           twoStateInternal, temperature, result);
 }

@@ -13,8 +13,8 @@ const TwoStateMask& fitOf(const TwoStateSeeder& seeder, bool paired, bool hinted
 
 }  // namespace
 
-Parameters<1> runSeeder(const TwoStateSeeder& seeder, const Setting& setting,
-                        const BaselinePair& given, double hint) {
+Candidate<1> runSeeder(const TwoStateSeeder& seeder, const Setting& setting,
+                       const BaselinePair& given, double hint) {
   const Curve& curve = setting.curve;
   const BaselinePair known = pairsRead(seeder.pairs, given);
   Parameters<1> start = startVector<1>(
@@ -25,21 +25,20 @@ Parameters<1> runSeeder(const TwoStateSeeder& seeder, const Setting& setting,
   }
   const bool holdsHint = hint > 0.0 && hint < curve.lastX();
   const TwoStateMask& fit = fitOf(seeder, isGiven(known.native), holdsHint);
-  return candidateFrom<1>(maskedFit(fit, curve, start, setting.workspace), curve.x);
+  return settled<1>(setting, fitCurve<1>(setting, fit, start));
 }
 
-Parameters<1> refitFromVector(const Setting& setting, const Parameters<1>& start) {
-  return candidateFrom<1>(maskedFit(fit2State_slopesHeld, setting.curve, start, setting.workspace),
-                          setting.curve.x);
+Candidate<1> refitFromVector(const Setting& setting, const Parameters<1>& start) {
+  return settled<1>(setting, fitCurve<1>(setting, fit2State_slopesHeld, start));
 }
 
-Parameters<1> refitFromTable(const Setting& setting, const CandidateSet<1, 9>& table) {
+Candidate<1> refitFromTable(const Setting& setting, const CandidateSet<1, 9>& table) {
   auto rsq = table.rsq;
-  std::array<int, table.size()> ranked;
+  std::array<int, CandidateSet<1, 9>::size()> ranked;
   sortDescending(rsq, ranked);
   Parameters<1> start;
   for (std::size_t i = 0; i < start.size(); ++i) {
-    start[i] = table.p[static_cast<std::size_t>(ranked[i])][ParameterOrder<1>::dG(0)];
+    start[i] = table.p(static_cast<std::size_t>(ranked[i]))[ParameterOrder<1>::dG(0)];
   }
   return refitFromVector(setting, start);
 }

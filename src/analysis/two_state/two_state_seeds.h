@@ -68,15 +68,15 @@ inline constexpr TwoStateSeeder
 // clang-format on
 
 // Runs one seeder. `given` holds the pairs known so far; the seeder reads those of its row.
-Parameters<1> runSeeder(const TwoStateSeeder& seeder, const Setting& setting,
-                        const BaselinePair& given = {}, double hint = kNoHint);
+Candidate<1> runSeeder(const TwoStateSeeder& seeder, const Setting& setting,
+                       const BaselinePair& given = {}, double hint = kNoHint);
 
 // A fit with the slopes held, from a candidate's own vector.
-Parameters<1> refitFromVector(const Setting& setting, const Parameters<1>& start);
+Candidate<1> refitFromVector(const Setting& setting, const Parameters<1>& start);
 
 // The same from the first seven numbers of a table of candidates in the order of their R-squared.
 // The table is stored parameter by parameter, so these are the free energies of the seven best
 // candidates; they stand as they are in the places of dG, Cm, the baselines and RT.
-Parameters<1> refitFromTable(const Setting& setting, const CandidateSet<1, 9>& table);
+Candidate<1> refitFromTable(const Setting& setting, const CandidateSet<1, 9>& table);
 
 }  // namespace zolt

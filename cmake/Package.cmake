@@ -1,0 +1,10 @@
+# `cpack` makes a Debian package of what `cmake --install` installs.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME libzoltfittingengine)
+set(CPACK_PACKAGE_VENDOR "The ZOLTFittingEngine developers")
+set(CPACK_PACKAGE_CONTACT "The ZOLTFittingEngine developers <developers@zolt.invalid>")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+include(CPack)

@@ -1,0 +1,96 @@
+"""Series: one dG per label and its trend."""
+
+import numpy as np
+import pytest
+from conftest import simulate
+
+import zolt
+from zolt.read import Curve
+
+M = 1500.0
+
+
+def make_series(labels, energy, noise=0.004, scale=lambda i: 1.0, shapes=lambda i: {}):
+    curves = []
+    for i, label in enumerate(labels):
+        dG = energy(label)
+        x, y = simulate([(dG, dG / M, 1.0)], noise=noise, seed=i, **shapes(i))
+        curves.append(Curve(f"c{i}", x, scale(i) * y, label=label))
+    return curves
+
+
+def rising(label):
+    return 4200.0 + 900.0 * np.log(label)
+
+
+@pytest.mark.parametrize(
+    "scale", [lambda i: 1.0, lambda i: -40.0, lambda i: 1000.0 * (1 + i % 3)], ids=["1", "CD", "mixed"]
+)
+@pytest.mark.parametrize("shapes", [lambda i: {}, lambda i: {"n": 26 + i}], ids=["one grid", "own grids"])
+def test_a_trend_comes_back(scale, shapes):
+    labels = [1, 1, 2, 2, 5, 5, 10, 10]
+    series = zolt.fit_series(make_series(labels, rising, scale=scale, shapes=shapes))
+    assert series.significant and series.slope == pytest.approx(900.0, rel=0.1)
+    assert series.per_label["dG"].to_numpy() == pytest.approx([rising(u) for u in (1, 2, 5, 10)], rel=0.08)
+    assert series.per_label["curves"].tolist() == [2, 2, 2, 2]
+    for i, fit in enumerate(series.fits):
+        assert fit.ok and fit.r_squared > 0.99
+        assert np.abs(fit.residuals).max() < 0.05 * abs(scale(i))
+    grid, line = series.curve("dG", 3)
+    assert grid == pytest.approx([1.0, 5.5, 10.0])
+    assert line[-1] - line[0] == pytest.approx(series.slope * np.log(10.0))
+    assert series.curve("third")[1][0] == 0.0
+
+
+def test_the_aggregation_form_follows_the_label_itself():
+    series = zolt.fit_series(
+        make_series([1, 2, 3, 4, 5], lambda label: 4000.0 + 500.0 * label), form="aggregation"
+    )
+    assert series.slope == pytest.approx(500.0, rel=0.1)
+    assert "per unit of the label" in series.verdict
+    with pytest.raises(ValueError, match="trend form"):
+        series.curve("denatured")
+
+
+@pytest.mark.parametrize("form", ["trend", "aggregation"])
+def test_labels_without_a_place_in_the_trend(form):
+    series = zolt.fit_series(make_series([0, 1, 3, 9], lambda u: rising(max(u, 1))), form=form)
+    assert series.per_label["in_trend"].tolist() == [False, True, True, True]
+    assert series.per_label["dG"][0] == pytest.approx(4200.0, rel=0.1)
+    without = zolt.fit_series(
+        make_series([1, 3, 9, 27], rising), form=form, include=[True, True, True, False]
+    )
+    assert without.per_label["in_trend"].tolist() == [True, True, True, False]
+
+
+@pytest.mark.parametrize("form", ["trend", "aggregation"])
+def test_a_failed_curve_stays_outside(form):
+    curves = make_series([1, 2, 4, 8], rising)
+    sound = zolt.fit_series(curves, form=form)
+    noise = np.random.default_rng(0).normal(0.0, 1.0, curves[0].x.size)
+    noise[[0, 1, 2]] = 0.0
+    noise[[-1, -2, -3]] = 0.0
+    bent = zolt.fit_series([*curves, Curve("bad", curves[0].x, noise, label=16)], form=form)
+    assert not bent.fits[-1].ok or bent.fits[-1].r_squared < 0.5
+    if not bent.fits[-1].ok:
+        assert bent.per_label["dG"][:4].to_numpy() == pytest.approx(sound.per_label["dG"].to_numpy())
+
+
+def test_no_trend_is_told_as_such():
+    flat = zolt.fit_series(make_series([1, 2, 5, 10], lambda label: 4500.0))
+    assert not flat.significant and "No significant" in flat.verdict
+    for form in ("trend", "aggregation"):
+        one = zolt.fit_series(make_series([5, 5], rising), form=form)
+        assert not one.has_line and "Fewer than two labels" in one.verdict
+        one.plot()
+
+
+def test_wrong_series_are_refused():
+    curves = make_series([1, 2], rising)
+    for arguments, said in (
+        (dict(labels=[1]), "2 curves need as many labels"),
+        (dict(labels=["a", "b"]), "a number as its label"),
+        (dict(form="other"), "form is one of"),
+    ):
+        with pytest.raises(ValueError, match=said):
+            zolt.fit_series(curves, **arguments)
