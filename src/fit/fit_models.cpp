@@ -14,7 +14,7 @@ namespace {
 
 void expInPlace(double* values, int n) {
   for (int i = 0; i < n; ++i) {
-    values[i] = std::exp(values[i]);
+    values[i] = exponential(values[i]);
   }
 }
 

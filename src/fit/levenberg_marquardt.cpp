@@ -60,8 +60,17 @@ bool anyNaN(const double* values, std::size_t n) {
 }
 
 // 1e-8 (sqrt(eps) + |beta|) > |step|
-bool stepIsSmall(double parameterNorm, double stepNorm) {
-  return kStepTolerance * (kSqrtEpsilon + parameterNorm) > stepNorm;
+bool stepIsSmall(std::span<const int> free, const double* p, double stepNorm) {
+  // No norm exceeds the sum of all magnitudes, filler included. Most steps are far larger than
+  // that allows, so that the norm itself is seldom needed.
+  double sum = static_cast<double>(free.size() * free.size());
+  for (int place : free) {
+    sum += absValue(p[place]);
+  }
+  if (2.0 * kStepTolerance * (kSqrtEpsilon + sum) < stepNorm) {
+    return false;
+  }
+  return kStepTolerance * (kSqrtEpsilon + normOf(free, gather(free, p))) > stepNorm;
 }
 
 // |sse - sseold| <= 1e-8 sse
@@ -153,8 +162,7 @@ Misfit fitLM(Model& model, Row y, std::span<const int> free, double* p, FitWorks
     }
 
     const double stepNorm = scaledNorm(step.data(), static_cast<int>(free.size()));
-    done = stepIsSmall(normOf(free, gather(free, p)), stepNorm) || sumHasSettled(sse, sseold) ||
-           stalled;
+    done = stepIsSmall(free, p, stepNorm) || sumHasSettled(sse, sseold) || stalled;
   }
   return {values[0], sse};
 }

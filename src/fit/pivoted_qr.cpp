@@ -230,12 +230,13 @@ ZOLT_INLINE void factorRows(const RowMatrix& a, int* jpvt, const PartialNorms& n
       }
     }
     top[column] = beta;
-    const bool trusted = shrinkNorms(norms, top, jpvt, i, n);
-    if (trusted && i + 1 < n) {
-      choosePivot(norms, jpvt, i + 1, n);
-    }
     if (i + 1 == steps) {
       break;  // nobody reads the rows below the triangle
+    }
+    // A single column left needs no norm to be chosen.
+    const bool trusted = i + 2 == n || shrinkNorms(norms, top, jpvt, i, n);
+    if (trusted) {
+      choosePivot(norms, jpvt, i + 1, n);
     }
     if (tau != 0.0) {
       tailNorm = updateRows<Lanes, Blocks>(a.row(i + 1), below, w, v, jpvt[i + 1]);

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <span>
 
+#include "fit/exponential.h"
 #include "frame/curve.h"
 #include "frame/result_vector.h"
 
@@ -66,7 +67,7 @@ inline double unfoldingExponent(double dG, double distance, double RT) {
 }
 
 inline double equilibriumConstant(double x, double dG, double Cm, double RT) {
-  return std::exp(unfoldingExponent(dG, distanceFromMidpoint(x, Cm), RT));
+  return exponential(unfoldingExponent(dG, distanceFromMidpoint(x, Cm), RT));
 }
 
 inline double transitionSignal(double native, double denatured, double K) {
