@@ -133,13 +133,17 @@ inline std::size_t bestColumn(std::span<const double> rsq, std::size_t first, st
   return column;
 }
 
-// The best column of a set whose members all know both baselines, when it fits well.
+// The best of a set whose members all know both baselines, when it fits well.
 template <int Transitions, std::size_t Columns>
-std::optional<std::size_t> bestGoodColumn(const CandidateSet<Transitions, Columns>& set) {
+std::optional<Candidate<Transitions>> bestGoodCandidate(
+    const CandidateSet<Transitions, Columns>& set) {
   auto rsq = set.rsq;
   std::array<int, Columns> places;
   sortDescending(rsq, places);
-  return rsq[0] >= kGoodFit ? std::optional(static_cast<std::size_t>(places[0])) : std::nullopt;
+  if (!(rsq[0] >= kGoodFit)) {
+    return std::nullopt;
+  }
+  return set.columns[static_cast<std::size_t>(places[0])];
 }
 
 template <int Transitions, std::size_t Columns>
@@ -190,48 +194,5 @@ Harvest harvestBaselines(const CandidateSet<Transitions, Columns>& set,
   divide(harvest.baselines.denatured, harvest.denaturedCount);
   return harvest;
 }
-
-// The column that a given-baseline stage accepts: the first column k whose far end agrees while the
-// k-th value of the ranked list is good. The list is ranked and the columns are not; the two are
-// read side by side on purpose.
-template <std::size_t Columns>
-std::optional<std::size_t> acceptedColumn(std::array<double, Columns> rsq,
-                                          const std::array<EndAgreement, Columns>& ends,
-                                          bool EndAgreement::*farEnd) {
-  std::array<int, Columns> places;
-  sortDescending(rsq, places);
-  for (std::size_t k = 0; k < Columns; ++k) {
-    if (ends[k].*farEnd && rsq[k] >= kGoodFit) {
-      return k;
-    }
-  }
-  return std::nullopt;
-}
-
-// A step of the first ladder: a column of the native-given and of the denatured-given family, what
-// its limit adds to the threshold, and the codes that stand for the two.
-struct PairStep {
-  int column;
-  double offset;
-  int nativeCode;
-  int denaturedCode;
-};
-
-struct LadderOutcome {
-  std::size_t column;
-  int code;
-  bool native;
-};
-
-// Walks the threshold from 0.9995 down to 0.99. The first pair with a member at its limit is taken;
-// of the two the native column is chosen when it is strictly better.
-std::optional<LadderOutcome> walkPairs(std::span<const PairStep> steps,
-                                       std::span<const double> nativeRsq,
-                                       std::span<const double> denaturedRsq);
-
-// Walks the threshold from 0.999 down to 0.95 over the columns in the order of preference. The code
-// is `firstCode` plus the place in that order.
-std::optional<LadderOutcome> walkColumns(std::span<const int> order, int firstCode,
-                                         std::span<const double> rsq);
 
 }  // namespace zolt

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "frame/curve.h"
+#include "frame/result_vector.h"
 
 namespace zolt {
 
@@ -24,13 +25,10 @@ inline bool lengthsUnusable(const Curve& curve, int fewest, int most = kAnyLengt
   return curve.x.size() != curve.y.size() || curve.points() < fewest || curve.points() > most;
 }
 
-// Outside 0 to 100 degrees Celsius. A NaN passes.
-inline bool temperatureUnusable(double temperature) {
-  return temperature < 0.0 || temperature > 100.0;
-}
-
-// Whether the means of the first and of the last five points lie less than one standard deviation
-// of y apart, or x does not move. Needs at least five points.
-bool hasNoTransition(const Curve& curve);
+// Whether an analysis refuses a curve of sufficient length, and if so, answers it in the failure
+// shape of `transitions`: for a temperature outside 0 to 100 degrees Celsius (a NaN passes), or
+// for a curve without a transition, whose first and last five points have means less than one
+// standard deviation of y apart, or whose x does not move.
+bool refuses(const Curve& curve, double temperature, int transitions, ResultVector result);
 
 }  // namespace zolt

@@ -2,6 +2,7 @@
 // that reach its ends, fits with these held, and a fixed order of preference with falling
 // thresholds.
 
+#include "analysis/decision.h"
 #include "analysis/derivative_peaks.h"
 #include "analysis/entry_checks.h"
 #include "analysis/four_state/four_state_seeds.h"
@@ -12,7 +13,7 @@ namespace {
 
 using Order = ParameterOrder<3>;
 using General = CandidateSet<3, 32>;
-using Family = CandidateSet<3, 16>;
+constexpr std::size_t kGivenColumns = 16;
 
 // Columns of the general family: whole-curve seeders, joins of thirds, and whole-curve seeders
 // again with the weights of the best join.
@@ -33,7 +34,7 @@ constexpr PairStep kPairs[] = {
 // Within each block of four: no weight held, both, the first, the second.
 constexpr int fourStateRanking[] = {12, 15, 14, 13, 28, 31, 30, 29, 24, 27, 26, 25, 0,  3,  2,  1,
                                     4,  7,  6,  5,  8,  11, 10, 9,  20, 23, 22, 21, 16, 19, 18, 17};
-constexpr int kGeneralCode = 40;
+constexpr LadderTable kLadders{kPairs, fourStateRanking, 40};
 
 // Midpoints stand in as weight seeds when they happen to fall in the range of a weight.
 WeightPair weightsFromMidpoints(const MidpointTriple& midpoints) {
@@ -122,13 +123,25 @@ WeightPair harvestWeights(const General& set, const std::array<EndAgreement, 32>
   return mean[0] + mean[1] > 0.0 && mean[0] + mean[1] < 1.0 ? mean : standing;
 }
 
+// The fits on both harvested baselines.
+CandidateSet<3, kMembers> makeBothGiven(const Setting& setting, const BaselinePair& known,
+                                        const WeightPair& weights) {
+  CandidateSet<3, kMembers> set(setting);
+  for (std::size_t member = 0; member < kMembers; ++member) {
+    set.place(member, runSeeder(kFourStateBothGiven, member, setting, known, weights), setting);
+  }
+  return set;
+}
+
 // A given-baseline family. A family whose own baseline is not known keeps R-squared 0 in every
 // column, so that none of it can pass the ladder.
-Family makeFamily(const std::array<FourStateSeeder, 4>& groups, const Setting& setting,
-                  const BaselinePair& known, const WeightPair& weights, bool baselineKnown) {
-  Family set(setting);
+GivenFamily<3, kGivenColumns> makeGiven(const std::array<FourStateSeeder, 4>& groups,
+                                        const Setting& setting, const BaselinePair& known,
+                                        const WeightPair& weights, bool baselineKnown,
+                                        bool EndAgreement::*farEnd) {
+  CandidateSet<3, kGivenColumns> set(setting);
   const bool denatured = &groups == &kFourStateDenaturedGiven;
-  for (std::size_t c = 0; c < set.size(); ++c) {
+  for (std::size_t c = 0; c < kGivenColumns; ++c) {
     set.place(c,
               denatured && c == 0
                   ? runDenaturedFreeSide(setting, known, weights)
@@ -137,8 +150,9 @@ Family makeFamily(const std::array<FourStateSeeder, 4>& groups, const Setting& s
   }
   if (!baselineKnown) {
     set.rsq.fill(0.0);
+    return {set, std::nullopt};
   }
-  return set;
+  return {set, acceptedColumn(set.rsq, checkEnds(setting, set), farEnd)};
 }
 
 void analyseFourState(const Curve& curve, double temperature, int mostPoints, ResultVector result) {
@@ -152,61 +166,28 @@ void analyseFourState(const Curve& curve, double temperature, int mostPoints, Re
   if (curve.points() < kFewestFourStatePoints) {
     return threeStateInternal(curve, temperature, result);
   }
-  if (temperatureUnusable(temperature)) {
-    return writeFailure(3, ZOLTA_CODE_BAD_INPUT, result);
-  }
-  if (hasNoTransition(curve)) {
-    return writeFailure(3, ZOLTA_CODE_NO_TRANSITION, result);
+  if (refuses(curve, temperature, 3, result)) {
+    return;
   }
   FitWorkspace workspace(curve.points());
   const Setting setting = makeSetting(curve, temperature, workspace);
-  const auto finish = [&](const Candidate<3>& candidate, int code) {
-    packageCandidate<3>(curve, candidate, setting.yardstick, code, result);
-  };
-
-  const auto [first, standingWeights] = makeGeneral(setting);
-  const auto ends = checkEnds(setting, first);
-  const Harvest harvest = harvestBaselines(first, ends);
-  const WeightPair weights = givenBaselineWeights(harvestWeights(first, ends, standingWeights));
-
-  if (harvest.nativeCount > 0 && harvest.denaturedCount > 0) {
-    CandidateSet<3, kMembers> both(setting);
-    for (std::size_t member = 0; member < kMembers; ++member) {
-      both.place(member,
-                 runSeeder(kFourStateBothGiven, member, setting, harvest.baselines, weights),
-                 setting);
-    }
-    if (const auto k = bestGoodColumn(both)) {
-      return finish(both.columns[*k], ZOLTA_CODE_BOTH_BASELINES);
-    }
-  }
-
-  if (!harvest.empty()) {
-    const Family native = makeFamily(kFourStateNativeGiven, setting, harvest.baselines, weights,
-                                     harvest.nativeCount > 0);
-    if (harvest.nativeCount > 0) {
-      if (const auto k =
-              acceptedColumn(native.rsq, checkEnds(setting, native), &EndAgreement::denatured)) {
-        return finish(native.columns[*k], ZOLTA_CODE_NATIVE_BASELINE);
-      }
-    }
-    const Family denatured = makeFamily(kFourStateDenaturedGiven, setting, harvest.baselines,
-                                        weights, harvest.denaturedCount > 0);
-    if (harvest.denaturedCount > 0) {
-      if (const auto k =
-              acceptedColumn(denatured.rsq, checkEnds(setting, denatured), &EndAgreement::native)) {
-        return finish(denatured.columns[*k], ZOLTA_CODE_DENATURED_BASELINE);
-      }
-    }
-    if (const auto taken = walkPairs(kPairs, native.rsq, denatured.rsq)) {
-      return finish((taken->native ? native : denatured).columns[taken->column], taken->code);
-    }
-  }
-
-  if (const auto taken = walkColumns(fourStateRanking, kGeneralCode, first.rsq)) {
-    return finish(first.columns[taken->column], taken->code);
-  }
-  writeFailure(3, ZOLTA_CODE_NO_ACCEPTABLE_FIT, result);
+  const GeneralFamily general = makeGeneral(setting);
+  const auto ends = checkEnds(setting, general.set);
+  const Harvest harvest = harvestBaselines(general.set, ends);
+  const WeightPair weights =
+      givenBaselineWeights(harvestWeights(general.set, ends, general.weights));
+  decide(
+      setting, general.set, harvest, kLadders,
+      [&] { return bestGoodCandidate(makeBothGiven(setting, harvest.baselines, weights)); },
+      [&] {
+        return makeGiven(kFourStateNativeGiven, setting, harvest.baselines, weights,
+                         harvest.nativeCount > 0, &EndAgreement::denatured);
+      },
+      [&] {
+        return makeGiven(kFourStateDenaturedGiven, setting, harvest.baselines, weights,
+                         harvest.denaturedCount > 0, &EndAgreement::native);
+      },
+      result);
 }
 
 }  // namespace

@@ -19,11 +19,8 @@ void midpointFourState(const Curve& curve, double temperature, ResultVector resu
   if (curve.points() < kFewestFourStateMidpointPoints) {
     return midpointThreeState(curve, temperature, result);
   }
-  if (temperatureUnusable(temperature)) {
-    return writeFailure(3, ZOLTA_CODE_BAD_INPUT, result);
-  }
-  if (hasNoTransition(curve)) {
-    return writeFailure(3, ZOLTA_CODE_NO_TRANSITION, result);
+  if (refuses(curve, temperature, 3, result)) {
+    return;
   }
   FitWorkspace workspace(curve.points());
   const Setting setting = makeLightSetting(curve, temperature, workspace);
@@ -60,11 +57,8 @@ void userBaselinesFourState(const Curve& curve, const BaselinePair& baselines, d
   if (curve.points() < kFewestFourStatePoints) {
     return userBaselinesThreeState(curve, baselines, temperature, result);
   }
-  if (temperatureUnusable(temperature)) {
-    return writeFailure(1, ZOLTA_CODE_BAD_INPUT, result);
-  }
-  if (hasNoTransition(curve)) {
-    return writeFailure(1, ZOLTA_CODE_NO_TRANSITION, result);
+  if (refuses(curve, temperature, 1, result)) {
+    return;
   }
   FitWorkspace workspace(curve.points());
   const Setting setting = makeLightSetting(curve, temperature, workspace);

@@ -1,6 +1,7 @@
 // The three-state analysis: eleven ways to fit the curve, the baselines harvested from those that
 // reach its ends, fits with these held, and a fixed order of preference with falling thresholds.
 
+#include "analysis/decision.h"
 #include "analysis/derivative_peaks.h"
 #include "analysis/entry_checks.h"
 #include "analysis/internal_forms.h"
@@ -10,7 +11,6 @@ namespace zolt {
 namespace {
 
 using General = CandidateSet<2, 11>;
-using Family = CandidateSet<2, 8>;
 
 // Columns of the general family: whole-curve seeders, joins of halves, seeders with a weight held.
 constexpr std::size_t kWholeCurve = 4;
@@ -23,7 +23,7 @@ constexpr PairStep kPairs[] = {{7, 0.0, 5, 6},       {6, 0.0, 7, 8},    {3, -0.0
                                {2, -0.0005, 11, 12}, {5, 0.0, 13, 14},  {4, 0.0, 15, 16},
                                {1, 0.001, 17, 18},   {0, 0.001, 19, 20}};
 constexpr int kGeneralOrder[] = {10, 3, 6, 7, 0, 8, 1, 9, 2, 5, 4};
-constexpr int kGeneralCode = 21;
+constexpr LadderTable kLadders{kPairs, kGeneralOrder, 21};
 
 // The general family. Empty when no column of the first six describes the curve at all.
 struct GeneralFamily {
@@ -56,8 +56,8 @@ std::optional<GeneralFamily> makeGeneral(const Setting& setting) {
   return GeneralFamily{set, weightStar};
 }
 
-// A given-baseline family. Its odd columns want a weight; the bound is 1.0 here, not the 0.99 of
-// the general family.
+// The members of a family that is fitted with harvested baselines. The odd ones want a weight; the
+// bound is 1.0 here, not the 0.99 of the general family.
 template <std::size_t Columns>
 CandidateSet<2, Columns> makeFamily(const std::array<const ThreeStateSeeder*, Columns>& seeders,
                                     const Setting& setting, const BaselinePair& known,
@@ -81,59 +81,33 @@ void analyseThreeState(const Curve& curve, double temperature, int mostPoints,
   if (curve.points() < kFewestThreeStatePoints) {
     return twoStateInternal(curve, temperature, result);
   }
-  if (temperatureUnusable(temperature)) {
-    return writeFailure(2, ZOLTA_CODE_BAD_INPUT, result);
-  }
-  if (hasNoTransition(curve)) {
-    return writeFailure(2, ZOLTA_CODE_NO_TRANSITION, result);
+  if (refuses(curve, temperature, 2, result)) {
+    return;
   }
   FitWorkspace workspace(curve.points());
   const Setting setting = makeSetting(curve, temperature, workspace);
-  const auto finish = [&](const Candidate<2>& candidate, int code) {
-    packageCandidate<2>(curve, candidate, setting.yardstick, code, result);
-  };
-
   const std::optional<GeneralFamily> general = makeGeneral(setting);
   if (!general) {
     return writeFailure(2, ZOLTA_CODE_NO_CANDIDATE, result);
   }
   const General& first = general->set;
-  const double weightStar = general->weightStar;
   const Harvest harvest = harvestBaselines(first, checkEnds(setting, first));
-
-  if (harvest.nativeCount > 0 && harvest.denaturedCount > 0) {
-    const auto both = makeFamily(kThreeStateBothGiven, setting, harvest.baselines, weightStar);
-    if (const auto k = bestGoodColumn(both)) {
-      return finish(both.columns[*k], ZOLTA_CODE_BOTH_BASELINES);
-    }
-  }
-
-  if (!harvest.empty()) {
-    const Family native =
-        makeFamily(kThreeStateNativeGiven, setting, harvest.baselines, weightStar);
-    if (harvest.nativeCount > 0) {
-      if (const auto k =
-              acceptedColumn(native.rsq, checkEnds(setting, native), &EndAgreement::denatured)) {
-        return finish(native.columns[*k], ZOLTA_CODE_NATIVE_BASELINE);
-      }
-    }
-    const Family denatured =
-        makeFamily(kThreeStateDenaturedGiven, setting, harvest.baselines, weightStar);
-    if (harvest.denaturedCount > 0) {
-      if (const auto k =
-              acceptedColumn(denatured.rsq, checkEnds(setting, denatured), &EndAgreement::native)) {
-        return finish(denatured.columns[*k], ZOLTA_CODE_DENATURED_BASELINE);
-      }
-    }
-    if (const auto taken = walkPairs(kPairs, native.rsq, denatured.rsq)) {
-      return finish((taken->native ? native : denatured).columns[taken->column], taken->code);
-    }
-  }
-
-  if (const auto taken = walkColumns(kGeneralOrder, kGeneralCode, first.rsq)) {
-    return finish(first.columns[taken->column], taken->code);
-  }
-  writeFailure(2, ZOLTA_CODE_NO_ACCEPTABLE_FIT, result);
+  const auto family = [&](const auto& seeders) {
+    return makeFamily(seeders, setting, harvest.baselines, general->weightStar);
+  };
+  const auto given = [&](const auto& seeders, int count, bool EndAgreement::*farEnd) {
+    const auto set = family(seeders);
+    return GivenFamily<2, set.size()>{
+        set, count > 0 ? acceptedColumn(set.rsq, checkEnds(setting, set), farEnd) : std::nullopt};
+  };
+  decide(
+      setting, first, harvest, kLadders,
+      [&] { return bestGoodCandidate(family(kThreeStateBothGiven)); },
+      [&] { return given(kThreeStateNativeGiven, harvest.nativeCount, &EndAgreement::denatured); },
+      [&] {
+        return given(kThreeStateDenaturedGiven, harvest.denaturedCount, &EndAgreement::native);
+      },
+      result);
 }
 
 }  // namespace

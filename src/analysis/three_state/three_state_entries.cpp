@@ -28,11 +28,8 @@ void midpointThreeState(const Curve& curve, double temperature, ResultVector res
   if (curve.points() < kFewestThreeStateMidpointPoints) {
     return midpointTwoState(curve, temperature, result);
   }
-  if (temperatureUnusable(temperature)) {
-    return writeFailure(2, ZOLTA_CODE_BAD_INPUT, result);
-  }
-  if (hasNoTransition(curve)) {
-    return writeFailure(2, ZOLTA_CODE_NO_TRANSITION, result);
+  if (refuses(curve, temperature, 2, result)) {
+    return;
   }
   FitWorkspace workspace(curve.points());
   const Setting setting = makeLightSetting(curve, temperature, workspace);
@@ -48,11 +45,8 @@ void userBaselinesThreeState(const Curve& curve, const BaselinePair& baselines, 
   if (curve.points() < kFewestThreeStatePoints) {
     return userBaselinesTwoState(curve, baselines, temperature, result);
   }
-  if (temperatureUnusable(temperature)) {
-    return writeFailure(1, ZOLTA_CODE_BAD_INPUT, result);
-  }
-  if (hasNoTransition(curve)) {
-    return writeFailure(1, ZOLTA_CODE_NO_TRANSITION, result);
+  if (refuses(curve, temperature, 1, result)) {
+    return;
   }
   FitWorkspace workspace(curve.points());
   const Setting setting = makeLightSetting(curve, temperature, workspace);

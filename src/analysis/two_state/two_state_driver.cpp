@@ -1,6 +1,7 @@
 // The two-state analysis: many seeded fits, the baselines and the midpoint learned from those that
 // worked, fits again with that knowledge, and a fixed order of preference with falling thresholds.
 
+#include "analysis/decision.h"
 #include "analysis/derivative_peaks.h"
 #include "analysis/entry_checks.h"
 #include "analysis/internal_forms.h"
@@ -32,7 +33,7 @@ constexpr PairStep kPairs[] = {{7, 0.0, 5, 6},       {6, 0.0, 7, 8},       {8, 0
                                {4, 0.0, 17, 18},     {1, 0.001, 19, 20},   {0, 0.001, 21, 22}};
 
 constexpr int kFirstStageOrder[] = {7, 3, 8, 4, 0, 5, 1, 6, 2};
-constexpr int kFirstStageCode = 23;
+constexpr LadderTable kLadders{kPairs, kFirstStageOrder, 23};
 
 // All first-stage candidates, the refit of the best among them included.
 Table makeFirstStageTable(const Setting& setting, double hint) {
@@ -71,9 +72,11 @@ double learnMidpoint(const Table& table, double hint, double lastX) {
   return midpoint < 0.0 || midpoint > lastX ? kNoHint : midpoint;
 }
 
-// One of the given-baseline families, its refit column failed.
-Table makeGivenTable(const TwoStateSeeder* const (&seeders)[kRefit], const Setting& setting,
-                     const BaselinePair& given, double hint) {
+// One of the given-baseline families. The refit column is filled only when the family's own
+// baseline is known; it ranks with R-squared 0 throughout the stage.
+GivenFamily<1, kColumns> makeGiven(const TwoStateSeeder* const (&seeders)[kRefit],
+                                   const Setting& setting, const BaselinePair& given, double hint,
+                                   bool baselineKnown, bool EndAgreement::*farEnd) {
   Table table(setting);
   for (std::size_t c = 0; c < kRefit; ++c) {
     const bool wantsHint = c % 2 == 1;
@@ -81,17 +84,13 @@ Table makeGivenTable(const TwoStateSeeder* const (&seeders)[kRefit], const Setti
       table.place(c, runSeeder(*seeders[c], setting, given, wantsHint ? hint : kNoHint), setting);
     }
   }
-  return table;
-}
-
-// Fills the refit column of a given-baseline family whose baseline is known, and returns the column
-// that the stage accepts. The refit ranks with R-squared 0 throughout the stage.
-std::optional<std::size_t> refitAndAccept(Table& table, const Setting& setting,
-                                          bool EndAgreement::*farEnd) {
+  if (!baselineKnown) {
+    return {table, std::nullopt};
+  }
   table.rsq[kRefit] = 0.0;
   const auto ranked = table.rsq;
   table.place(kRefit, refitFromTable(setting, table), setting);
-  return acceptedColumn(ranked, checkEnds(setting, table), farEnd);
+  return {table, acceptedColumn(ranked, checkEnds(setting, table), farEnd)};
 }
 
 // The better candidate fitted with both baselines known, when both ways to it fit well.
@@ -110,52 +109,31 @@ std::optional<Candidate<1>> fitBothBaselines(const Setting& setting, const Harve
 }
 
 void analyseTwoState(const Curve& curve, double temperature, int mostPoints, ResultVector result) {
-  if (lengthsUnusable(curve, kFewestPoints, mostPoints) || temperatureUnusable(temperature)) {
+  if (lengthsUnusable(curve, kFewestPoints, mostPoints)) {
     return writeFailure(1, ZOLTA_CODE_BAD_INPUT, result);
   }
-  if (hasNoTransition(curve)) {
-    return writeFailure(1, ZOLTA_CODE_NO_TRANSITION, result);
+  if (refuses(curve, temperature, 1, result)) {
+    return;
   }
   FitWorkspace workspace(curve.points());
   const Setting setting = makeSetting(curve, temperature, workspace);
-  const auto finish = [&](const Candidate<1>& candidate, int code) {
-    packageCandidate<1>(curve, candidate, setting.yardstick, code, result);
-  };
-
   const double hint = derivativePeaks2(curve, workspace)[0];
   const Table first = makeFirstStageTable(setting, hint);
   const Harvest harvest = harvestBaselines(first, checkEnds(setting, first));
   const double midpointHint = learnMidpoint(first, hint, curve.lastX());
 
-  if (harvest.nativeCount > 0 && harvest.denaturedCount > 0) {
-    if (const auto both = fitBothBaselines(setting, harvest, midpointHint)) {
-      return finish(*both, ZOLTA_CODE_BOTH_BASELINES);
-    }
-  }
-
-  if (!harvest.empty()) {
-    // Both families are fitted even when only one baseline is known: the ladder weighs them all.
-    Table native = makeGivenTable(kNativeGiven, setting, harvest.baselines, midpointHint);
-    if (harvest.nativeCount > 0) {
-      if (const auto k = refitAndAccept(native, setting, &EndAgreement::denatured)) {
-        return finish(native.columns[*k], ZOLTA_CODE_NATIVE_BASELINE);
-      }
-    }
-    Table denatured = makeGivenTable(kDenaturedGiven, setting, harvest.baselines, midpointHint);
-    if (harvest.denaturedCount > 0) {
-      if (const auto k = refitAndAccept(denatured, setting, &EndAgreement::native)) {
-        return finish(denatured.columns[*k], ZOLTA_CODE_DENATURED_BASELINE);
-      }
-    }
-    if (const auto taken = walkPairs(kPairs, native.rsq, denatured.rsq)) {
-      return finish((taken->native ? native : denatured).columns[taken->column], taken->code);
-    }
-  }
-
-  if (const auto taken = walkColumns(kFirstStageOrder, kFirstStageCode, first.rsq)) {
-    return finish(first.columns[taken->column], taken->code);
-  }
-  writeFailure(1, ZOLTA_CODE_NO_ACCEPTABLE_FIT, result);
+  decide(
+      setting, first, harvest, kLadders,
+      [&] { return fitBothBaselines(setting, harvest, midpointHint); },
+      [&] {
+        return makeGiven(kNativeGiven, setting, harvest.baselines, midpointHint,
+                         harvest.nativeCount > 0, &EndAgreement::denatured);
+      },
+      [&] {
+        return makeGiven(kDenaturedGiven, setting, harvest.baselines, midpointHint,
+                         harvest.denaturedCount > 0, &EndAgreement::native);
+      },
+      result);
 }
 
 }  // namespace

@@ -17,11 +17,11 @@ Candidate<1> seedMidpointFit(const Setting& setting) {
 }  // namespace
 
 void midpointTwoState(const Curve& curve, double temperature, ResultVector result) {
-  if (lengthsUnusable(curve, kFewestMidpointPoints) || temperatureUnusable(temperature)) {
+  if (lengthsUnusable(curve, kFewestMidpointPoints)) {
     return writeFailure(1, ZOLTA_CODE_BAD_INPUT, result);
   }
-  if (hasNoTransition(curve)) {
-    return writeFailure(1, ZOLTA_CODE_NO_TRANSITION, result);
+  if (refuses(curve, temperature, 1, result)) {
+    return;
   }
   FitWorkspace workspace(curve.points());
   const Setting setting = makeLightSetting(curve, temperature, workspace);
@@ -30,11 +30,11 @@ void midpointTwoState(const Curve& curve, double temperature, ResultVector resul
 
 void userBaselinesTwoState(const Curve& curve, const BaselinePair& baselines, double temperature,
                            ResultVector result) {
-  if (lengthsUnusable(curve, kFewestPoints) || temperatureUnusable(temperature)) {
+  if (lengthsUnusable(curve, kFewestPoints)) {
     return writeFailure(1, ZOLTA_CODE_BAD_INPUT, result);
   }
-  if (hasNoTransition(curve)) {
-    return writeFailure(1, ZOLTA_CODE_NO_TRANSITION, result);
+  if (refuses(curve, temperature, 1, result)) {
+    return;
   }
   FitWorkspace workspace(curve.points());
   const Setting setting = makeLightSetting(curve, temperature, workspace);

@@ -1,4 +1,4 @@
-#include "analysis/candidates.h"
+#include "analysis/decision.h"
 
 namespace zolt {
 
