@@ -48,9 +48,8 @@ WeightPair weightsFromMidpoints(const MidpointTriple& midpoints) {
 
 WeightPair weightsIn(const Parameters<3>& p) { return {p[Order::weight(0)], p[Order::weight(1)]}; }
 
-void placeThirds(General& set, std::size_t first, const Setting& setting,
-                 const std::optional<MidpointTriple>& midpoints) {
-  const auto candidates = thirdsFit(setting, midpoints);
+void placeGroup(General& set, std::size_t first,
+                const std::array<Candidate<3>, kMembers>& candidates, const Setting& setting) {
   for (std::size_t member = 0; member < kMembers; ++member) {
     set.place(first + member, candidates[member], setting);
   }
@@ -69,8 +68,11 @@ GeneralFamily makeGeneral(const Setting& setting) {
     set.place(c, runSeeder(kFourStateGeneral[c / kMembers], c % kMembers, setting, {}, seeds),
               setting);
   }
-  placeThirds(set, kFixedSplit, setting, std::nullopt);
-  placeThirds(set, kPeakSplit, setting, peaks);
+  const Curve& curve = setting.curve;
+  placeGroup(set, kFixedSplit, thirdsFit(setting, splitInThirds(curve, std::nullopt)), setting);
+  const ThirdsSplit peakSplit = splitInThirds(curve, peaks);
+  const auto peakJoins = thirdsFit(setting, peakSplit);
+  placeGroup(set, kPeakSplit, peakJoins, setting);
 
   // The columns still to come stand at zeros with R-squared 0: when all others fail, the first of
   // them is the best, and its midpoints of 0 split the curve.
@@ -79,8 +81,11 @@ GeneralFamily makeGeneral(const Setting& setting) {
     set.rsq[c] = 0.0;
   }
   const Parameters<3> best = set.p(bestColumn(set.rsq, 0, set.size()));
-  placeThirds(set, kBestSplit, setting,
-              MidpointTriple{best[Order::Cm(0)], best[Order::Cm(1)], best[Order::Cm(2)]});
+  // Midpoints that split the curve at the same points give the same joins.
+  const ThirdsSplit bestSplit = splitInThirds(
+      curve, MidpointTriple{best[Order::Cm(0)], best[Order::Cm(1)], best[Order::Cm(2)]});
+  placeGroup(set, kBestSplit, bestSplit == peakSplit ? peakJoins : thirdsFit(setting, bestSplit),
+             setting);
 
   std::size_t join = bestColumn(set.rsq, kFixedSplit, kWeighted);
   if (!(set.rsq[join] > 0.0)) {

@@ -52,13 +52,27 @@ Candidate<3> runSeeder(const FourStateSeeder& group, std::size_t member, const S
 Candidate<3> runDenaturedFreeSide(const Setting& setting, const BaselinePair& known,
                                   const WeightPair& weights);
 
-// Three midpoints between which a curve is split.
+// Where a curve is split into thirds. Left part: points 1 to leftEnd. Middle part: middleStart to
+// middleEnd. Right part: rightStart to the last point. Neighbours overlap, and a point in each part
+// stands for the midpoint of a part whose fit is not usable. `given` tells a split between given
+// midpoints from the one at fixed parts of the curve.
+struct ThirdsSplit {
+  int leftEnd;
+  int middleStart;
+  int middleEnd;
+  int rightStart;
+  std::array<int, 3> middles;
+  bool given;
+
+  bool operator==(const ThirdsSplit&) const = default;
+};
+
 using MidpointTriple = std::array<double, 3>;
+ThirdsSplit splitInThirds(const Curve& curve, const std::optional<MidpointTriple>& midpoints);
 
 // Fits each third of the curve as a two-state transition and joins them, one candidate for each
-// member: split at fixed parts of the curve, or halfway between neighbouring midpoints.
-std::array<Candidate<3>, kMembers> thirdsFit(const Setting& setting,
-                                             const std::optional<MidpointTriple>& midpoints);
+// member.
+std::array<Candidate<3>, kMembers> thirdsFit(const Setting& setting, const ThirdsSplit& split);
 
 // The fits of the joined starts.
 extern const FitGroup kBaselinesHeldGroup;

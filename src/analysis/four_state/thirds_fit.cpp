@@ -4,17 +4,6 @@
 namespace zolt {
 namespace {
 
-// Left part: points 1 to leftEnd. Middle part: middleStart to middleEnd. Right part: rightStart to
-// the last point. Neighbours overlap, and a point in each part stands for the midpoint of a part
-// whose fit is not usable.
-struct Split {
-  int leftEnd;
-  int middleStart;
-  int middleEnd;
-  int rightStart;
-  int middles[3];
-};
-
 // Free energies from which the parts start. Between given midpoints the right part starts like the
 // middle one.
 constexpr double kLeftStart = 4000.0;
@@ -29,7 +18,7 @@ constexpr double kRightStartPart = 0.65;
 
 // A curve here has at least 24 points, so that within these bounds no part is shorter than the
 // lines through its ends need.
-void splitAtMidpoints(const Curve& curve, const MidpointTriple& midpoints, Split& split) {
+void splitAtMidpoints(const Curve& curve, const MidpointTriple& midpoints, ThirdsSplit& split) {
   const Row x = curve.x;
   const int n = curve.points();
   const double m1 = (midpoints[0] + midpoints[1]) / 2.0;
@@ -52,7 +41,7 @@ void splitAtMidpoints(const Curve& curve, const MidpointTriple& midpoints, Split
   split.rightStart = std::min(std::max(split.rightStart, 16), n - 8);
 }
 
-void splitAtFixedParts(const Curve& curve, Split& split) {
+void splitAtFixedParts(const Curve& curve, ThirdsSplit& split) {
   const Row x = curve.x;
   const int n = curve.points();
   const auto xAt = [&](double point) { return x[static_cast<std::size_t>(point) - 1]; };
@@ -63,9 +52,36 @@ void splitAtFixedParts(const Curve& curve, Split& split) {
   split.middleEnd = std::max(split.middleEnd, split.middleStart);
 }
 
-Split splitCurve(const Curve& curve, const std::optional<MidpointTriple>& midpoints) {
+// The third transition and the denatured baseline of a joined start.
+struct LastPart {
+  Transition transition;
+  Baseline denatured;
+};
+
+// Without midpoints an unusable right part falls back on the first point of all and on the first y.
+LastPart lastPartOfFixedSplit(const Curve& curve, const PartFit& right, const ThirdsSplit& split) {
+  if (isUsable(right, curve)) {
+    return {{right.dG(), right.Cm()}, right.denatured()};
+  }
+  return {transitionAt(curve, split.middles[0], kLaterMValue), {curve.y[0], kFlatSlope}};
+}
+
+// Between midpoints the right part is tested and the middle part is copied: this is meant.
+LastPart lastPartOfGivenSplit(const Curve& curve, const PartFit& middle, const PartFit& right,
+                              const ThirdsSplit& split) {
+  if (isUsable(right, curve)) {
+    return {{middle.dG(), middle.Cm()}, middle.denatured()};
+  }
+  return {transitionAt(curve, split.middles[1], kLaterMValue),
+          right.dG() > -1.0 ? right.denatured() : Baseline{curve.lastY(), kFlatSlope}};
+}
+
+}  // namespace
+
+ThirdsSplit splitInThirds(const Curve& curve, const std::optional<MidpointTriple>& midpoints) {
   const int n = curve.points();
-  Split split{};
+  ThirdsSplit split{};
+  split.given = midpoints.has_value();
   if (midpoints) {
     splitAtMidpoints(curve, *midpoints, split);
   } else {
@@ -78,39 +94,10 @@ Split splitCurve(const Curve& curve, const std::optional<MidpointTriple>& midpoi
   return split;
 }
 
-// The third transition and the denatured baseline of a joined start.
-struct LastPart {
-  Transition transition;
-  Baseline denatured;
-};
-
-// Without midpoints an unusable right part falls back on the first point of all and on the first y.
-LastPart lastPartOfFixedSplit(const Curve& curve, const PartFit& right, const Split& split) {
-  if (isUsable(right, curve)) {
-    return {{right.dG(), right.Cm()}, right.denatured()};
-  }
-  return {transitionAt(curve, split.middles[0], kLaterMValue), {curve.y[0], kFlatSlope}};
-}
-
-// Between midpoints the right part is tested and the middle part is copied: this is meant.
-LastPart lastPartOfGivenSplit(const Curve& curve, const PartFit& middle, const PartFit& right,
-                              const Split& split) {
-  if (isUsable(right, curve)) {
-    return {{middle.dG(), middle.Cm()}, middle.denatured()};
-  }
-  return {transitionAt(curve, split.middles[1], kLaterMValue),
-          right.dG() > -1.0 ? right.denatured() : Baseline{curve.lastY(), kFlatSlope}};
-}
-
-}  // namespace
-
-std::array<Candidate<3>, kMembers> thirdsFit(const Setting& setting,
-                                             const std::optional<MidpointTriple>& midpoints) {
+std::array<Candidate<3>, kMembers> thirdsFit(const Setting& setting, const ThirdsSplit& split) {
   using Order = ParameterOrder<3>;
   const Curve& curve = setting.curve;
   const int n = curve.points();
-  const bool given = midpoints.has_value();
-  const Split split = splitCurve(curve, midpoints);
   const auto xAt = [&](int point) { return curve.x[static_cast<std::size_t>(point - 1)]; };
   const auto yAt = [&](int point) { return curve.y[static_cast<std::size_t>(point - 1)]; };
 
@@ -118,19 +105,19 @@ std::array<Candidate<3>, kMembers> thirdsFit(const Setting& setting,
   const PartFit left = fitPart(setting, {1, split.leftEnd}, kLeftStart, xAt(split.middles[0]));
   const PartFit middle =
       fitPart(setting, {split.middleStart, split.middleEnd}, kMiddleStart, xAt(split.middles[1]));
-  const PartFit right = fitPart(setting, {split.rightStart, n}, given ? kMiddleStart : kRightStart,
-                                xAt(split.middles[2]));
+  const PartFit right = fitPart(setting, {split.rightStart, n},
+                                split.given ? kMiddleStart : kRightStart, xAt(split.middles[2]));
 
   const double f1 = joinWeight(curve, left, middle, {split.leftEnd, split.middleStart},
                                yAt(split.middleEnd) - curve.y[0]);
   const double f2 = joinWeight(curve, middle, right, {split.middleEnd, split.rightStart},
                                curve.lastY() - yAt(split.middleStart));
-  const FirstPart first = firstPart(curve, left, split.middles[0], given);
+  const FirstPart first = firstPart(curve, left, split.middles[0], split.given);
   const Transition second = isUsable(middle, curve)
                                 ? Transition{middle.dG(), middle.Cm()}
                                 : transitionAt(curve, split.middles[1], kLaterMValue);
-  const LastPart last = given ? lastPartOfGivenSplit(curve, middle, right, split)
-                              : lastPartOfFixedSplit(curve, right, split);
+  const LastPart last = split.given ? lastPartOfGivenSplit(curve, middle, right, split)
+                                    : lastPartOfFixedSplit(curve, right, split);
   const Parameters<3> start{first.transition.dG,
                             first.transition.Cm,
                             second.dG,

@@ -4,15 +4,6 @@
 namespace zolt {
 namespace {
 
-// Left part: points 1 to leftEnd. Right part: rightStart to the last point. They overlap at the
-// split, and the two points stand for the midpoints of parts whose fit is not usable.
-struct Split {
-  int leftEnd;
-  int rightStart;
-  int leftMiddle;
-  int rightMiddle;
-};
-
 // Free energies from which the halves start.
 constexpr double kLeftStart = 4000.0;
 constexpr double kRightStart = 8000.0;
@@ -23,10 +14,13 @@ constexpr int kLeastAfterLeft = 4;
 constexpr int kFirstRightStart = 5;
 constexpr int kShortestRight = 8;
 
-Split splitCurve(const Curve& curve, const std::optional<MidpointPair>& midpoints) {
+}  // namespace
+
+HalvesSplit splitInHalves(const Curve& curve, const std::optional<MidpointPair>& midpoints) {
   const Row x = curve.x;
   const int n = curve.points();
-  Split split{};
+  HalvesSplit split{};
+  split.hinted = midpoints.has_value();
   if (midpoints) {
     const double middle = ((*midpoints)[0] + (*midpoints)[1]) / 2.0;
     const int half = roundToInt(n / 2.0);
@@ -45,14 +39,10 @@ Split splitCurve(const Curve& curve, const std::optional<MidpointPair>& midpoint
   return split;
 }
 
-}  // namespace
-
-Candidate<2> halvesFit(const Setting& setting, const std::optional<MidpointPair>& midpoints) {
+Candidate<2> halvesFit(const Setting& setting, const HalvesSplit& split) {
   using Order = ParameterOrder<2>;
   const Curve& curve = setting.curve;
   const int n = curve.points();
-  const Split split = splitCurve(curve, midpoints);
-  const bool hinted = midpoints.has_value();
 
   const PartFit left = fitPart(setting, {1, split.leftEnd}, kLeftStart,
                                curve.x[static_cast<std::size_t>(split.leftMiddle - 1)]);
@@ -61,12 +51,12 @@ Candidate<2> halvesFit(const Setting& setting, const std::optional<MidpointPair>
   const double f =
       joinWeight(curve, left, right, {split.leftEnd, split.rightStart}, curve.lastY() - curve.y[0]);
 
-  const FirstPart first = firstPart(curve, left, split.leftMiddle, hinted);
+  const FirstPart first = firstPart(curve, left, split.leftMiddle, split.hinted);
   Transition second{right.dG(), right.Cm()};
   Baseline denatured = right.denatured();
   if (!isUsable(right, curve)) {
     second = transitionAt(curve, split.rightMiddle, kLaterMValue);
-    if (!hinted || right.failed()) {
+    if (!split.hinted || right.failed()) {
       denatured = {curve.lastY(), kFlatSlope};
     }
   }

@@ -36,15 +36,20 @@ std::optional<GeneralFamily> makeGeneral(const Setting& setting) {
   for (std::size_t c = 0; c < kWholeCurve; ++c) {
     set.place(c, runSeeder(*kThreeStateGeneral[c], setting), setting);
   }
-  set.place(kFixedSplit, halvesFit(setting, std::nullopt), setting);
-  set.place(kPeakSplit, halvesFit(setting, derivativePeaks3(setting.curve, setting.workspace)),
-            setting);
+  const Curve& curve = setting.curve;
+  set.place(kFixedSplit, halvesFit(setting, splitInHalves(curve, std::nullopt)), setting);
+  const HalvesSplit peakSplit = splitInHalves(curve, derivativePeaks3(curve, setting.workspace));
+  set.place(kPeakSplit, halvesFit(setting, peakSplit), setting);
   const std::size_t best = bestColumn(set.rsq, 0, kBestSplit);
   if (!(set.rsq[best] >= 0.0)) {
     return std::nullopt;
   }
-  const MidpointPair midpoints{set.p(best)[Order::Cm(0)], set.p(best)[Order::Cm(1)]};
-  set.place(kBestSplit, halvesFit(setting, midpoints), setting);
+  // Midpoints that split the curve at the same points give the same join.
+  const HalvesSplit bestSplit =
+      splitInHalves(curve, MidpointPair{set.p(best)[Order::Cm(0)], set.p(best)[Order::Cm(1)]});
+  set.place(kBestSplit,
+            bestSplit == peakSplit ? set.columns[kPeakSplit] : halvesFit(setting, bestSplit),
+            setting);
 
   const std::size_t join = bestColumn(set.rsq, kFixedSplit, kWeighted);
   const double weightStar = set.rsq[join] > -1.0 ? set.p(join)[Order::weight(0)] : kNoWeight;

@@ -45,11 +45,23 @@ extern const std::array<const ThreeStateSeeder*, 2> kThreeStateBothGiven;
 Candidate<2> runSeeder(const ThreeStateSeeder& seeder, const Setting& setting,
                        const BaselinePair& known = {}, double weight = kNoWeight);
 
-// Two midpoints between which a curve is split.
-using MidpointPair = std::array<double, 2>;
+// Where a curve is split into halves. Left part: points 1 to leftEnd. Right part: rightStart to the
+// last point. They overlap at the split, and the two middles stand for the midpoints of parts whose
+// fit is not usable. `hinted` tells a split between two midpoints from the one in the middle.
+struct HalvesSplit {
+  int leftEnd;
+  int rightStart;
+  int leftMiddle;
+  int rightMiddle;
+  bool hinted;
 
-// Fits each half of the curve as a two-state transition and joins them: split in the middle, or
-// halfway between two midpoints.
-Candidate<2> halvesFit(const Setting& setting, const std::optional<MidpointPair>& midpoints);
+  bool operator==(const HalvesSplit&) const = default;
+};
+
+using MidpointPair = std::array<double, 2>;
+HalvesSplit splitInHalves(const Curve& curve, const std::optional<MidpointPair>& midpoints);
+
+// Fits each half of the curve as a two-state transition and joins them.
+Candidate<2> halvesFit(const Setting& setting, const HalvesSplit& split);
 
 }  // namespace zolt
