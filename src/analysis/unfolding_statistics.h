@@ -254,6 +254,7 @@ inline constexpr auto& threeStatePlausibleStrict = plausibleStrict<2>;
 inline constexpr auto& threeStateOrder = orderTransitions<2>;
 inline constexpr auto& threeStateBaselineCheck = baselineCheck<2>;
 inline constexpr auto& threeStateRSquared = rSquaredOfParameters<2>;
+inline constexpr auto& threeStateConfidenceWidth = confidenceWidth;
 inline constexpr auto& packageThreeState = package<2>;
 
 inline constexpr auto& fourStateFraction = unfoldingFraction<3>;

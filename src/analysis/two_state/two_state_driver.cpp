@@ -14,14 +14,15 @@ constexpr std::size_t kColumns = 9;
 constexpr std::size_t kRefit = 8;  // the column that refits what the seeders found
 using Table = CandidateSet<1, kColumns>;
 
-// Columns 0 to 7 of the tables. In the given-baseline families the odd columns want a hint.
-constexpr const TwoStateSeeder* kFirstStage[] = {
+// Columns 0 to 7 of firstStageTable, nativeGivenTable and denaturedGivenTable. In the latter two
+// the odd columns want a hint.
+constexpr const TwoStateSeeder* firstStageSeeders[] = {
     &seedThreePointAllFree,     &seedThreePoint,     &seedEndPoint,     &seedWindow,
     &seedThreePointAllFreeHint, &seedThreePointHint, &seedEndPointHint, &seedWindowHint};
-constexpr const TwoStateSeeder* kNativeGiven[] = {
+constexpr const TwoStateSeeder* nativeGivenSeeders[] = {
     &seedFreeSideNative, &seedFreeSideNativeHint, &seedThreePointNative, &seedThreePointNativeHint,
     &seedEndPointNative, &seedEndPointNativeHint, &seedWindowNative,     &seedWindowNativeHint};
-constexpr const TwoStateSeeder* kDenaturedGiven[] = {
+constexpr const TwoStateSeeder* denaturedGivenSeeders[] = {
     &seedFreeSideDenatured,       &seedFreeSideDenaturedHint, &seedThreePointDenatured,
     &seedThreePointDenaturedHint, &seedEndPointDenatured,     &seedEndPointDenaturedHint,
     &seedWindowDenatured,         &seedWindowDenaturedHint};
@@ -39,10 +40,10 @@ constexpr LadderTable kLadders{kPairs, kFirstStageOrder, 23};
 Table makeFirstStageTable(const Setting& setting, double hint) {
   Table table(setting);
   for (std::size_t c = 0; c < 4; ++c) {
-    table.place(c, runSeeder(*kFirstStage[c], setting), setting);
+    table.place(c, runSeeder(*firstStageSeeders[c], setting), setting);
   }
   for (std::size_t c = 4; c < kRefit && hint > 0.0; ++c) {
-    table.place(c, runSeeder(*kFirstStage[c], setting, {}, hint), setting);
+    table.place(c, runSeeder(*firstStageSeeders[c], setting, {}, hint), setting);
   }
   // The refit column stands at zeros with R-squared 0 until it is filled: when every seeder failed
   // it is the best of all, and the refit starts from zeros.
@@ -74,9 +75,10 @@ double learnMidpoint(const Table& table, double hint, double lastX) {
 
 // One of the given-baseline families. The refit column is filled only when the family's own
 // baseline is known; it ranks with R-squared 0 throughout the stage.
-GivenFamily<1, kColumns> makeGiven(const TwoStateSeeder* const (&seeders)[kRefit],
-                                   const Setting& setting, const BaselinePair& given, double hint,
-                                   bool baselineKnown, bool EndAgreement::*farEnd) {
+GivenFamily<1, kColumns> makeGivenTable(const TwoStateSeeder* const (&seeders)[kRefit],
+                                        const Setting& setting, const BaselinePair& given,
+                                        double hint, bool baselineKnown,
+                                        bool EndAgreement::*farEnd) {
   Table table(setting);
   for (std::size_t c = 0; c < kRefit; ++c) {
     const bool wantsHint = c % 2 == 1;
@@ -96,16 +98,16 @@ GivenFamily<1, kColumns> makeGiven(const TwoStateSeeder* const (&seeders)[kRefit
 // The better candidate fitted with both baselines known, when both ways to it fit well.
 std::optional<Candidate<1>> fitBothBaselines(const Setting& setting, const Harvest& harvest,
                                              double midpointHint) {
-  CandidateSet<1, 2> table(setting);
-  table.place(0, runSeeder(seedBothBaselines, setting, harvest.baselines), setting);
+  CandidateSet<1, 2> bothBaselinesTable(setting);
+  bothBaselinesTable.place(0, runSeeder(seedBothBaselines, setting, harvest.baselines), setting);
   if (midpointHint > 0.0) {
-    table.place(1, runSeeder(seedBothBaselinesHint, setting, harvest.baselines, midpointHint),
-                setting);
+    bothBaselinesTable.place(
+        1, runSeeder(seedBothBaselinesHint, setting, harvest.baselines, midpointHint), setting);
   }
-  if (!(table.rsq[0] >= kGoodFit && table.rsq[1] >= kGoodFit)) {
+  if (!(bothBaselinesTable.rsq[0] >= kGoodFit && bothBaselinesTable.rsq[1] >= kGoodFit)) {
     return std::nullopt;
   }
-  return table.columns[table.rsq[1] > table.rsq[0] ? 1 : 0];
+  return bothBaselinesTable.columns[bothBaselinesTable.rsq[1] > bothBaselinesTable.rsq[0] ? 1 : 0];
 }
 
 void analyseTwoState(const Curve& curve, double temperature, int mostPoints, ResultVector result) {
@@ -118,20 +120,20 @@ void analyseTwoState(const Curve& curve, double temperature, int mostPoints, Res
   FitWorkspace workspace(curve.points());
   const Setting setting = makeSetting(curve, temperature, workspace);
   const double hint = derivativePeaks2(curve, workspace)[0];
-  const Table first = makeFirstStageTable(setting, hint);
-  const Harvest harvest = harvestBaselines(first, checkEnds(setting, first));
-  const double midpointHint = learnMidpoint(first, hint, curve.lastX());
+  const Table firstStageTable = makeFirstStageTable(setting, hint);
+  const Harvest harvest = harvestBaselines(firstStageTable, checkEnds(setting, firstStageTable));
+  const double midpointHint = learnMidpoint(firstStageTable, hint, curve.lastX());
 
   decide(
-      setting, first, harvest, kLadders,
+      setting, firstStageTable, harvest, kLadders,
       [&] { return fitBothBaselines(setting, harvest, midpointHint); },
       [&] {
-        return makeGiven(kNativeGiven, setting, harvest.baselines, midpointHint,
-                         harvest.nativeCount > 0, &EndAgreement::denatured);
+        return makeGivenTable(nativeGivenSeeders, setting, harvest.baselines, midpointHint,
+                              harvest.nativeCount > 0, &EndAgreement::denatured);
       },
       [&] {
-        return makeGiven(kDenaturedGiven, setting, harvest.baselines, midpointHint,
-                         harvest.denaturedCount > 0, &EndAgreement::native);
+        return makeGivenTable(denaturedGivenSeeders, setting, harvest.baselines, midpointHint,
+                              harvest.denaturedCount > 0, &EndAgreement::native);
       },
       result);
 }
