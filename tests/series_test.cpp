@@ -153,18 +153,23 @@ TEST(PrimaryFit, FailureShapes) {
   EXPECT_NEAR(fit(form, x, y, {1, 2}).at(0, ZOLTA_DG1), 6000, kTolerance);
 }
 
-TEST(PrimaryFit, LabelsAreTriedUntilOneFits) {
+TEST(PrimaryFit, LabelsAreTriedFromTheLargestUntilOneFits) {
   Vector x, y;
-  for (int c = 0; c < 3; ++c) {
+  for (int c = 0; c < 4; ++c) {
     addCurve(x, y, 6000, 3);
   }
-  // The label of the first curve has no signal above 0, the largest is flat, and the next fits.
+  // The label of the first curve has no signal above 0 and the largest is flat. The next is twice
+  // as high, which the slope of all fits shows.
   std::fill_n(y.begin(), kPoints, -1.0);
   std::fill_n(y.begin() + kPoints, kPoints, 10.0);
-  const Fitted fitted = fit(ZOLTA_dGagg_primaryFit, x, y, {1, 3, 2});
+  std::transform(y.begin() + 2 * kPoints, y.begin() + 3 * kPoints, y.begin() + 2 * kPoints,
+                 [](double value) { return 2 * value; });
+  const Fitted fitted = fit(ZOLTA_dGagg_primaryFit, x, y, {1, 4, 3, 2});
   EXPECT_EQ(fitted.at(0, ZOLTA_RT), -1);
   EXPECT_EQ(fitted.at(1, ZOLTA_RT), -1);
   EXPECT_NEAR(fitted.at(2, ZOLTA_DG1), 6000, kTolerance);
+  EXPECT_NEAR(fitted.at(2, ZOLTA_DENATURED_SLOPE), -2, .2);
+  EXPECT_EQ(fitted.at(3, ZOLTA_DENATURED_SLOPE), fitted.at(2, ZOLTA_DENATURED_SLOPE));
 }
 
 struct Calculated {
@@ -240,6 +245,8 @@ TEST(Calculation, Table) {
        {1, 2, 3}, {0, 5000, 6000}, {0, 1, 1}, {0, 1, 1}, {1000, 2, 0, 2}},
       {"an unused second label", agg, {1, 2, 3}, {4000, 5000, 6000}, {1, 1, 1}, {1, 0, 1},
        {1, 2, 3}, {4000, 0, 6000}, {1, 0, 1}, {1, 0, 1}, {1000, 1, 0, 2}},
+      {"neither of the first two", agg, {1, 2, 3}, {4000, 5000, 6000}, {1, 1, 1}, {0, 0, 1},
+       {1, 2, 3}, {0, 0, 6000}, {0, 0, 1}, {0, 0, 1}, {0, 2, 0, 2}},
       {"one label", agg, {5}, {4000}, {1}, {1}, {5}, {4000}, {1}, {1}, {0, 5, 0, 2}},
       {"a label of 0 shifts the list", trend, {0, 1, e}, {4000, 5000, 7000}, {1, 2, 3}, {1, 1, 1},
        {0, 1, e}, {5000, 7000, 0}, {2, 3, 0}, {1, 1, 1}, {2000, 5000, 1, 3}},

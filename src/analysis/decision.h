@@ -55,6 +55,11 @@ struct LadderTable {
   int firstCode;
 };
 
+// The ladders of the three models; each stands in its model's driver.
+extern const LadderTable twoStateLadders;
+extern const LadderTable threeStateLadders;
+extern const LadderTable fourStateLadders;
+
 // A given-baseline family, and the column that its stage accepts when its baseline is known.
 template <int Transitions, std::size_t Columns>
 struct GivenFamily {

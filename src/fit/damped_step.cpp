@@ -28,10 +28,10 @@ ZOLT_WIDE void transposeColumns(const DampedSystem& system) {
       const Lanes4 cdLow = __builtin_shufflevector(c, d, 0, 4, 2, 6);
       const Lanes4 cdHigh = __builtin_shufflevector(c, d, 1, 5, 3, 7);
       double* row = system.rows + k * stride + j;
-      lanesAt<Lanes4>(row) = __builtin_shufflevector(abLow, cdLow, 0, 1, 4, 5);
-      lanesAt<Lanes4>(row + stride) = __builtin_shufflevector(abHigh, cdHigh, 0, 1, 4, 5);
-      lanesAt<Lanes4>(row + 2 * stride) = __builtin_shufflevector(abLow, cdLow, 2, 3, 6, 7);
-      lanesAt<Lanes4>(row + 3 * stride) = __builtin_shufflevector(abHigh, cdHigh, 2, 3, 6, 7);
+      lanesTo<Lanes4>(row) = __builtin_shufflevector(abLow, cdLow, 0, 1, 4, 5);
+      lanesTo<Lanes4>(row + stride) = __builtin_shufflevector(abHigh, cdHigh, 0, 1, 4, 5);
+      lanesTo<Lanes4>(row + 2 * stride) = __builtin_shufflevector(abLow, cdLow, 2, 3, 6, 7);
+      lanesTo<Lanes4>(row + 3 * stride) = __builtin_shufflevector(abHigh, cdHigh, 2, 3, 6, 7);
     }
     for (; k < n; ++k) {
       for (std::ptrdiff_t i = 0; i < 4; ++i) {

@@ -9,6 +9,9 @@
 namespace zolt {
 namespace {
 
+// Elements up to this have squares, and sums of a few squares, in range.
+constexpr double kSquaresOverflow = 1e150;
+
 Matrix solveSquare(Matrix a, Matrix b) {
   const int n = a.rows;
   std::vector<int> jpvt;
@@ -138,22 +141,27 @@ std::pair<double, double> singularValues(std::span<const double> first) {
   // In the basis of the normalised vector of ones and of the deviation from the mean, the array is
   // [p q; r 0], its equal columns being joined into one; the singular values of a 2 by 2 matrix
   // have a closed form.
+  // A power of two keeps the squares of huge elements in range and changes no bits of others.
+  const bool huge = std::any_of(first.begin(), first.end(),
+                                [](double value) { return std::fabs(value) > kSquaresOverflow; });
+  const double scale = huge ? 0x1p-600 : 1.0;
   const auto c = static_cast<double>(first.size());
   double sum = 0.0;
   for (double value : first) {
-    sum += value;
+    sum += value * scale;
   }
   const double mean = sum / c;
   double squares = 0.0;
   for (double value : first) {
-    squares += (value - mean) * (value - mean);
+    const double deviation = value * scale - mean;
+    squares += deviation * deviation;
   }
   const double p = std::sqrt(c) * mean;
-  const double q = std::sqrt(c * (c - 1.0));
+  const double q = std::sqrt(c * (c - 1.0)) * scale;
   const double r = std::sqrt(squares);
   const double towards = scalarHypot(p, q + r);
   const double apart = scalarHypot(p, q - r);
-  return {0.5 * (apart + towards), 0.5 * std::fabs(towards - apart)};
+  return {0.5 * (apart + towards) / scale, 0.5 * std::fabs(towards - apart) / scale};
 }
 
 double matrixNorm2(std::span<const double> first) {

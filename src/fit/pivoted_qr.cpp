@@ -93,7 +93,7 @@ ZOLT_INLINE double updateRows(double* rows, int count, const Lanes (&w)[Blocks],
   constexpr int kStride = Blocks * laneCount<Lanes>;
   const auto update = [&](int k) {
     for (int b = 0; b < Blocks; ++b) {
-      lanesAt<Lanes>(rows + k * kStride + b * laneCount<Lanes>) += w[b] * v[k];
+      lanesTo<Lanes>(rows + k * kStride + b * laneCount<Lanes>) += w[b] * v[k];
     }
   };
   update(0);
@@ -226,7 +226,7 @@ ZOLT_INLINE void factorRows(const RowMatrix& a, int* jpvt, const PartialNorms& n
     if (tau != 0.0) {
       projectRows<Lanes, Blocks>(top, below, tau, v, w);
       for (int b = 0; b < Blocks; ++b) {
-        lanesAt<Lanes>(top + b * laneCount<Lanes>) += w[b];
+        lanesTo<Lanes>(top + b * laneCount<Lanes>) += w[b];
       }
     }
     top[column] = beta;

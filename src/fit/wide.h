@@ -17,25 +17,34 @@ namespace zolt {
 
 #define ZOLT_INLINE inline __attribute__((always_inline))
 
-// Any double's address may hold the first of them.
-using Lanes4 = double __attribute__((vector_size(32), aligned(8), may_alias));
-using Lanes8 = double __attribute__((vector_size(64), aligned(8), may_alias));
+using Lanes4 = double __attribute__((vector_size(32)));
+using Lanes8 = double __attribute__((vector_size(64)));
 
 // Their bits.
-using Bits4 = long long __attribute__((vector_size(32), aligned(8)));
-using Bits8 = long long __attribute__((vector_size(64), aligned(8)));
+using Bits4 = long long __attribute__((vector_size(32)));
+using Bits8 = long long __attribute__((vector_size(64)));
 
 template <class Lanes>
 inline constexpr int laneCount = static_cast<int>(sizeof(Lanes) / sizeof(double));
 
-// The lanes that begin at `at`.
+// Lanes as they stand in memory, at any double's address. Packing says so to every compiler, where
+// an alignment attribute of the lanes themselves would get lost on the way through a template.
 template <class Lanes>
-ZOLT_INLINE Lanes& lanesAt(double* at) {
-  return *reinterpret_cast<Lanes*>(at);
+struct __attribute__((packed, may_alias)) StoredLanes {
+  Lanes lanes;
+
+  ZOLT_INLINE void operator=(const Lanes& value) { lanes = value; }
+  ZOLT_INLINE void operator+=(const Lanes& value) { lanes = lanes + value; }
+};
+
+// The lanes that begin at `at`, to be read and to be written.
+template <class Lanes>
+ZOLT_INLINE Lanes lanesAt(const double* at) {
+  return reinterpret_cast<const StoredLanes<Lanes>*>(at)->lanes;
 }
 template <class Lanes>
-ZOLT_INLINE const Lanes& lanesAt(const double* at) {
-  return *reinterpret_cast<const Lanes*>(at);
+ZOLT_INLINE StoredLanes<Lanes>& lanesTo(double* at) {
+  return *reinterpret_cast<StoredLanes<Lanes>*>(at);
 }
 
 // The magnitude of each lane.

@@ -34,7 +34,6 @@ constexpr PairStep kPairs[] = {
 // Within each block of four: no weight held, both, the first, the second.
 constexpr int fourStateRanking[] = {12, 15, 14, 13, 28, 31, 30, 29, 24, 27, 26, 25, 0,  3,  2,  1,
                                     4,  7,  6,  5,  8,  11, 10, 9,  20, 23, 22, 21, 16, 19, 18, 17};
-constexpr LadderTable kLadders{kPairs, fourStateRanking, 40};
 
 // Midpoints stand in as weight seeds when they happen to fall in the range of a weight.
 WeightPair weightsFromMidpoints(const MidpointTriple& midpoints) {
@@ -182,7 +181,7 @@ void analyseFourState(const Curve& curve, double temperature, int mostPoints, Re
   const WeightPair weights =
       givenBaselineWeights(harvestWeights(general.set, ends, general.weights));
   decide(
-      setting, general.set, harvest, kLadders,
+      setting, general.set, harvest, fourStateLadders,
       [&] { return bestGoodCandidate(makeBothGiven(setting, harvest.baselines, weights)); },
       [&] {
         return makeGiven(kFourStateNativeGiven, setting, harvest.baselines, weights,
@@ -196,6 +195,8 @@ void analyseFourState(const Curve& curve, double temperature, int mostPoints, Re
 }
 
 }  // namespace
+
+constexpr LadderTable fourStateLadders{kPairs, fourStateRanking, 40};
 
 void fourStateInternal(const Curve& curve, double temperature, ResultVector result) {
   analyseFourState(curve, temperature, kLargestCurve, result);

@@ -23,7 +23,6 @@ constexpr PairStep kPairs[] = {{7, 0.0, 5, 6},       {6, 0.0, 7, 8},    {3, -0.0
                                {2, -0.0005, 11, 12}, {5, 0.0, 13, 14},  {4, 0.0, 15, 16},
                                {1, 0.001, 17, 18},   {0, 0.001, 19, 20}};
 constexpr int kGeneralOrder[] = {10, 3, 6, 7, 0, 8, 1, 9, 2, 5, 4};
-constexpr LadderTable kLadders{kPairs, kGeneralOrder, 21};
 
 // The general family. Empty when no column of the first six describes the curve at all.
 struct GeneralFamily {
@@ -106,7 +105,7 @@ void analyseThreeState(const Curve& curve, double temperature, int mostPoints,
         set, count > 0 ? acceptedColumn(set.rsq, checkEnds(setting, set), farEnd) : std::nullopt};
   };
   decide(
-      setting, first, harvest, kLadders,
+      setting, first, harvest, threeStateLadders,
       [&] { return bestGoodCandidate(family(kThreeStateBothGiven)); },
       [&] { return given(kThreeStateNativeGiven, harvest.nativeCount, &EndAgreement::denatured); },
       [&] {
@@ -116,6 +115,8 @@ void analyseThreeState(const Curve& curve, double temperature, int mostPoints,
 }
 
 }  // namespace
+
+constexpr LadderTable threeStateLadders{kPairs, kGeneralOrder, 21};
 
 void threeStateInternal(const Curve& curve, double temperature, ResultVector result) {
   analyseThreeState(curve, temperature, kLargestCurve, result);

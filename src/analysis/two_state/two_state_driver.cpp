@@ -34,7 +34,6 @@ constexpr PairStep kPairs[] = {{7, 0.0, 5, 6},       {6, 0.0, 7, 8},       {8, 0
                                {4, 0.0, 17, 18},     {1, 0.001, 19, 20},   {0, 0.001, 21, 22}};
 
 constexpr int kFirstStageOrder[] = {7, 3, 8, 4, 0, 5, 1, 6, 2};
-constexpr LadderTable kLadders{kPairs, kFirstStageOrder, 23};
 
 // All first-stage candidates, the refit of the best among them included.
 Table makeFirstStageTable(const Setting& setting, double hint) {
@@ -125,7 +124,7 @@ void analyseTwoState(const Curve& curve, double temperature, int mostPoints, Res
   const double midpointHint = learnMidpoint(firstStageTable, hint, curve.lastX());
 
   decide(
-      setting, firstStageTable, harvest, kLadders,
+      setting, firstStageTable, harvest, twoStateLadders,
       [&] { return fitBothBaselines(setting, harvest, midpointHint); },
       [&] {
         return makeGivenTable(nativeGivenSeeders, setting, harvest.baselines, midpointHint,
@@ -139,6 +138,8 @@ void analyseTwoState(const Curve& curve, double temperature, int mostPoints, Res
 }
 
 }  // namespace
+
+constexpr LadderTable twoStateLadders{kPairs, kFirstStageOrder, 23};
 
 void twoStateInternal(const Curve& curve, double temperature, ResultVector result) {
   analyseTwoState(curve, temperature, kLargestCurve, result);

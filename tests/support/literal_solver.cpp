@@ -1,0 +1,352 @@
+#include "support/literal_solver.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+#include "frame/scalar_kit.h"
+
+namespace literal {
+namespace {
+
+constexpr double kEpsilon = 2.220446049250313e-16;
+constexpr double kSqrtEpsilon = 1.4901161193847656e-08;
+constexpr double kSmallestNormal = 2.2250738585072014e-308;
+constexpr double kSafeMinimum = 1.0020841800044864e-292;
+constexpr double kSafeMinimumReciprocal = 9.9792015476736e+291;
+
+using zolt::isNaNValue;
+std::size_t place(int i) { return static_cast<std::size_t>(i); }
+
+double scaledNorm(const double* v, int count) {
+  if (count == 1) {
+    return std::fabs(v[0]);
+  }
+  double scale = kSmallestNormal, sum = 0.0;
+  for (int k = 0; k < count; ++k) {
+    const double a = std::fabs(v[k]);
+    if (a > scale) {
+      const double t = scale / a;
+      sum = 1.0 + sum * t * t;
+      scale = a;
+    } else {
+      const double t = a / scale;
+      sum = sum + t * t;
+    }
+  }
+  return count < 1 ? 0.0 : scale * std::sqrt(sum);
+}
+
+// Largest singular value of the square array whose first column is free and whose rest is 1.0.
+double squareNorm(const Matrix& beta) {
+  if (beta.columns == 1) {
+    return std::fabs(beta.values[0]);
+  }
+  if (std::any_of(beta.values.begin(), beta.values.end(), isNaNValue)) {
+    return 0.0;
+  }
+  // A power of two keeps the squares of huge elements in range and changes no bits of others.
+  const double largest =
+      std::fabs(*std::max_element(beta.values.begin(), beta.values.end(),
+                                  [](double u, double v) { return std::fabs(u) < std::fabs(v); }));
+  const double scale = largest > 1e150 ? 0x1p-600 : 1.0;
+  const double c = beta.columns;
+  double sum = 0.0;
+  for (int i = 0; i < beta.rows; ++i) {
+    sum += beta.at(i, 0) * scale;
+  }
+  const double mean = sum / c;
+  double squares = 0.0;
+  for (int i = 0; i < beta.rows; ++i) {
+    const double deviation = beta.at(i, 0) * scale - mean;
+    squares += deviation * deviation;
+  }
+  const double p = std::sqrt(c) * mean;
+  const double q = std::sqrt(c * (c - 1.0)) * scale;
+  const double r = std::sqrt(squares);
+  return 0.5 * (zolt::scalarHypot(p, q - r) + zolt::scalarHypot(p, q + r)) / scale;
+}
+
+// Makes the reflector of column i and returns its tau.
+double reflector(Matrix& a, int i) {
+  const int below = a.rows - i - 1;
+  double* v = &a.values[place(i + 1 + i * a.rows)];
+  double norm = scaledNorm(v, below);
+  if (norm == 0.0) {
+    return 0.0;
+  }
+  double alpha = a.at(i, i);
+  const auto signedLength = [&] {
+    const double length = zolt::scalarHypot(alpha, norm);
+    return alpha >= 0.0 ? -length : length;
+  };
+  double beta = signedLength();
+  int rounds = 0;
+  if (std::fabs(beta) < kSafeMinimum) {
+    for (; std::fabs(beta) < kSafeMinimum; ++rounds) {
+      std::for_each(v, v + below, [](double& e) { e *= kSafeMinimumReciprocal; });
+      beta *= kSafeMinimumReciprocal;
+      alpha *= kSafeMinimumReciprocal;
+    }
+    norm = scaledNorm(v, below);
+    beta = signedLength();
+  }
+  const double tau = (beta - alpha) / beta;
+  const double inverse = 1.0 / (alpha - beta);
+  std::for_each(v, v + below, [=](double& e) { e *= inverse; });
+  for (; rounds > 0; --rounds) {
+    beta *= kSafeMinimum;
+  }
+  a.at(i, i) = beta;
+  return tau;
+}
+
+void factor(Matrix& a, Vector& tau, std::vector<int>& jpvt) {
+  const int m = a.rows, n = a.columns;
+  std::iota(jpvt.begin(), jpvt.end(), 0);
+  Vector current(place(n)), reference(place(n));
+  for (int j = 0; j < n; ++j) {
+    current[place(j)] = reference[place(j)] = scaledNorm(&a.at(0, j), m);
+  }
+  for (int i = 0; i < std::min(m, n); ++i) {
+    int pivot = i;
+    for (int j = i + 1; j < n; ++j) {
+      pivot = current[place(j)] > current[place(pivot)] ? j : pivot;
+    }
+    if (pivot != i) {
+      for (int k = 0; k < m; ++k) {
+        std::swap(a.at(k, pivot), a.at(k, i));
+      }
+      std::swap(jpvt[place(pivot)], jpvt[place(i)]);
+      current[place(pivot)] = current[place(i)];
+      reference[place(pivot)] = reference[place(i)];
+    }
+    tau[place(i)] = i + 1 < m ? reflector(a, i) : 0.0;
+    for (int j = i + 1; j < n && tau[place(i)] != 0.0; ++j) {
+      double w = a.at(i, j);
+      for (int k = i + 1; k < m; ++k) {
+        w += a.at(k, i) * a.at(k, j);
+      }
+      if (w != 0.0) {
+        const double s = -tau[place(i)] * w;
+        a.at(i, j) += s;
+        for (int k = i + 1; k < m; ++k) {
+          a.at(k, j) += a.at(k, i) * s;
+        }
+      }
+    }
+    for (int j = i + 1; j < n; ++j) {
+      double& vn1 = current[place(j)];
+      double& vn2 = reference[place(j)];
+      if (vn1 == 0.0) {
+        continue;
+      }
+      const double ratio = std::fabs(a.at(i, j)) / vn1;
+      double t = 1.0 - ratio * ratio;
+      t = t < 0.0 ? 0.0 : t;
+      const double u = vn1 / vn2;
+      if (t * (u * u) > kSqrtEpsilon) {
+        vn1 *= std::sqrt(t);
+      } else {
+        vn1 = vn2 = i + 1 < m ? scaledNorm(&a.values[place(i + 1 + j * m)], m - i - 1) : 0.0;
+      }
+    }
+  }
+}
+
+double transition(const double* p, double x, double dG, double Cm, double RT) {
+  const double K = std::exp(-(dG * (1.0 - x / Cm)) / RT);
+  return ((p[0] + p[1] * x) + (p[2] + p[3] * x) * K) / (1.0 + K);
+}
+
+double peak(const double* p, double x) {
+  return p[0] * std::exp(-((x - p[1]) * (x - p[1]) / (2.0 * zolt::scalarPower(p[2], 2.0))));
+}
+
+double modelAt(const Vector& p, double x) {
+  const double* v = p.data();
+  switch (p.size()) {
+    case 7:
+      return transition(v + 2, x, p[0], p[1], p[6]);
+    case 10:
+      return p[4] * transition(v + 5, x, p[0], p[1], p[9]) +
+             (1.0 - p[4]) * transition(v + 5, x, p[2], p[3], p[9]);
+    case 13:
+      return p[6] * transition(v + 8, x, p[0], p[1], p[12]) +
+             p[7] * transition(v + 8, x, p[2], p[3], p[12]) +
+             (1.0 - p[6] - p[7]) * transition(v + 8, x, p[4], p[5], p[12]);
+    case 3:
+      return peak(v, x);
+    case 6:
+      return peak(v, x) + peak(v + 3, x);
+    default:
+      return peak(v, x) + peak(v + 3, x) + peak(v + 6, x);
+  }
+}
+
+// A model seen through its mask: the held values in one list, the free ones at the front of beta.
+struct Problem {
+  const std::vector<std::uint8_t>& mask;
+  const Vector& x;
+  const Vector& y;
+  Vector held;
+
+  Vector merged(const Matrix& beta) const {
+    Vector p(mask.size());
+    std::size_t h = 0, b = 0;
+    for (std::size_t i = 0; i < mask.size(); ++i) {
+      p[i] = mask[i] != 0 ? held[h++] : beta.values[b++];
+    }
+    return p;
+  }
+  Vector values(const Matrix& beta) const {
+    const Vector p = merged(beta);
+    Vector fitted;
+    for (double at : x) {
+      fitted.push_back(modelAt(p, at));
+    }
+    return fitted;
+  }
+};
+
+Matrix jacobian(const Problem& problem, const Matrix& beta, const Vector& fitted) {
+  const int n = static_cast<int>(fitted.size());
+  const int unknowns = static_cast<int>(beta.values.size());
+  Matrix jacobian(n, unknowns);
+  for (int j = 0; j < unknowns; ++j) {
+    double increment = 6.0555e-06 * beta.values[place(j)];
+    if (beta.values[place(j)] == 0.0) {
+      const double size = std::sqrt(squareNorm(beta));
+      increment = 6.0555e-06 * (size == 0.0 ? size + 1.0 : size);
+    }
+    Matrix moved = beta;
+    for (int k = 0; k < unknowns; ++k) {
+      moved.values[place(k)] = beta.values[place(k)] + (k == j ? increment : 0.0);
+    }
+    const Vector there = problem.values(moved);
+    for (int i = 0; i < n; ++i) {
+      jacobian.at(i, j) = (there[place(i)] - fitted[place(i)]) / increment;
+    }
+  }
+  return jacobian;
+}
+
+Vector dampedStep(const Matrix& jacobian, const Vector& residuals, double lambda) {
+  const int n = jacobian.rows, unknowns = jacobian.columns;
+  Matrix a(n + unknowns, unknowns);
+  Vector b(residuals);
+  b.resize(place(n + unknowns), 0.0);
+  bool number = std::none_of(b.begin(), b.end(), isNaNValue);
+  for (int j = 0; j < unknowns; ++j) {
+    double squares = 0.0, sum = 0.0;
+    for (int i = 0; i < n; ++i) {
+      a.at(i, j) = jacobian.at(i, j);
+      squares += jacobian.at(i, j) * jacobian.at(i, j);
+      sum += jacobian.at(i, j);
+    }
+    a.at(n + j, j) = std::sqrt(lambda * squares);
+    number = number && !isNaNValue(sum + a.at(n + j, j));
+  }
+  return number ? solveLeastSquares(a, b) : Vector(place(unknowns), 0.0);
+}
+
+}  // namespace
+
+Vector solveLeastSquares(Matrix a, Vector b) {
+  const int m = a.rows, n = a.columns;
+  Vector tau(place(n)), x(place(n), 0.0);
+  std::vector<int> jpvt(place(n));
+  factor(a, tau, jpvt);
+  const double tolerance = m * std::fabs(a.at(0, 0)) * kEpsilon;
+  int rank = 0;
+  while (rank < n && std::fabs(a.at(rank, rank)) >= tolerance) {
+    ++rank;
+  }
+  for (int j = 0; j < n; ++j) {
+    double w = b[place(j)];
+    for (int i = j + 1; i < m; ++i) {
+      w += a.at(i, j) * b[place(i)];
+    }
+    w *= tau[place(j)];
+    if (tau[place(j)] != 0.0 && w != 0.0) {
+      b[place(j)] -= w;
+      for (int i = j + 1; i < m; ++i) {
+        b[place(i)] -= a.at(i, j) * w;
+      }
+    }
+  }
+  const auto solved = [&](int i) -> double& { return x[place(jpvt[place(i)])]; };
+  for (int i = 0; i < rank; ++i) {
+    solved(i) = b[place(i)];
+  }
+  for (int j = rank - 1; j >= 0; --j) {
+    solved(j) /= a.at(j, j);
+    for (int i = 0; i < j; ++i) {
+      solved(i) -= solved(j) * a.at(i, j);
+    }
+  }
+  return x;
+}
+
+Fitted maskedFit(const std::vector<std::uint8_t>& mask, const Vector& x, const Vector& y,
+                 const Vector& start) {
+  const int free = static_cast<int>(std::count(mask.begin(), mask.end(), 0));
+  Problem problem{mask, x, y, {}};
+  Matrix beta(free, free, 1.0);
+  std::size_t b = 0;
+  for (std::size_t i = 0; i < mask.size(); ++i) {
+    if (mask[i] != 0) {
+      problem.held.push_back(start[i]);
+    } else {
+      beta.values[b++] = start[i];
+    }
+  }
+
+  Vector fitted, residuals(y.size());
+  double sse = 0.0;
+  const auto evaluate = [&] {
+    fitted = problem.values(beta);
+    sse = 0.0;
+    for (std::size_t i = 0; i < y.size(); ++i) {
+      residuals[i] = y[i] - fitted[i];
+      sse += residuals[i] * residuals[i];
+    }
+  };
+  evaluate();
+  bool done = std::any_of(y.begin(), y.end(), isNaNValue) ||
+              std::any_of(fitted.begin(), fitted.end(), isNaNValue);
+  double lambda = 0.01;
+  for (int iteration = 0; iteration < 200 && !done; ++iteration) {
+    const Matrix betaold = beta;
+    const Vector former = residuals;
+    const double sseold = sse;
+    const Matrix derivatives = jacobian(problem, beta, fitted);
+    Vector step;
+    const auto tryStep = [&] {
+      step = dampedStep(derivatives, former, lambda);
+      for (std::size_t k = 0; k < step.size(); ++k) {
+        beta.values[k] = betaold.values[k] + step[k];
+      }
+      evaluate();
+    };
+    tryStep();
+    bool stalled = false;
+    if (sseold > sse) {
+      lambda = std::max(0.1 * lambda, kEpsilon);
+    } else {
+      while (sse > sseold && !stalled) {
+        lambda *= 10.0;
+        stalled = lambda > 1e16;
+        if (!stalled) {
+          tryStep();
+        }
+      }
+    }
+    const double stepNorm = scaledNorm(step.data(), static_cast<int>(step.size()));
+    done = 1e-8 * (kSqrtEpsilon + squareNorm(beta)) > stepNorm ||
+           std::fabs(sse - sseold) <= 1e-8 * sse || stalled;
+  }
+  return {problem.merged(beta), fitted[0], sse};
+}
+
+}  // namespace literal
