@@ -1,5 +1,9 @@
-// The decision ladders, driven by made-up R-squared values.
+// The ladders of the three models: every code is reached, by the column that it names.
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <vector>
 
 #include "analysis/decision.h"
 
@@ -8,65 +12,110 @@ namespace {
 using zolt::EndAgreement;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-// Three columns with the three kinds of offset.
-constexpr zolt::PairStep kSteps[] = {{2, 0.0, 5, 6}, {0, -0.0005, 7, 8}, {1, 0.001, 9, 10}};
-using Row3 = std::array<double, 3>;
+using Codes = std::vector<int>;
+using RSquared = std::vector<double>;
 
-TEST(WalkPairs, TakesTheFirstPairThatPasses) {
-  struct Row {
-    const char* what;
-    Row3 native, denatured;
-    int code;
-  };
-  const double first = 0.9995, second = 0.9995 - 0.0005 * 1;
+// The codes of each column of the given-baseline families and of the general family. The first
+// columns leave a side free, the next ones take three points.
+struct Model {
+  const char* name;
+  const zolt::LadderTable& ladders;
+  std::size_t freeSide, threePoint;  // columns of these kinds
+  Codes native, denatured, general;
+};
+
+const Model kModels[] = {
+    {"two states",
+     zolt::twoStateLadders,
+     2,
+     2,
+     {ZOLTA_2STATE_NATIVE_FREE_SIDE, ZOLTA_2STATE_NATIVE_FREE_SIDE_HINT,
+      ZOLTA_2STATE_NATIVE_THREE_POINT, ZOLTA_2STATE_NATIVE_THREE_POINT_HINT,
+      ZOLTA_2STATE_NATIVE_END_POINT, ZOLTA_2STATE_NATIVE_END_POINT_HINT, ZOLTA_2STATE_NATIVE_WINDOW,
+      ZOLTA_2STATE_NATIVE_WINDOW_HINT, ZOLTA_2STATE_NATIVE_REFIT},
+     {22, 20, 14, 12, 18, 16, 8, 6, 10},
+     {ZOLTA_2STATE_ALL_FREE, ZOLTA_2STATE_THREE_POINT, ZOLTA_2STATE_END_POINT, ZOLTA_2STATE_WINDOW,
+      ZOLTA_2STATE_ALL_FREE_HINT, ZOLTA_2STATE_THREE_POINT_HINT, ZOLTA_2STATE_END_POINT_HINT,
+      ZOLTA_2STATE_WINDOW_HINT, ZOLTA_2STATE_REFIT}},
+    {"three states",
+     zolt::threeStateLadders,
+     2,
+     2,
+     {ZOLTA_3STATE_NATIVE_FREE_SIDE, ZOLTA_3STATE_NATIVE_FREE_SIDE_WEIGHT,
+      ZOLTA_3STATE_NATIVE_THREE_POINT, ZOLTA_3STATE_NATIVE_THREE_POINT_WEIGHT,
+      ZOLTA_3STATE_NATIVE_END_POINT, ZOLTA_3STATE_NATIVE_END_POINT_WEIGHT,
+      ZOLTA_3STATE_NATIVE_WINDOW, ZOLTA_3STATE_NATIVE_WINDOW_WEIGHT},
+     {20, 18, 12, 10, 16, 14, 8, 6},
+     {ZOLTA_3STATE_ALL_FREE, ZOLTA_3STATE_THREE_POINT, ZOLTA_3STATE_END_POINT, ZOLTA_3STATE_WINDOW,
+      ZOLTA_3STATE_HALVES, ZOLTA_3STATE_HALVES_PEAKS, ZOLTA_3STATE_HALVES_BEST,
+      ZOLTA_3STATE_ALL_FREE_WEIGHT, ZOLTA_3STATE_THREE_POINT_WEIGHT, ZOLTA_3STATE_END_POINT_WEIGHT,
+      ZOLTA_3STATE_WINDOW_WEIGHT}},
+    {"four states",
+     zolt::fourStateLadders,
+     4,
+     4,
+     {29, 36, 38, 31, 13, 17, 19, 15, 21, 25, 27, 23, 5, 9, 11, 7},
+     {30, 37, 39, 35, 14, 18, 20, 16, 22, 26, 28, 24, 6, 10, 12, 8},
+     {52, 55, 54, 53, 56, 59, 58, 57, 60, 63, 62, 61, 40, 43, 42, 41,
+      68, 71, 70, 69, 64, 67, 66, 65, 48, 51, 50, 49, 44, 47, 46, 45}}};
+
+TEST(LadderTables, EveryColumnHasItsCodesAndItsLimit) {
   const double last = 0.9995 - 0.0005 * 19;
-  for (const Row& row : {
-           Row{"nothing", {0, 0, 0}, {0, 0, 0}, 0},
-           Row{"failed columns", {-1, kNaN, -1}, {kNaN, -1, kNaN}, 0},
-           Row{"at the threshold", {0, 0, first}, {0, 0, 0}, 5},
-           Row{"the denatured column alone", {0, 0, 0}, {0, 0, first}, 6},
-           Row{"a tie is the denatured column's", {0, 0, first}, {0, 0, first}, 6},
-           Row{"the better of the two", {0, 0, 0.9999}, {0, 0, first}, 5},
-           Row{"earlier in the order", {1, 1, 1}, {0, 0, 0}, 5},
-           Row{"a lenient column passes a step early", {second, 0, second}, {0, 0, 0}, 7},
-           Row{"a strict column passes at 1 only two steps late", {0, 1, 0}, {0, 0, first}, 6},
-           Row{"a strict column", {0, 1, 0}, {0, 0, 0}, 9},
-           Row{"a higher threshold before an earlier place", {first - 0.0005, 0, 0.9989}, {}, 7},
-           Row{"the last threshold", {0, 0, last}, {0, 0, 0}, 5},
-           Row{"just below the last", {0, 0, std::nextafter(last, 0.0)}, {0, 0, 0}, 0},
-           Row{"the last threshold, lenient", {last - 0.0005, 0, 0}, {0, 0, 0}, 7},
-           Row{"the last threshold, strict", {0, 0, 0}, {0, last + 0.001, 0}, 10},
-           Row{"just below the last, strict", {}, {0, std::nextafter(last + 0.001, 0.0), 0}, 0},
-           Row{"NaN beside a number", {0, 0, kNaN}, {0, 0, first}, 6},
-           Row{"NaN loses even where it took no part", {0, 0, first}, {0, 0, kNaN}, 6},
-       }) {
-    const auto taken = zolt::walkPairs(kSteps, row.native, row.denatured);
-    EXPECT_EQ(taken ? taken->code : 0, row.code) << row.what;
-    if (taken) {
-      EXPECT_EQ(taken->native, row.code % 2 == 1) << row.what;
-      EXPECT_EQ(taken->column, row.code <= 6 ? 2u : row.code <= 8 ? 0u : 1u) << row.what;
+  for (const Model& model : kModels) {
+    ASSERT_EQ(model.ladders.pairs.size(), model.native.size()) << model.name;
+    for (std::size_t c = 0; c < model.native.size(); ++c) {
+      const double offset = c < model.freeSide                      ? 0.001
+                            : c < model.freeSide + model.threePoint ? -0.0005
+                                                                    : 0.0;
+      for (const bool native : {true, false}) {
+        const int wanted = native ? model.native[c] : model.denatured[c];
+        for (const double rsq : {last + offset, std::nextafter(last + offset, 0.0)}) {
+          RSquared good(model.native.size(), -1.0);
+          const RSquared poor = good;
+          good[c] = rsq;
+          const auto taken =
+              zolt::walkPairs(model.ladders.pairs, native ? good : poor, native ? poor : good);
+          EXPECT_EQ(taken ? taken->code : 0, rsq == last + offset ? wanted : 0)
+              << model.name << ", column " << c;
+          EXPECT_TRUE(!taken || (taken->column == c && taken->native == native)) << model.name;
+        }
+      }
+    }
+    ASSERT_EQ(model.ladders.order.size(), model.general.size()) << model.name;
+    for (std::size_t c = 0; c < model.general.size(); ++c) {
+      RSquared good(model.general.size(), 0.94);
+      good[c] = 0.96;
+      const auto taken = zolt::walkColumns(model.ladders.order, model.ladders.firstCode, good);
+      ASSERT_TRUE(taken) << model.name << ", general column " << c;
+      EXPECT_EQ(taken->code, model.general[c]) << model.name << ", general column " << c;
+      EXPECT_EQ(taken->column, c) << model.name;
     }
   }
 }
 
-TEST(WalkColumns, TakesTheFirstColumnThatPasses) {
-  constexpr int kOrder[] = {2, 0, 1};
-  struct Row {
-    const char* what;
-    Row3 rsq;
-    int code;
-  };
-  const double last = 0.999 - 0.001 * 49;
-  for (const Row& row : {Row{"nothing", {0, -1, kNaN}, 0}, Row{"preferred", {1, 1, 0.999}, 40},
-                         Row{"higher threshold first", {0.9981, 0.9991, 0.9985}, 42},
-                         Row{"same threshold", {0.9989, 0.9982, 0.9979}, 41},
-                         Row{"last threshold", {0, 0, last}, 40},
-                         Row{"below the last", {0, 0, std::nextafter(last, 0.0)}, 0}}) {
-    const auto taken = zolt::walkColumns(kOrder, 40, row.rsq);
-    EXPECT_EQ(taken ? taken->code : 0, row.code) << row.what;
-    if (taken) {
-      EXPECT_EQ(taken->column, static_cast<std::size_t>(kOrder[row.code - 40])) << row.what;
+// Of columns that are all perfect, the one with the smallest code is taken.
+TEST(LadderTables, CodesStandInTheOrderOfPreference) {
+  for (const Model& model : kModels) {
+    RSquared native(model.native.size(), 1.0);
+    const RSquared denatured(native.size(), 0.0);
+    Codes wanted = model.native, got;
+    std::sort(wanted.begin(), wanted.end());
+    // The strict columns, which 1.0 passes one threshold later than the others, come last anyway.
+    while (const auto taken = zolt::walkPairs(model.ladders.pairs, native, denatured)) {
+      got.push_back(taken->code);
+      native[taken->column] = 0;
     }
+    EXPECT_EQ(got, wanted) << model.name;
+
+    RSquared general(model.general.size(), 1.0);
+    wanted = model.general, got.clear();
+    std::sort(wanted.begin(), wanted.end());
+    while (const auto taken =
+               zolt::walkColumns(model.ladders.order, model.ladders.firstCode, general)) {
+      got.push_back(taken->code);
+      general[taken->column] = 0;
+    }
+    EXPECT_EQ(got, wanted) << model.name;
   }
 }
 
