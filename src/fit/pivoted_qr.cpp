@@ -257,6 +257,9 @@ ZOLT_WIDE void factorRows4(const RowMatrix& a, int* jpvt, const PartialNorms& no
 ZOLT_WIDE void factorRows8(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
   factorRows<Lanes8, 1>(a, jpvt, norms, v);
 }
+ZOLT_WIDE void factorRows12(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
+  factorRows<Lanes4, 3>(a, jpvt, norms, v);
+}
 ZOLT_WIDE void factorRows16(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
   factorRows<Lanes8, 2>(a, jpvt, norms, v);
 }
@@ -294,10 +297,7 @@ void factorWideRows(const RowMatrix& a, int* jpvt, const PartialNorms& norms, do
 }  // namespace
 
 int rowStride(int columns) {
-  if (columns <= 4) {
-    return 4;
-  }
-  return columns <= 8 ? 8 : (columns + 15) / 16 * 16;
+  return columns <= 16 ? (columns + 3) / 4 * 4 : (columns + 15) / 16 * 16;
 }
 
 ScaledSum emptyScaledSum() { return {kSmallestNormal, 0.0}; }
@@ -344,6 +344,8 @@ void qrPivot(const RowMatrix& a, int* jpvt, const double* norms, double* scratch
       return factorRows4(a, jpvt, partial, v);
     case 8:
       return factorRows8(a, jpvt, partial, v);
+    case 12:
+      return factorRows12(a, jpvt, partial, v);
     case 16:
       return factorRows16(a, jpvt, partial, v);
     default:
