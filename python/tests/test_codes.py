@@ -1,5 +1,8 @@
 """Fit codes in words."""
 
+import runpy
+from pathlib import Path
+
 import pytest
 
 from zolt import codes
@@ -51,3 +54,9 @@ def test_the_same_number_depends_on_what_was_asked():
     assert codes.explain(2, 2, "baselines").held == "both baselines"
     assert codes.explain(3, 3, "series").stage == "series"
     assert codes.explain(99, 2).status == codes.explain(float("nan")).status == "unknown code"
+
+
+def test_the_page_of_codes_is_up_to_date():
+    docs = Path(__file__).resolve().parents[2] / "docs"
+    page = runpy.run_path(str(docs / "make_fit_codes.py"))["page"]()
+    assert (docs / "fit_codes.md").read_text(encoding="utf-8") == page

@@ -99,7 +99,7 @@ def test_given_baselines_are_held_and_a_midpoint_takes_few_points(curve):
 def test_a_short_curve_says_that_fewer_states_were_used():
     x, y = simulate(FKBP12, 16)
     fit = zolt.fit(x, y, states=4)
-    assert fit.states == 2 and "uses 2 states" in fit.reason
+    assert fit.states == 2 and "16 readings allow 2 states" in fit.remark
 
 
 @pytest.mark.parametrize("sign, shift", [(1.0, 0.0), (-1.0, 0.0), (30.0, 0.0), (-30.0, 0.0), (30.0, -15.0)])

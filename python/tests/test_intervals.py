@@ -37,6 +37,7 @@ def test_intervals_are_repeatable_and_report_the_correlation(curve):
     assert first.correlation[0] > 0.8
     assert first.used == 100 and len(first.table("kJ")) == 3
     wide = fit.intervals(level=0.99, rounds=100)
+    assert (first.dG[0, 0] <= fit.dG[0] <= first.dG[0, 1]) and (first.Cm[0, 0] <= fit.Cm[0] <= first.Cm[0, 1])
     assert wide.Cm[0, 0] < first.Cm[0, 0] and wide.Cm[0, 1] > first.Cm[0, 1]
 
 
@@ -48,3 +49,10 @@ def test_more_noise_gives_wider_intervals():
     ]
     assert widths[0] < widths[1] and widths[2] < widths[3]
     assert widths[3] < widths[1]  # known baselines leave less to be uncertain of
+
+
+def test_a_limit_that_the_readings_cannot_show_is_infinite():
+    x, y = simulate([(6000.0, 3.0, 1.0)], 12, noise=0.02, reach=3.6)
+    fit = zolt.fit(x, y, states=2)
+    spans = fit.intervals(rounds=200)
+    assert fit.ok and spans.Cm[0, 0] < fit.Cm[0] and spans.Cm[0, 1] == np.inf

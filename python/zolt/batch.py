@@ -14,7 +14,7 @@ from .read import Curve
 _QUANTITIES = ("dG", "Cm", "m", "weight")
 _PER_TRANSITION = re.compile(r"(dG|Cm|m|weight)(\d)")
 _CLOSING = (
-    "bootstrap_used", "R_squared", "code", "reason", "spikes", "outliers", "left_out",
+    "bootstrap_used", "R_squared", "code", "reason", "remark", "spikes", "outliers", "left_out",
     "aN", "bN_per_M", "aU", "bU_per_M",
 )  # fmt: skip
 _MOST_PER_TASK = 16  # Large enough to hide what a task costs, small enough to share evenly.
@@ -99,7 +99,7 @@ def table_of(outcomes, curves, units="kcal"):
     for curve, (fitted, intervals) in zip(curves, outcomes, strict=True):
         if isinstance(fitted, Exception):
             rows.append(
-                {"curve": curve.name, **curve.details, "status": "error", "reason": str(fitted)}
+                {"curve": curve.name, **curve.details, "status": "error", "reason": str(fitted), "remark": ""}
             )
             continue
         row = fitted.to_dict(units)
@@ -107,8 +107,8 @@ def table_of(outcomes, curves, units="kcal"):
             row.update(intervals.to_dict(units))
         rows.append(row)
     frame = pd.DataFrame(rows)
-    if "states" in frame:
-        frame["states"] = frame["states"].astype("Int64")
+    counts = [name for name in ("states", "code") if name in frame]
+    frame[counts] = frame[counts].astype("Int64")
     return frame[sorted(frame, key=_place)]
 
 

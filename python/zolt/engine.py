@@ -41,7 +41,8 @@ CURVES = {
 
 
 def row(values, dtype=np.float64):
-    return np.ascontiguousarray(values, dtype)
+    """The values as the engine reads them: contiguous and aligned."""
+    return np.require(values, dtype, ("C", "A"))
 
 
 def analyse(x, y, temperature, states, baselines=None, midpoint_only=False):

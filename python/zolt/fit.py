@@ -13,6 +13,7 @@ from .points import pick_states, spike_marks, tidy_readings
 CAL_PER_UNIT = {"cal": 1.0, "kcal": 1000.0, "kJ": 1000.0 / 4.184}
 FEWEST_POINTS = 8
 FEWEST_POINTS_MIDPOINT = 6
+_NOTABLE_SHARE = 8
 
 
 @dataclass(frozen=True, eq=False, repr=False)
@@ -71,10 +72,17 @@ class Fit:
     @property
     def reason(self):
         """A sentence that says why the fit is what it is."""
-        sentence = self._count_fault()[1] or self.path.sentence
-        if not self.ok and (spikes := np.count_nonzero(self.spikes & self.kept)):
-            sentence += f" Readings marked as spikes: {spikes}; leaving them out may help."
-        return f"{self.note} {sentence}" if self.note else sentence
+        return self._count_fault()[1] or self.path.sentence
+
+    @property
+    def remark(self):
+        """What else one should know of this fit, in sentences; mostly empty."""
+        parts = [self.note] if self.note else []
+        if self.ok and np.count_nonzero(self.outliers & self.kept) > self.x.size // _NOTABLE_SHARE:
+            parts.append("Many readings lie off the fit: look at its residuals.")
+        elif not self.ok and not self._count_fault()[0] and (spikes := np.count_nonzero(self.spikes & self.kept)):
+            parts.append(f"Readings marked as spikes: {spikes}; a fit without outliers may help.")
+        return " ".join(parts)
 
     def _count_fault(self):
         n, fewest = self.x.size, fewest_points(self.midpoint_only)
@@ -203,6 +211,7 @@ class Fit:
         row["R_squared"] = self.r_squared
         row["code"] = self.code
         row["reason"] = self.reason
+        row["remark"] = self.remark
         row["spikes"] = int(np.count_nonzero(self.spikes))
         row["outliers"] = int(np.count_nonzero(self.outliers))
         row["left_out"] = int(np.count_nonzero(~self.kept))
@@ -219,7 +228,8 @@ class Fit:
     def __repr__(self):
         name = f"{self.name}: " if self.name else ""
         if not self.ok:
-            return f"<Fit {name}{self.status}, code {self.code}. {self.reason}>"
+            words = f"{self.reason} {self.remark}".strip()
+            return f"<Fit {name}{self.status}, code {self.code}. {words}>"
         return f"<Fit {name}{self.states} states; {self.summary()}; R² {self.r_squared:.4f}, code {self.code}>"
 
     def _repr_html_(self):
@@ -317,7 +327,7 @@ def _fit_states(fixed, kept):
     if tried < picked:
         note = f"The picker saw {picked} states, which gave no acceptable fit."
     elif result[Element.RT] != -1 and model.states_of(result) < tried:
-        note = f"With {x.size} readings the engine uses {model.states_of(result)} states."
+        note = f"{x.size} readings allow {model.states_of(result)} states."
     return Fit(result=result, kept=kept, tried=tried, note=note, **fixed)
 
 

@@ -15,8 +15,10 @@ import numpy as np
 
 from . import model
 from .engine import Element
+from .model import MOST_M
 
 _MOST_STEPS = 5
+_ENOUGH = 1.0 - 1e-6  # A smaller gain is below what the rounds can show, and may be rounding alone.
 _MOST_LEVERAGE = 0.9  # A reading that the fit follows almost wholly tells nothing of the noise.
 
 
@@ -43,12 +45,6 @@ class Intervals:
         """A DataFrame with a row per transition and quantity."""
         import pandas as pd
 
-        from .fit import CAL_PER_UNIT
-
-        energy = CAL_PER_UNIT[units]
-        kinds = (
-            ("dG", f"{units}/mol", energy), ("Cm", "M", 1.0), ("m", f"{units}/mol/M", energy)
-        )  # fmt: skip
         return pd.DataFrame(
             [
                 {
@@ -62,24 +58,17 @@ class Intervals:
                     "dG_m_correlation": self.correlation[i],
                 }
                 for i in range(len(self.correlation))
-                for name, unit, scale in kinds
+                for name, unit, scale in _quantities(units)
             ]
         )
 
     def to_dict(self, units="kcal"):
         """Columns to stand beside those of `Fit.to_dict`."""
-        from .fit import CAL_PER_UNIT
-
-        energy = CAL_PER_UNIT[units]
         row = {}
         for i in range(len(self.correlation)):
-            for name, unit, scale in (
-                ("dG", f"{units}_per_mol", energy),
-                ("Cm", "M", 1.0),
-                ("m", f"{units}_per_mol_per_M", energy),
-            ):
+            for name, unit, scale in _quantities(units):
                 for end, suffix in enumerate(("lower", "upper")):
-                    row[f"{name}{i + 1}_{suffix}_{unit}"] = getattr(self, name)[i, end] / scale
+                    row[f"{name}{i + 1}_{suffix}_{unit.replace('/', '_per_')}"] = getattr(self, name)[i, end] / scale
             row[f"dG{i + 1}_m{i + 1}_correlation"] = self.correlation[i]
         row["bootstrap_used"] = self.used
         return row
@@ -90,6 +79,14 @@ class Intervals:
 
     def _repr_html_(self):
         return self.table().to_html(index=False)
+
+
+def _quantities(units):
+    """Name, unit and size of the unit in the engine's own one."""
+    from .fit import CAL_PER_UNIT
+
+    energy = CAL_PER_UNIT[units]
+    return ("dG", f"{units}/mol", energy), ("Cm", "M", 1.0), ("m", f"{units}/mol/M", energy)
 
 
 def population_of(original):
@@ -104,12 +101,18 @@ def population_of(original):
     centre = original.result
     moved, h = model.linearised(x, y, centre)
     for _ in range(_MOST_STEPS):
-        if not model.sensible(x, moved) or _misfit(x, y, moved) >= _misfit(x, y, centre):
+        if not model.sensible(x, moved) or _misfit(x, y, moved) >= _ENOUGH * _misfit(x, y, centre):
             break
         centre = moved
         moved, h = model.linearised(x, y, centre)
     noise = (y - model.signal(x, centre)) / np.sqrt(1.0 - np.minimum(h, _MOST_LEVERAGE))
-    return centre, noise - noise.mean()
+    return _settled(centre), _settled(noise - noise.mean())
+
+
+def _settled(values):
+    """The values to ten digits: the last bits of numpy's linear algebra differ from run to run."""
+    mantissa, exponent = np.frexp(values)
+    return np.ldexp(np.round(mantissa * 2.0**34) / 2.0**34, exponent)
 
 
 def _misfit(x, y, result):
@@ -126,7 +129,8 @@ def bootstrap(original, level=0.95, rounds=1000, seed=0, workers=None):
         raise ValueError("level lies between 0 and 1, and at least 20 rounds are needed")
     centre, noise = population_of(original)
     picks = np.random.default_rng(seed).integers(0, noise.size, (rounds, noise.size))
-    signals = model.signal(original.x[original.kept], centre) + noise[picks]
+    x = original.x[original.kept]
+    signals = model.signal(x, centre) + noise[picks]
     workers = min(workers or os.cpu_count() or 1, rounds)
     with ThreadPoolExecutor(workers) as pool:
         blocks = pool.map(
@@ -149,8 +153,11 @@ def bootstrap(original, level=0.95, rounds=1000, seed=0, workers=None):
     truth["m"] = truth["dG"] / truth["Cm"]
     spare = max(1, noise.size - len(model.free_elements(centre)))
     enough = len(sound) >= max(10, rounds // 2)
+    most = {"dG": MOST_M * x[-1], "Cm": x[-1], "m": MOST_M}
     bounds = {
-        name: _interval(estimate[name], truth[name], values, level, spare) if enough else np.full((count, 2), np.nan)
+        name: _interval(estimate[name], truth[name], values, level, spare, most[name])
+        if enough
+        else np.full((count, 2), np.nan)
         for name, values in draws.items()
     }
     return Intervals(
@@ -173,14 +180,20 @@ def bootstrap(original, level=0.95, rounds=1000, seed=0, workers=None):
     )
 
 
-def _interval(estimate, truth, draws, level, spare):
+def _interval(estimate, truth, draws, level, spare, most):
     """The estimate less what the rounds strayed from the truth they were drawn from.
 
     All quantities are positive, so they are compared by ratio, which keeps the limits positive.
     The noise itself is known from `spare` degrees of freedom only; the limits are widened as
-    Student's t is wider than the normal distribution.
+    Student's t is wider than the normal distribution. A limit above `most`, the largest value that
+    the readings can show, is infinite: the data set no bound there. An estimate with a bias as large
+    as its spread bounds its own interval.
     """
     tail = 0.5 * (1.0 - level)
     strayed = np.log(np.quantile(draws, [1.0 - tail, tail], axis=0) / truth)
     z = NormalDist().inv_cdf(1.0 - tail)
-    return (estimate * np.exp(-strayed * (1.0 + (z * z + 1.0) / (4.0 * spare)))).T
+    bounds = (estimate * np.exp(-strayed * (1.0 + (z * z + 1.0) / (4.0 * spare)))).T
+    bounds[bounds[:, 1] > most, 1] = np.inf
+    bounds[:, 0] = np.minimum(bounds[:, 0], estimate)
+    bounds[:, 1] = np.maximum(bounds[:, 1], estimate)
+    return bounds

@@ -9,16 +9,19 @@ import numpy as np
 
 from .engine import CM_ELEMENTS, DG_ELEMENTS, Element
 
+LEAST_M, MOST_M = 100.0, 15000.0  # cal/mol/M, between which the engine takes a fit for sensible
+
 
 def states_of(result):
     """The number of states of a result vector, told by the elements it leaves at 0 or -1."""
-    if result[Element.RT] == -1:
-        if result[Element.WEIGHT2] == -1:
+    values = result[: Element.CODE].tolist()
+    if values[Element.RT] == -1:
+        if values[Element.WEIGHT2] == -1:
             return 4
-        return 3 if result[Element.WEIGHT1] == -1 else 2
-    if not result[6:9].any():
+        return 3 if values[Element.WEIGHT1] == -1 else 2
+    if not any(values[6:9]):
         return 2
-    return 4 if result[9:12].any() else 3
+    return 4 if any(values[9:12]) else 3
 
 
 def transitions(result):
@@ -43,7 +46,7 @@ def lines(x, result):
 def signal(x, result):
     dG, Cm, weights = transitions(result)
     native, denatured = lines(x, result)
-    fraction = weights @ fractions(x, dG, Cm, result[Element.RT])
+    fraction = (weights[:, None] * fractions(x, dG, Cm, result[Element.RT])).sum(axis=0)
     return native + (denatured - native) * fraction
 
 
@@ -85,7 +88,7 @@ def linearised(x, y, result):
 
 
 def sensible(x, result):
-    """Midpoints within the readings and m-values of 100 to 15000 cal/mol/M, as the engine asks."""
+    """Midpoints within the readings and m-values such as the engine asks for."""
     dG, Cm, weights = transitions(result)
     inside = (Cm > 0.0) & (Cm <= x[-1]) & (weights > 0.0)
-    return bool(inside.all() and ((dG / Cm >= 100.0) & (dG / Cm <= 15000.0)).all())
+    return bool(inside.all() and ((dG / Cm >= LEAST_M) & (dG / Cm <= MOST_M)).all())

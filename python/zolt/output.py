@@ -20,39 +20,51 @@ def write_table(table, path):
 
 
 def print_fits(table, units):
-    """The columns that one looks at first; a curve without a fit says why."""
+    """The columns that one looks at first; then, once each, what was said of the curves."""
     shown = table.head(MOST_PRINTED)
-    names = {"curve": "curve", "states": "states"}
+    head = pd.DataFrame()
     if "file" in shown and shown["file"].nunique() > 1:
-        names = {"file": "file", **names}
+        head["file"] = shown["file"]
+    head["curve"] = shown["curve"]
+    if "states" in shown:
+        head["states"] = shown["states"].astype(object).where(shown["states"].notna(), "")
     for i in (1, 2, 3):
-        for key, head in ((f"dG{i}_{units}_per_mol", "dG"), (f"Cm{i}_M", "Cm"),
-                          (f"m{i}_{units}_per_mol_per_M", "m")):
-            names[key] = f"{head}{i}"  # fmt: skip
-            for end in ("lower", "upper"):
-                names[key.replace(f"{head}{i}", f"{head}{i}_{end}")] = f"{head}{i} {end}"
-    names.update(R_squared="R²", spikes="spikes", outliers="outliers", code="code", reason="meaning")
-    columns = [c for c in names if c in shown and (c in ("file", "curve", "reason") or shown[c].notna().any())]
-    head = shown[columns].rename(columns=names)
-    digits = {c: "{:.2f}".format for c in head if c.startswith("dG")}
-    digits.update({c: "{:.3f}".format for c in head if c.startswith(("Cm", "m1", "m2", "m3"))})
-    digits["R²"] = "{:.4f}".format
-    meaning = head.pop("meaning")
-    click.echo(head.to_string(index=False, na_rep="", formatters=digits))
+        for name, unit, digits in (
+            ("dG", f"_{units}_per_mol", 2), ("Cm", "_M", 3), ("m", f"_{units}_per_mol_per_M", 3)
+        ):  # fmt: skip
+            columns = [f"{name}{i}{end}{unit}" for end in ("", "_lower", "_upper")]
+            columns = [column for column in columns if column in shown]
+            if columns and shown[columns[0]].notna().any():
+                head[f"{name}{i}"] = [_estimate(values, digits) for values in shown[columns].to_numpy()]
+    for column, name in (("R_squared", "R²"), ("spikes", "spikes"), ("outliers", "outliers"), ("code", "code")):
+        if column in shown:
+            head[name] = shown[column]
+    click.echo(head.to_string(index=False, na_rep="", formatters={"R²": "{:.4f}".format}))
     click.echo(f"dG in {units}/mol, Cm in M, m = dG/Cm in {units}/mol/M.")
-    for (code, status, text), names in _meanings(shown["code"], shown["status"], meaning, shown["curve"]):
+    shown = shown.sort_values("code", kind="stable")
+    for (code, status, text), names in _groups(shown, ["code", "status", "reason"]):
         click.echo(f"  {code if pd.notna(code) else '-':>3}  {status}: {text} ({names})")
+    for (remark,), names in _groups(shown, ["remark"]):
+        if remark:
+            click.echo(f"       {remark} ({names})")
     if len(table) > len(shown):
         click.echo(f"... and {len(table) - len(shown)} more curves; --out writes them all.")
 
 
-def _meanings(codes, statuses, reasons, curves):
-    """What was said of which curves, each sentence once."""
+def _estimate(values, digits):
+    """A number, with its interval in brackets where there is one."""
+    if pd.isna(values[0]):
+        return ""
+    texts = [f"{value:.{digits}f}" for value in values if pd.notna(value)]
+    return f"{texts[0]} [{', '.join(texts[1:])}]" if len(texts) == 3 else texts[0]
+
+
+def _groups(shown, columns):
+    """What the columns say of which curves, each sentence once."""
     groups = {}
-    for key, curve in zip(zip(codes, statuses, reasons), curves):
-        groups.setdefault(key, []).append(curve)
-    for key in sorted(groups, key=lambda k: (k[0] != k[0], k[0])):
-        names = groups[key]
+    for *key, curve in shown[[*columns, "curve"]].itertuples(index=False):
+        groups.setdefault(tuple(key), []).append(str(curve))
+    for key, names in groups.items():
         yield key, ", ".join(names) if len(names) <= 4 else f"{len(names)} curves"
 
 

@@ -7,7 +7,7 @@ from matplotlib import colormaps
 from matplotlib.backends.backend_agg import FigureCanvasAgg
 from matplotlib.colors import LinearSegmentedColormap, LogNorm, Normalize
 from matplotlib.figure import Figure
-from matplotlib.ticker import MaxNLocator, NullLocator
+from matplotlib.ticker import MaxNLocator, NullLocator, ScalarFormatter
 
 from . import model
 from .fit import CAL_PER_UNIT
@@ -26,6 +26,8 @@ def _figure(*size):
 def _dress(ax):
     ax.spines[["top", "right"]].set_visible(False)
     ax.tick_params(direction="out", length=3.5)
+    if isinstance(ax.yaxis.get_major_formatter(), ScalarFormatter):
+        ax.ticklabel_format(axis="y", scilimits=(-3, 5))
 
 
 def _limits(values, margin=0.08):
@@ -41,29 +43,29 @@ def plot_fit(fit, ax=None, *, units="kcal", signal="Signal", denaturant="Denatur
     the share of each transition is drawn from the native baseline upwards. Given `ax`, only the
     upper panel is drawn, into it. Returns the figure.
     """
-    below = None
-    if ax is None:
+    below, alone = None, ax is None
+    if alone:
         figure = _figure(8.2, 4.8)
         if fit.ok:
             ax, below = figure.subplots(2, 1, sharex=True, height_ratios=(4, 1.15))
         else:
             ax = figure.subplots()
     figure = ax.figure
+    _draw_points(fit, ax, fit.y)
     if fit.ok:
         _draw_model(fit, ax, units)
-    _draw_points(fit, ax, fit.y)
     if fit.y.size:
         fitted = fit.curve(_GRID)[1] if fit.ok else fit.y
         ax.set_ylim(*_limits(np.concatenate([fit.y, fitted])))
     ax.set_ylabel(signal)
     title = fit.name if title is None else title
     ax.set_title(title, loc="left", fontsize=11, fontweight="bold")
-    if not fit.ok:
-        ax.text(0.5, 0.98, fit.status, ha="center", va="top", transform=ax.transAxes, color=FIT)
-    elif below is None:  # within given axes there is no room beside them
-        ax.legend(loc="best", framealpha=0.8, edgecolor="none", fontsize=7)
-    else:  # beside the panel, where it covers no reading
-        ax.legend(loc="upper left", bbox_to_anchor=(1.01, 1.0), frameon=False, fontsize=9)
+    heading = dict(title=None if fit.ok else fit.status, alignment="left")
+    if alone:  # beside the panel, where it covers no reading
+        legend = ax.legend(loc="upper left", bbox_to_anchor=(1.01, 1.0), frameon=False, fontsize=9, **heading)
+    else:
+        legend = ax.legend(loc="best", framealpha=0.8, edgecolor="none", fontsize=7, **heading)
+    legend.get_title().set_color(FIT)
     _dress(ax)
     lowest = ax
     if below is not None:

@@ -34,7 +34,7 @@ def pick_states(x, y):
     """
     if x.size > MOST_POINTS or x.size < 3:
         return 2
-    gaps = np.diff(x)
+    gaps = x[1:] - x[:-1]
     mean = (x[-1] - x[0]) / (x.size - 1)
     if mean > 0 and np.abs(gaps - mean).max() > 0.01 * mean:
         levels, place = np.unique(x, return_inverse=True)

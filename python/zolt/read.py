@@ -237,6 +237,6 @@ def _plate_curves(table, layout):
         parts = [key[0], *(f"{role} {k}" for role, k in zip(("label", "replicate"), key[1:]) if k)]
         labels = {role: _plain(k) for role, k in zip(("label", "replicate"), key[1:])}
         curve = _curve(layout, " ".join(parts), x, y, rows, temperature, **labels)
-        curve.details.update(file=Path(table.source).name, well=members[0][1])
+        curve.details.update(file=Path(table.source).name, well=" ".join(well for _, well in members))
         curves.append(curve)
     return curves

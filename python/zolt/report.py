@@ -14,7 +14,7 @@ from ._version import __version__
 from .plot import plate_figure, plot_fit
 
 _STYLE = """
-body { font: 15px/1.45 system-ui, sans-serif; color: #1d2733; max-width: 1180px; margin: 2em auto;
+body { font: 15px/1.45 system-ui, sans-serif; color: #1d2733; max-width: 1400px; margin: 2em auto;
        padding: 0 1.2em; }
 h1 { font-size: 1.6em; margin-bottom: .1em; } h2 { font-size: 1.2em; margin-top: 2em; }
 p.quiet, figcaption { color: #5c6773; }
@@ -22,9 +22,10 @@ div.wide { overflow-x: auto; }
 table { border-collapse: collapse; font-size: .87em; font-variant-numeric: tabular-nums; }
 th { text-align: left; border-bottom: 2px solid #1b3a5c; padding: .3em .7em; white-space: nowrap; }
 td { border-bottom: 1px solid #dfe3e8; padding: .25em .7em; vertical-align: top; }
-td.number { text-align: right; white-space: nowrap; } tr.failed td { color: #a03020; }
+td:last-child { min-width: 15em; } td.number { text-align: right; white-space: nowrap; } tr.failed td { color: #a03020; }
 div.gallery { display: grid; grid-template-columns: repeat(auto-fill, minmax(520px, 1fr)); gap: 1em; }
 figure { margin: 0; border: 1px solid #dfe3e8; border-radius: 6px; padding: .6em; }
+details { margin-top: 1.4em; } summary { cursor: pointer; font-weight: 600; margin-bottom: .4em; }
 figure img { width: 100%; } figcaption { font-size: .85em; }
 dl { display: grid; grid-template-columns: max-content 1fr; gap: .15em 1.2em; font-size: .9em; }
 dt { color: #5c6773; } dd { margin: 0; }
@@ -54,70 +55,92 @@ def _number(value, digits):
 
 def _span(interval, scale, digits):
     low, high = interval / scale
-    return "" if not np.isfinite(low) else f" <small>[{low:.{digits}f}, {high:.{digits}f}]</small>"
+    if np.isnan(low):
+        return ""
+    upper = f"{high:.{digits}f}]" if np.isfinite(high) else "∞)"
+    return f" <small>[{low:.{digits}f}, {upper}</small>"
 
 
 def _summary(fits, intervals, units):
-    """The table; a curve has a line per transition within its cells."""
+    """The table, with a line per transition within its cells, and the meaning of its codes."""
     from .fit import CAL_PER_UNIT
 
     energy = CAL_PER_UNIT[units]
     heads = ["curve", "source", "states", f"dG ({units}/mol)", "Cm (M)", f"m ({units}/mol/M)",
-             "share", "R²", "marked", "code", "meaning"]  # fmt: skip
-    rows = []
+             "share", "R²", "marked", "code", "remark"]  # fmt: skip
+    text_columns = {0, 1, len(heads) - 1}
+    rows, meanings = [], {}
     for i in quality_order(fits):
         fit, spans = fits[i], intervals[i]
 
-        def cell(name, scale, digits):
-            lines = [
+        def lines(name, scale, digits):
+            return "<br>".join(
                 _number(value / scale, digits) + (_span(getattr(spans, name)[k], scale, digits) if spans else "")
-                for k, value in enumerate(getattr(fit, name))
-            ]
-            return "<br>".join(lines) if fit.ok else ""
+                for k, value in enumerate(getattr(fit, name) if fit.ok else ())
+            )
 
-        shares = "<br>".join(f"{100 * w:.0f} %" for w in fit.weights) if fit.ok and fit.states > 2 else ""
-        cells = [
-            f'<td><a href="#curve-{i}">{escape(fit.name)}</a></td>',
-            f"<td>{escape(str(fit.details.get('file', '')))}</td>",
-            f'<td class="number">{fit.states if fit.ok else ""}</td>',
-            *(
-                f'<td class="number">{text}</td>'
-                for text in (
-                    cell("dG", energy, 2), cell("Cm", 1.0, 3), cell("m", energy, 3), shares,
-                    _number(fit.r_squared, 4),
-                    int(np.count_nonzero(fit.marked)) or "", fit.code,
-                )
-            ),
-            f"<td>{escape(fit.reason if fit.ok else f'{fit.status}: {fit.reason}')}</td>",
-        ]  # fmt: skip
-        rows.append(f'<tr{"" if fit.ok else " class=failed"}>{"".join(cells)}</tr>')
-    head = "".join(f"<th>{text}</th>" for text in heads)
-    return f'<div class="wide"><table><tr>{head}</tr>{"".join(rows)}</table></div>'
+        remark = fit.remark if fit.ok else f"{fit.status}. {fit.remark}"
+        rows.append(
+            [
+                f'<a href="#curve-{i}">{escape(fit.name)}</a>',
+                escape(str(fit.details.get("file", ""))),
+                fit.states if fit.ok else "",
+                lines("dG", energy, 2),
+                lines("Cm", 1.0, 3),
+                lines("m", energy, 3),
+                "<br>".join(f"{100 * w:.0f} %" for w in fit.weights) if fit.ok and fit.states > 2 else "",
+                _number(fit.r_squared, 4),
+                int(np.count_nonzero(fit.marked)) or "",
+                f'<span title="{escape(fit.reason)}">{fit.code}</span>',
+                escape(remark[:1].upper() + remark[1:]),
+            ]
+        )
+        meanings.setdefault((fit.code, fit.states if fit.ok else "", fit.status, fit.reason), None)
+    failed = [not fits[i].ok for i in quality_order(fits)]
+    columns = [k for k in range(len(heads)) if k == 0 or any(row[k] != "" for row in rows)]
+    head = "".join(f"<th>{heads[k]}</th>" for k in columns)
+    body = "".join(
+        f'<tr{" class=failed" if bad else ""}>'
+        + "".join(f'<td{"" if k in text_columns else " class=number"}>{row[k]}</td>' for k in columns)
+        + "</tr>"
+        for row, bad in zip(rows, failed)
+    )
+    codes = "".join(
+        f"<tr><td class=number>{code}</td><td class=number>{states}</td><td>{escape(status)}</td>"
+        f"<td>{escape(reason)}</td></tr>"
+        for code, states, status, reason in sorted(meanings, key=lambda key: (key[0], str(key[1]), key[3]))
+    )
+    return (
+        f'<div class="wide"><table><tr>{head}</tr>{body}</table></div>'
+        "<details open><summary>What the codes mean</summary>"
+        f"<table><tr><th>code</th><th>states</th><th>status</th><th>meaning</th></tr>{codes}</table></details>"
+    )
 
 
 def _gallery(fits, units):
     figures = []
     for i in quality_order(fits):
         fit = fits[i]
+        words = escape(f"{fit.reason} {fit.remark}".strip())
         image = ""
         if fit.x.size:
             image = f'<img src="{_picture(plot_fit(fit, units=units))}" alt="{escape(fit.name)}" loading="lazy">'
         source = escape(str(fit.details.get("file", "")))
         figures.append(
             f'<figure id="curve-{i}">{image}<figcaption><b>{escape(fit.name)}</b> {source}, '
-            f"{fit.x.size} readings at {fit.temperature:g} °C. {escape(fit.reason)}</figcaption></figure>"
+            f"{fit.x.size} readings at {fit.temperature:g} °C. {words}</figcaption></figure>"
         )
     return f'<div class="gallery">{"".join(figures)}</div>'
 
 
 def plate_cells(fits):
-    """Row, column and fit of curves that carry a well, as of a plate; empty if they do not."""
+    """Row, column and fit of every well of a plate; empty where a curve comes from no plate."""
     cells = []
     for fit in fits:
-        well = re.fullmatch(r"([A-P])(\d{1,2})", str(fit.details.get("well", "")).upper())
-        if well is None:
+        wells = re.findall(r"\b([A-P])(\d{1,2})\b", fit.details.get("well", ""))
+        if not wells:
             return []
-        cells.append((ord(well[1]) - ord("A"), int(well[2]) - 1, fit))
+        cells += [(ord(row) - ord("A"), int(column) - 1, fit) for row, column in wells]
     return cells
 
 
@@ -141,7 +164,8 @@ def write_report(path, fits, intervals=None, *, units="kcal", settings=None, pro
     page = f"""<!doctype html>
 <html lang="en"><head><meta charset="utf-8"><title>zolt report</title><style>{_STYLE}</style></head>
 <body><h1>Denaturation curves</h1>
-<p class="quiet">{len(fits)} curves, {fitted} fitted. Sorted by R².{spans}</p>
+<p class="quiet">{len(fits)} curves, {fitted} fitted. Sorted by R²; a curve of several transitions has a
+line for each. "Marked" counts spikes, outliers and readings left out.{spans}</p>
 {f"<h2>Input that could not be used</h2><ul>{faults}</ul>" if faults else ""}
 <h2>Summary</h2>{_summary(fits, intervals, units)}{plate}
 <h2>Curves</h2>{_gallery(fits, units)}

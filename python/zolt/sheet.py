@@ -58,6 +58,8 @@ def to_number(text):
 
 def load(path, sheet=0):
     """The `Sheet` of a file."""
+    if path.is_dir():
+        raise ReadError(f"{path}: expected a file, found a folder.")
     if not path.is_file():
         raise ReadError(f"{path}: there is no such file.")
     if path.suffix.lower() in EXCEL:
@@ -67,10 +69,12 @@ def load(path, sheet=0):
 
 
 def _load_excel(path, sheet):
+    if path.read_bytes()[:4] not in (b"PK\x03\x04", b"\xd0\xcf\x11\xe0"):
+        raise ReadError(f"{path}: expected an Excel workbook, found other data.")
     try:
         frame = pd.read_excel(path, sheet_name=sheet, header=None, dtype=object)
     except Exception as fault:  # the readers behind pandas raise errors of many kinds
-        raise ReadError(f"{path}: expected an Excel workbook ({fault}).") from None
+        raise ReadError(f"{path}: this Excel workbook cannot be read ({fault}).") from None
     rows = [["" if pd.isna(cell) else str(cell) for cell in row] for row in frame.to_numpy()]
     return _without_comments(str(path), rows, range(1, len(rows) + 1))
 
