@@ -10,7 +10,7 @@ import pandas as pd
 from . import engine
 from ._version import __version__
 from .batch import fit_each, table_of
-from .fit import CAL_PER_UNIT
+from .model import CAL_PER_UNIT
 from .output import curve_table, draw_all, print_fits, write_table
 from .points import pick_states
 from .read import ReadError, read_curves

@@ -8,9 +8,9 @@ import numpy as np
 from . import codes, engine, model
 from ._library import MOST_POINTS, RESULT_LENGTH
 from .engine import Element
+from .model import CAL_PER_UNIT
 from .points import pick_states, spike_marks, tidy_readings
 
-CAL_PER_UNIT = {"cal": 1.0, "kcal": 1000.0, "kJ": 1000.0 / 4.184}
 FEWEST_POINTS = 8
 FEWEST_POINTS_MIDPOINT = 6
 _NOTABLE_SHARE = 8
@@ -329,11 +329,3 @@ def _fit_states(fixed, kept):
     elif result[Element.RT] != -1 and model.states_of(result) < tried:
         note = f"{x.size} readings allow {model.states_of(result)} states."
     return Fit(result=result, kept=kept, tried=tried, note=note, **fixed)
-
-
-def refit(original, y):
-    """The same analysis of the same points with another signal: what resampling repeats."""
-    x = original.x[original.kept]
-    return engine.analyse(
-        x, y, original.temperature, original.tried, original.given_baselines, original.midpoint_only
-    )

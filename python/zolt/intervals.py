@@ -13,9 +13,9 @@ from statistics import NormalDist
 
 import numpy as np
 
-from . import model
+from . import engine, model
 from .engine import Element
-from .model import MOST_M
+from .model import CAL_PER_UNIT, MOST_M
 
 _MOST_STEPS = 5
 _ENOUGH = 1.0 - 1e-6  # A smaller gain is below what the rounds can show, and may be rounding alone.
@@ -83,8 +83,6 @@ class Intervals:
 
 def _quantities(units):
     """Name, unit and size of the unit in the engine's own one."""
-    from .fit import CAL_PER_UNIT
-
     energy = CAL_PER_UNIT[units]
     return ("dG", f"{units}/mol", energy), ("Cm", "M", 1.0), ("m", f"{units}/mol/M", energy)
 
@@ -119,10 +117,16 @@ def _misfit(x, y, result):
     return np.sum((y - model.signal(x, result)) ** 2)
 
 
+def refit(original, y):
+    """The same analysis of the same points with another signal: what resampling repeats."""
+    x = original.x[original.kept]
+    return engine.analyse(
+        x, y, original.temperature, original.tried, original.given_baselines, original.midpoint_only
+    )
+
+
 def bootstrap(original, level=0.95, rounds=1000, seed=0, workers=None):
     """Residual-bootstrap `Intervals` of a fit; rounds run on `workers` threads (all processors)."""
-    from .fit import refit
-
     if not original.ok:
         raise ValueError(f"a curve without a fit has no intervals ({original.status})")
     if not 0.0 < level < 1.0 or rounds < 20:

@@ -9,6 +9,9 @@ import numpy as np
 
 from .engine import CM_ELEMENTS, DG_ELEMENTS, Element
 
+# Units of energy that results may be asked for in; the engine works in cal/mol.
+CAL_PER_UNIT = {"cal": 1.0, "kcal": 1000.0, "kJ": 1000.0 / 4.184}
+
 LEAST_M, MOST_M = 100.0, 15000.0  # cal/mol/M, between which the engine takes a fit for sensible
 
 

@@ -10,7 +10,7 @@ from matplotlib.figure import Figure
 from matplotlib.ticker import MaxNLocator, NullLocator, ScalarFormatter
 
 from . import model
-from .fit import CAL_PER_UNIT
+from .model import CAL_PER_UNIT
 
 POINT, FIT, BASELINE, MARK = "#1b3a5c", "#c23b22", "#6b6b6b", "#b8860b"
 SHARES = ("#3a7d44", "#6a4c93", "#1f77b4")

@@ -11,6 +11,7 @@ import numpy as np
 
 from . import _library
 from ._version import __version__
+from .model import CAL_PER_UNIT
 from .plot import plate_figure, plot_fit
 
 _STYLE = """
@@ -63,8 +64,6 @@ def _span(interval, scale, digits):
 
 def _summary(fits, intervals, units):
     """The table, with a line per transition within its cells, and the meaning of its codes."""
-    from .fit import CAL_PER_UNIT
-
     energy = CAL_PER_UNIT[units]
     heads = ["curve", "source", "states", f"dG ({units}/mol)", "Cm (M)", f"m ({units}/mol/M)",
              "share", "R²", "marked", "code", "remark"]  # fmt: skip

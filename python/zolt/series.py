@@ -14,7 +14,8 @@ import pandas as pd
 from . import engine
 from .batch import as_curves
 from .engine import CM_ELEMENTS, DG_ELEMENTS, Element
-from .fit import CAL_PER_UNIT, Fit
+from .fit import Fit
+from .model import CAL_PER_UNIT
 from .points import spike_marks, tidy_readings
 
 FORMS = ("trend", "aggregation")
