@@ -42,25 +42,45 @@ ZOLT_WIDE void transposeColumns(const DampedSystem& system) {
 }
 
 // Sums of squares and scaled norms of neighbouring columns side by side, rows in ascending order.
+// Scales seldom grow; where none does in four rows, the rows need no choice between two formulas.
 template <class Lanes>
 ZOLT_INLINE void measureLanes(const double* rows, int count, int stride, double* squares,
                               ScaledSum* norms) {
+  constexpr int kRows = 4;
   Lanes square = {};
   Lanes sum = {};
   Lanes scale = Lanes{} + kSmallestNormal;
-  for (int k = 0; k < count; ++k, rows += stride) {
-    const Lanes element = lanesAt<Lanes>(rows);
+  const auto addRow = [&](const double* row) {
+    const Lanes element = lanesAt<Lanes>(row);
     square += element * element;
     const Lanes a = magnitude(element);
     const auto grows = a > scale;
-    if (anyLane(grows)) {
-      const Lanes t = (grows ? scale : a) / (grows ? a : scale);
-      sum = grows ? 1.0 + sum * t * t : sum + t * t;
-      scale = grows ? a : scale;
-    } else {
-      const Lanes t = a / scale;
+    const Lanes t = (grows ? scale : a) / (grows ? a : scale);
+    sum = grows ? 1.0 + sum * t * t : sum + t * t;
+    scale = grows ? a : scale;
+  };
+  int k = 0;
+  for (; k + kRows <= count; k += kRows, rows += kRows * stride) {
+    Lanes a[kRows];
+    Lanes largest = {};
+    for (int i = 0; i < kRows; ++i) {
+      a[i] = magnitude(lanesAt<Lanes>(rows + i * stride));
+      largest = a[i] > largest ? a[i] : largest;
+    }
+    if (anyLane(largest > scale)) {
+      for (int i = 0; i < kRows; ++i) {
+        addRow(rows + i * stride);
+      }
+      continue;
+    }
+    for (int i = 0; i < kRows; ++i) {
+      square += a[i] * a[i];
+      const Lanes t = a[i] / scale;
       sum += t * t;
     }
+  }
+  for (; k < count; ++k, rows += stride) {
+    addRow(rows);
   }
   for (int lane = 0; lane < laneCount<Lanes>; ++lane) {
     squares[lane] = square[lane];
