@@ -41,7 +41,8 @@
  *
  * THREADS
  *   Any number of threads may call at once, also with the same inputs; no two may share an output.
- *   There is nothing to start or to shut down. A thread of ordinary stack size is enough.
+ *   There is nothing to start or to shut down. A thread with 256 KiB of stack is enough:
+ *   the deepest call measured on x86-64 uses 65 KiB, the thread's own included.
  *
  * REPEATABILITY
  *   The same input gives the same bits, call after call and build after build, as long as the exp,
