@@ -18,11 +18,12 @@ except ImportError:
     warnings.warn("scipy is missing: THE INDEPENDENT JUDGE OF THE FITS DID NOT SIT", stacklevel=1)
     pytest.skip("scipy is missing: no independent judge", allow_module_level=True)
 
-# A fit ends once its sum of squares changes by less than 1e-8 of itself, or its parameters by less
-# than 1e-8; what is left is then about the square of the last change, and the forward difference
-# moves the minimum by less than that. Badly determined curves creep, so more is allowed, but no
-# difference that a reader of the fit could see.
-ALLOWED = 1e-4
+# The part of a sum of squares that the judge may take off. A fit ends once its sum of squares
+# changes by less than 1e-8 of itself or its parameters by less than 1e-8, and the next step would
+# gain far less: well-determined fits are left below 1e-9. With all parameters free, noisy curves
+# leave long flat valleys in which the last steps are short before the bottom is reached.
+ALLOWED = 1e-8
+ALLOWED_IN_VALLEYS = 1e-4
 
 NAMES = {2: "dG1 Cm1", 3: "dG1 Cm1 dG2 Cm2 weight1", 4: "dG1 Cm1 dG2 Cm2 dG3 Cm3 weight1 weight2"}
 BASELINES = ["aN", "bN", "aU", "bU"]
@@ -33,9 +34,10 @@ ELEMENT = dict(
     dG3=Element.DG3, Cm3=Element.CM3, weight2=Element.WEIGHT2,
 )  # fmt: skip
 
-# The codes whose candidates moved all parameters, that is, the columns of the first stage that free
-# their baselines.
-ALL_FREE = {2: {26, 27}, 3: {25}, 4: {52}}
+# Codes of the full analysis by what their candidates held: nothing at all, or the slopes of an
+# earlier candidate, which here is the best of those that held nothing.
+ALL_FREE = {2: {27}, 3: {25}, 4: {52}}
+SLOPES_HELD = {2: {25}, 3: set(), 4: set()}
 
 CURVES = {2: FKBP12, 3: THREE, 4: FOUR}
 
@@ -52,7 +54,10 @@ def signal(p, x, states):
 
 
 def lowered(x, y, result, states, free):
-    """The part of the result's sum of squares that the judge takes off by moving `free`."""
+    """The part of the result's sum of squares that the judge takes off by moving `free`.
+
+    None where the judge leaves the curve: fits with a midpoint outside of it are refused everywhere.
+    """
     names = NAMES[states].split() + BASELINES
     values = {name: result[ELEMENT[name]] for name in names}
     scale = np.array([abs(values[name]) or 1.0 for name in free])
@@ -64,7 +69,9 @@ def lowered(x, y, result, states, free):
     start = np.array([values[name] for name in free]) / scale
     before = np.sum(residuals(start) ** 2)
     found = least_squares(residuals, start, method="lm", xtol=1e-14, ftol=1e-14, gtol=1e-14)
-    print(f"{1.0 - 2.0 * found.cost / before:.1e}", end=" ")
+    midpoints = [scale[i] * found.x[i] for i, name in enumerate(free) if name.startswith("Cm")]
+    if min(midpoints) < 0.0 or max(midpoints) > x[-1]:
+        return None
     return 1.0 - 2.0 * found.cost / before
 
 
@@ -110,15 +117,21 @@ def test_fits_on_held_baselines_are_minima(states):
 
 
 @pytest.mark.parametrize("states", [2, 3, 4])
-def test_all_free_fits_are_minima(states):
-    """Results of a full analysis whose code says that all parameters were free."""
-    # Noise keeps the analysis from learning baselines, and the freest fit then comes out best.
-    judged = {}
-    for x, y in generated(states, 60, (0.06, 0.07, 0.08)):
+def test_accepted_first_fits_are_minima(states):
+    """Noise keeps a full analysis from learning baselines, and the freest fits come out best."""
+    judged = left = 0
+    for x, y in generated(states, 160, (0.04, 0.06)):
         result = analyse(x, y, 25.0, states)
         code = int(result[Element.CODE])
-        judged[code] = judged.get(code, 0) + 1
+        free = NAMES[states].split() + ["aN", "aU"]
         if code in ALL_FREE[states]:
-            assert lowered(x, y, result, states, NAMES[states].split() + BASELINES) < ALLOWED, result
-    print(judged)
-    assert sum(judged.get(code, 0) for code in ALL_FREE[states]) >= 5
+            free += ["bN", "bU"]
+        elif code not in SLOPES_HELD[states]:
+            continue
+        found = lowered(x, y, result, states, free)
+        if found is None:
+            left += 1
+            continue
+        assert found < ALLOWED_IN_VALLEYS, (code, len(x), result)
+        judged += 1
+    assert judged >= 8 and left <= judged / 10

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <vector>
 
 #include "fit/machine_constants.h"
@@ -103,8 +104,8 @@ ZOLT_WIDE void measureColumns(DampedSystem& system) {
   }
 }
 
-// The full system of free * free columns as it stands, for the cases in which its zeros are not
-// neutral: 0 times an infinity is NaN, and a zero matrix has full rank.
+// The full system of free * free columns as it stands, for the rare case in which its zeros are not
+// neutral: 0 times an infinity is NaN.
 void solveFullSystem(const DampedSystem& system, const double* damping, double* step) {
   const int n = system.points;
   const int p = system.free * system.free;
@@ -127,17 +128,26 @@ void solveFullSystem(const DampedSystem& system, const double* damping, double* 
   std::copy_n(x.data(), system.free, step);
 }
 
-// Whether the factored system stayed finite and its rank tolerance is above 0; only then do the
-// zeros left out of it make no difference.
-bool zerosAreNeutral(const RowMatrix& r, const int* jpvt, int largerExtent) {
-  double sum = 0.0;
+// Whether leaving the zeros out of the factored system made no difference. A zero row comes to
+// matter only when an infinite factor turns it into NaN, which shows beside a finite diagonal. A
+// column that this happens to is lost either way if its own diagonal is NaN, since the rank ends
+// there; and once a diagonal is not finite, all columns follow it alike.
+bool zerosAreNeutral(const RowMatrix& r, const int* jpvt) {
   for (int i = 0; i < r.columns; ++i) {
-    for (int j = i; j < r.columns; ++j) {
-      sum += std::fabs(r.row(i)[jpvt[j]]);
+    const double* row = r.row(i);
+    if (!std::isfinite(row[jpvt[i]])) {
+      return true;
     }
-    sum += std::fabs(r.row(i)[r.columns]);
+    if (!std::isfinite(row[r.columns])) {
+      return false;
+    }
+    for (int j = i + 1; j < r.columns; ++j) {
+      if (!std::isfinite(row[jpvt[j]]) && !isNaNValue(r.row(j)[jpvt[j]])) {
+        return false;
+      }
+    }
   }
-  return std::isfinite(sum) && largerExtent * std::fabs(r.data[jpvt[0]]) * kEpsilon > 0.0;
+  return true;
 }
 
 bool sumsToNumber(const DampedSystem& system, const double* damping) {
@@ -202,11 +212,18 @@ void solveDamped(DampedSystem& system, double lambda, double* step) {
   int jpvt[kMostFree];
   qrPivot(a, jpvt, norms, system.scratch);
   const int largerExtent = n + c * c;
-  if (!zerosAreNeutral(a, jpvt, largerExtent)) {
-    solveFullSystem(system, damping, step);
+  if (!zerosAreNeutral(a, jpvt)) {
+    return solveFullSystem(system, damping, step);
+  }
+  const int rank = qrRank(a, jpvt, largerExtent);
+  // A tolerance of 0 lets the filler's zero diagonals pass, and the division by them spoils every
+  // element of the step.
+  const bool fillerPasses = largerExtent * std::fabs(a.data[jpvt[0]]) * kEpsilon == 0.0;
+  if (fillerPasses && rank == c && c > 1) {
+    std::fill_n(step, c, std::numeric_limits<double>::quiet_NaN());
     return;
   }
-  backSubstitute(a, jpvt, qrRank(a, jpvt, largerExtent), c, step);
+  backSubstitute(a, jpvt, rank, c, step);
 }
 
 }  // namespace zolt
