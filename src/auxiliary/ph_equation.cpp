@@ -41,7 +41,7 @@ extern "C" void ZOLTA_pHequation(const double* a, const int32_t* aSize, const do
                                  const int32_t* bSize, const double* x, const int32_t* xSize,
                                  double* out) noexcept {
   using namespace zolt;
-  const std::size_t n = lengthOf(xSize);
+  const std::size_t n = rowView(x, xSize).size();
   const std::vector<double> pH = stridedCopy(x, xSize, n);
   const std::vector<double> first = stridedCopy(a, aSize, n);
   std::vector<double> ratio = stridedCopy(b, bSize, n);
