@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "analysis/unfolding_statistics.h"
+#include "analysis/packaging.h"
 #include "support/bits.h"
 #include "support/generated_curves.h"
 
@@ -208,11 +208,13 @@ void expectPackaged(const zolt::Parameters<Transitions>& p) {
   const GeneratedCurve curve = generateCurve(recipe, 1);
   std::array<double, ZOLTA_RESULT_LENGTH> result;
   result.fill(7);
-  zolt::package<Transitions>({curve.x, curve.y}, p, 42, zolt::resultView(result.data()));
+  const zolt::Curve points{curve.x, curve.y};
+  const auto misfit = zolt::misfitOf<Transitions>(points, p);
+  const auto yardstick = zolt::yardstickOf(points.y);
+  zolt::package<Transitions>(points, p, misfit, yardstick, 42, zolt::resultView(result.data()));
   EXPECT_EQ(zolt::parametersOf<Transitions>(zolt::resultView(std::as_const(result).data())), p);
   EXPECT_EQ(result[ZOLTA_FIT_CODE], 42);
-  EXPECT_EQ(result[ZOLTA_R_SQUARED],
-            zolt::rSquaredOfParameters<Transitions>({curve.x, curve.y}, p));
+  EXPECT_EQ(result[ZOLTA_R_SQUARED], zolt::rSquared(misfit, yardstick));
   for (std::size_t t = 0; t < 3; ++t) {
     const bool there = t < Transitions;
     const double dG = there ? p[2 * t] : 0;
@@ -225,7 +227,8 @@ void expectPackaged(const zolt::Parameters<Transitions>& p) {
   for (double dG : {-1.0, kNaN}) {
     auto without = p;
     without[0] = dG;
-    zolt::package<Transitions>({curve.x, curve.y}, without, 9, zolt::resultView(result.data()));
+    zolt::package<Transitions>(points, without, misfit, yardstick, 9,
+                               zolt::resultView(result.data()));
     std::array<double, ZOLTA_RESULT_LENGTH> shape;
     zolt::writeFailure(Transitions, 9, zolt::resultView(shape.data()));
     EXPECT_EQ(result, shape) << Transitions << " transitions";

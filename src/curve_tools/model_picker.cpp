@@ -7,9 +7,9 @@
 #include <cstdint>
 #include <span>
 
-#include "auxiliary/smoothing.h"
 #include "frame/curve.h"
 #include "frame/scalar_kit.h"
+#include "smoothing/smoothing.h"
 #include "zolt_fitting_engine.h"
 
 namespace zolt {
@@ -133,7 +133,7 @@ DenseRow keepPeaks(const DenseRow& s, double percent, std::size_t shortest) {
   return b;
 }
 
-// A peak is a long enough rise; a short fall of more than 2 % a point arms the counter anew.
+// A peak is a long enough rise, counted once; a short fall of more than 2 % a point ends it.
 double countRiseFallPeaks(const DenseRow& s) {
   const auto m = static_cast<double>(s.length);
   const auto wide = static_cast<std::size_t>(scalarRound(m * 0.045));
@@ -142,7 +142,7 @@ double countRiseFallPeaks(const DenseRow& s) {
   std::size_t up = 0;
   std::size_t down = 0;
   int peaks = 0;
-  bool armed = false;
+  bool counted = false;
   for (std::size_t i = 1; i + 2 < s.length; ++i) {
     // On a gentle fall and on a stretch of zeros both of the first tests fire, which holds `down`
     // at 1.
@@ -154,12 +154,12 @@ double countRiseFallPeaks(const DenseRow& s) {
       ++down;
       up = 0;
     }
-    if (up == wide && down == 0 && !armed) {
+    if (up == wide && down == 0 && !counted) {
       ++peaks;
-      armed = true;
+      counted = true;
     }
     if (down == narrow && up == 0) {
-      armed = false;
+      counted = false;
     }
   }
   return voteFor(peaks);

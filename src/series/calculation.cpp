@@ -21,21 +21,21 @@ namespace {
 // least the sum of the errors at both ends.
 constexpr double kSmallestChange = 300.0;
 
-constexpr Transition kFirst{ZOLTA_DG1, ZOLTA_DG1_WIDTH};
-constexpr Transition kSecond{ZOLTA_DG2, ZOLTA_DG2_WIDTH};
-constexpr Transition kThird{ZOLTA_DG3, ZOLTA_DG3_WIDTH};
+constexpr TransitionElements kFirst{ZOLTA_DG1, ZOLTA_DG1_WIDTH};
+constexpr TransitionElements kSecond{ZOLTA_DG2, ZOLTA_DG2_WIDTH};
+constexpr TransitionElements kThird{ZOLTA_DG3, ZOLTA_DG3_WIDTH};
 
-Transition transitionOfTrend(std::int32_t number) {
+TransitionElements transitionOfTrend(std::int32_t number) {
   return number == 2 ? kSecond : number == 3 ? kThird : kFirst;
 }
-Transition transitionOfAgg(std::int32_t number) { return number < 2 ? kFirst : kSecond; }
+TransitionElements transitionOfAgg(std::int32_t number) { return number < 2 ? kFirst : kSecond; }
 
 double logarithmOf(double label) { return std::log(label); }
 double labelItself(double label) { return label; }
 
 // Where the two calculations differ.
 struct Calculation {
-  Transition (*transition)(std::int32_t number);
+  TransitionElements (*transition)(std::int32_t number);
   ErrorOfLabel errorOfLabel;
   double (*abscissa)(double label);
   // Whether the line stands for what is not known: it gives the intercept without a significant
@@ -80,14 +80,6 @@ bool significant(const LabelValues& values, const Trend& trend) {
   const double errors = values.error.front() + values.error.back();
   const double limit = errors < kSmallestChange ? kSmallestChange : errors;
   return absValue(trend.at(values.labels.back()) - trend.at(values.labels.front())) >= limit;
-}
-
-double meanOf(Row values) {
-  double sum = 0.0;
-  for (double value : values) {
-    sum += value;
-  }
-  return sum / static_cast<double>(values.size());
 }
 
 struct Outputs {

@@ -1,5 +1,5 @@
-#include "analysis/part_fits.h"
-#include "analysis/three_state/three_state_seeds.h"
+// The join of two halves of a curve, each fitted as a two-state transition.
+#include "analysis/three_state.h"
 
 namespace zolt {
 namespace {
@@ -14,13 +14,21 @@ constexpr int kLeastAfterLeft = 4;
 constexpr int kFirstRightStart = 5;
 constexpr int kShortestRight = 8;
 
-}  // namespace
+// Where a curve is split into halves. Left part: points 1 to leftEnd. Right part: rightStart to the
+// last point. They overlap at the split, and the two middles stand for the midpoints of parts whose
+// fit is not usable.
+struct HalvesSplit {
+  int leftEnd;
+  int rightStart;
+  int leftMiddle;
+  int rightMiddle;
+};
 
-HalvesSplit splitInHalves(const Curve& curve, const std::optional<MidpointPair>& midpoints) {
+HalvesSplit splitInHalves(const Curve& curve,
+                          const std::optional<std::array<double, 2>>& midpoints) {
   const Row x = curve.x;
   const int n = curve.points();
   HalvesSplit split{};
-  split.hinted = midpoints.has_value();
   if (midpoints) {
     const double middle = ((*midpoints)[0] + (*midpoints)[1]) / 2.0;
     const int half = roundToInt(n / 2.0);
@@ -39,9 +47,13 @@ HalvesSplit splitInHalves(const Curve& curve, const std::optional<MidpointPair>&
   return split;
 }
 
-Candidate<2> halvesFit(const Setting& setting, const HalvesSplit& split) {
+}  // namespace
+
+Joined<2> joinHalves(const Setting& setting,
+                     const std::optional<std::array<double, 2>>& midpoints) {
   using Order = ParameterOrder<2>;
   const Curve& curve = setting.curve;
+  const HalvesSplit split = splitInHalves(curve, midpoints);
   const int n = curve.points();
 
   const PartFit left = fitPart(setting, {1, split.leftEnd}, kLeftStart,
@@ -51,46 +63,45 @@ Candidate<2> halvesFit(const Setting& setting, const HalvesSplit& split) {
   const double f =
       joinWeight(curve, left, right, {split.leftEnd, split.rightStart}, curve.lastY() - curve.y[0]);
 
-  const FirstPart first = firstPart(curve, left, split.leftMiddle, split.hinted);
-  Transition second{right.dG(), right.Cm()};
+  const FirstPart first = firstPart(curve, left, split.leftMiddle, midpoints.has_value());
+  TransitionStart second{right.dG(), right.Cm()};
   Baseline denatured = right.denatured();
   if (!isUsable(right, curve)) {
     second = transitionAt(curve, split.rightMiddle, kLaterMValue);
-    if (!split.hinted || right.failed()) {
+    if (!midpoints.has_value() || right.failed()) {
       denatured = {curve.lastY(), kFlatSlope};
     }
   }
-  const Parameters<2> start{first.transition.dG,
-                            first.transition.Cm,
-                            second.dG,
-                            second.Cm,
-                            f,
-                            first.native.intercept,
-                            first.native.slope,
-                            denatured.intercept,
-                            denatured.slope,
-                            setting.RT};
+  Joined<2> joined{
+      {first.transition.dG, first.transition.Cm, second.dG, second.Cm, f, first.native.intercept,
+       first.native.slope, denatured.intercept, denatured.slope, setting.RT},
+      std::nullopt};
+  if (left.isPlausible() && right.isPlausible()) {
+    joined.unfitted = joined.start;
+    (*joined.unfitted)[Order::dG(0)] = left.dG();
+    (*joined.unfitted)[Order::Cm(0)] = left.Cm();
+    (*joined.unfitted)[Order::dG(1)] = right.dG();
+    (*joined.unfitted)[Order::Cm(1)] = right.Cm();
+  }
+  return joined;
+}
 
-  // Both fits are made from the same start; the one with the weight held must be strictly better.
-  Candidate<2> joined = fitCurve<2>(setting, fit3State_baselinesHeld, start);
-  const Candidate<2> weightHeld = fitCurve<2>(setting, fit3State_weightBaselinesHeld, start);
+// Both fits are made from the same start; the one with the weight held must be strictly better.
+std::optional<Candidate<2>> halvesFit(const Setting& setting, const Joined<2>& halves) {
+  const Curve& curve = setting.curve;
+  Candidate<2> joined = fitCurve<2>(setting, curve, kBaselinesHeld, halves.start);
+  const Candidate<2> weightHeld =
+      fitCurve<2>(setting, curve, kBaselinesHeld | ThreeState::kWeight, halves.start);
   if (rSquaredOf<2>(setting, weightHeld) > rSquaredOf<2>(setting, joined)) {
     joined = weightHeld;
   }
   if (rSquaredOf<2>(setting, joined) == -1.0) {
-    joined = failed<2>(setting);
+    joined = failedCandidate<2>(curve);
   }
-
-  // Where the joint fit fails, two sound halves stand as they are.
-  if (!plausible<2>(joined.p, curve.x) && left.isPlausible() && right.isPlausible()) {
-    Parameters<2> halves = start;
-    halves[Order::dG(0)] = left.dG();
-    halves[Order::Cm(0)] = left.Cm();
-    halves[Order::dG(1)] = right.dG();
-    halves[Order::Cm(1)] = right.Cm();
-    joined = candidateOf<2>(curve, halves);
+  if (halves.unfitted && !plausible<2>(joined.p, curve.x)) {
+    joined = candidateOf<2>(curve, *halves.unfitted);
   }
-  return settled<2>(setting, joined);
+  return settled<2>(curve, joined);
 }
 
 }  // namespace zolt

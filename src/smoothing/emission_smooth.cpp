@@ -1,9 +1,9 @@
 // Smoothing of one emission row by a moving average.
 #include <algorithm>
 
-#include "auxiliary/smoothing.h"
 #include "frame/curve.h"
 #include "frame/scalar_kit.h"
+#include "smoothing/smoothing.h"
 #include "zolt_fitting_engine.h"
 
 namespace zolt {

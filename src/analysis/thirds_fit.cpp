@@ -1,5 +1,5 @@
-#include "analysis/four_state/four_state_seeds.h"
-#include "analysis/part_fits.h"
+// The join of three parts of a curve, each fitted as a two-state transition.
+#include "analysis/four_state.h"
 
 namespace zolt {
 namespace {
@@ -15,6 +15,19 @@ constexpr double kLeftEnd = 0.35;
 constexpr double kMiddleStartPart = 0.3;
 constexpr double kMiddleEnd = 0.7;
 constexpr double kRightStartPart = 0.65;
+
+using MidpointTriple = std::array<double, 3>;
+
+// Where a curve is split into thirds. Left part: points 1 to leftEnd. Middle part: middleStart to
+// middleEnd. Right part: rightStart to the last point. Neighbours overlap, and a point in each part
+// stands for the midpoint of a part whose fit is not usable.
+struct ThirdsSplit {
+  int leftEnd;
+  int middleStart;
+  int middleEnd;
+  int rightStart;
+  std::array<int, 3> middles;
+};
 
 // A curve here has at least 24 points, so that within these bounds no part is shorter than the
 // lines through its ends need.
@@ -54,11 +67,12 @@ void splitAtFixedParts(const Curve& curve, ThirdsSplit& split) {
 
 // The third transition and the denatured baseline of a joined start.
 struct LastPart {
-  Transition transition;
+  TransitionStart transition;
   Baseline denatured;
 };
 
-// Without midpoints an unusable right part falls back on the first point of all and on the first y.
+// Without midpoints an unusable right part falls back on the first point of all and on the first y
+// (design.md: last third).
 LastPart lastPartOfFixedSplit(const Curve& curve, const PartFit& right, const ThirdsSplit& split) {
   if (isUsable(right, curve)) {
     return {{right.dG(), right.Cm()}, right.denatured()};
@@ -66,7 +80,7 @@ LastPart lastPartOfFixedSplit(const Curve& curve, const PartFit& right, const Th
   return {transitionAt(curve, split.middles[0], kLaterMValue), {curve.y[0], kFlatSlope}};
 }
 
-// Between midpoints the right part is tested and the middle part is copied: this is meant.
+// Between midpoints the right part is tested and the middle part is copied (design.md: last third).
 LastPart lastPartOfGivenSplit(const Curve& curve, const PartFit& middle, const PartFit& right,
                               const ThirdsSplit& split) {
   if (isUsable(right, curve)) {
@@ -76,12 +90,9 @@ LastPart lastPartOfGivenSplit(const Curve& curve, const PartFit& middle, const P
           right.dG() > -1.0 ? right.denatured() : Baseline{curve.lastY(), kFlatSlope}};
 }
 
-}  // namespace
-
 ThirdsSplit splitInThirds(const Curve& curve, const std::optional<MidpointTriple>& midpoints) {
   const int n = curve.points();
   ThirdsSplit split{};
-  split.given = midpoints.has_value();
   if (midpoints) {
     splitAtMidpoints(curve, *midpoints, split);
   } else {
@@ -94,63 +105,56 @@ ThirdsSplit splitInThirds(const Curve& curve, const std::optional<MidpointTriple
   return split;
 }
 
-std::array<Candidate<3>, kMembers> thirdsFit(const Setting& setting, const ThirdsSplit& split) {
+}  // namespace
+
+Joined<3> joinThirds(const Setting& setting, const std::optional<MidpointTriple>& midpoints) {
   using Order = ParameterOrder<3>;
   const Curve& curve = setting.curve;
+  const ThirdsSplit split = splitInThirds(curve, midpoints);
+  const bool given = midpoints.has_value();
   const int n = curve.points();
   const auto xAt = [&](int point) { return curve.x[static_cast<std::size_t>(point - 1)]; };
   const auto yAt = [&](int point) { return curve.y[static_cast<std::size_t>(point - 1)]; };
 
-  // The members of the group share their parts, so each part is fitted once.
   const PartFit left = fitPart(setting, {1, split.leftEnd}, kLeftStart, xAt(split.middles[0]));
   const PartFit middle =
       fitPart(setting, {split.middleStart, split.middleEnd}, kMiddleStart, xAt(split.middles[1]));
-  const PartFit right = fitPart(setting, {split.rightStart, n},
-                                split.given ? kMiddleStart : kRightStart, xAt(split.middles[2]));
+  const PartFit right = fitPart(setting, {split.rightStart, n}, given ? kMiddleStart : kRightStart,
+                                xAt(split.middles[2]));
 
   const double f1 = joinWeight(curve, left, middle, {split.leftEnd, split.middleStart},
                                yAt(split.middleEnd) - curve.y[0]);
   const double f2 = joinWeight(curve, middle, right, {split.middleEnd, split.rightStart},
                                curve.lastY() - yAt(split.middleStart));
-  const FirstPart first = firstPart(curve, left, split.middles[0], split.given);
-  const Transition second = isUsable(middle, curve)
-                                ? Transition{middle.dG(), middle.Cm()}
-                                : transitionAt(curve, split.middles[1], kLaterMValue);
-  const LastPart last = split.given ? lastPartOfGivenSplit(curve, middle, right, split)
-                                    : lastPartOfFixedSplit(curve, right, split);
-  const Parameters<3> start{first.transition.dG,
-                            first.transition.Cm,
-                            second.dG,
-                            second.Cm,
-                            last.transition.dG,
-                            last.transition.Cm,
-                            f1,
-                            f2,
-                            first.native.intercept,
-                            first.native.slope,
-                            last.denatured.intercept,
-                            last.denatured.slope,
-                            setting.RT};
-
-  // Where the joint fit fails, three sound parts stand as they are.
-  Parameters<3> parts = start;
-  const PartFit* fits[] = {&left, &middle, &right};
-  bool partsPlausible = true;
-  for (int t = 0; t < 3; ++t) {
-    parts[Order::dG(t)] = fits[t]->dG();
-    parts[Order::Cm(t)] = fits[t]->Cm();
-    partsPlausible = partsPlausible && fits[t]->isPlausible();
-  }
-
-  std::array<Candidate<3>, kMembers> candidates;
-  for (std::size_t member = 0; member < kMembers; ++member) {
-    Candidate<3> joined = fitCurve<3>(setting, kBaselinesHeldGroup[member], start);
-    if (partsPlausible && !plausible<3>(joined.p, curve.x)) {
-      joined = candidateOf<3>(curve, parts);
+  const FirstPart first = firstPart(curve, left, split.middles[0], given);
+  const TransitionStart second = isUsable(middle, curve)
+                                     ? TransitionStart{middle.dG(), middle.Cm()}
+                                     : transitionAt(curve, split.middles[1], kLaterMValue);
+  const LastPart last = given ? lastPartOfGivenSplit(curve, middle, right, split)
+                              : lastPartOfFixedSplit(curve, right, split);
+  Joined<3> joined{{first.transition.dG, first.transition.Cm, second.dG, second.Cm,
+                    last.transition.dG, last.transition.Cm, f1, f2, first.native.intercept,
+                    first.native.slope, last.denatured.intercept, last.denatured.slope, setting.RT},
+                   std::nullopt};
+  if (left.isPlausible() && middle.isPlausible() && right.isPlausible()) {
+    joined.unfitted = joined.start;
+    const PartFit* const parts[] = {&left, &middle, &right};
+    for (int t = 0; t < 3; ++t) {
+      (*joined.unfitted)[Order::dG(t)] = parts[t]->dG();
+      (*joined.unfitted)[Order::Cm(t)] = parts[t]->Cm();
     }
-    candidates[member] = settled<3>(setting, joined);
   }
-  return candidates;
+  return joined;
+}
+
+std::optional<Candidate<3>> thirdsFit(const Setting& setting, const Joined<3>& thirds,
+                                      const Held& weights) {
+  const Curve& curve = setting.curve;
+  Candidate<3> joined = fitCurve<3>(setting, curve, kBaselinesHeld | weights, thirds.start);
+  if (thirds.unfitted && !plausible<3>(joined.p, curve.x)) {
+    joined = candidateOf<3>(curve, *thirds.unfitted);
+  }
+  return settled<3>(curve, joined);
 }
 
 }  // namespace zolt

@@ -1,4 +1,4 @@
-#include "auxiliary/smoothing.h"
+#include "smoothing/smoothing.h"
 
 #include <algorithm>
 #include <array>
