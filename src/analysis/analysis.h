@@ -268,7 +268,7 @@ void analyse(const Curve& curve, double temperature, int mostPoints, ResultVecto
                    [&]<int Fewer>() { internalAnalysis<Fewer>(curve, temperature, result); })) {
     return;
   }
-  const Setting setting(curve, temperature, estimateBaselines(curve));
+  const Setting setting(curve, temperature, estimateBaselines(curve), true);
   const auto general = fitGeneralFamily<Model>(setting);
   if (!general) {
     return writeFailure(T, ZOLTA_CODE_NO_CANDIDATE, result);

@@ -45,12 +45,14 @@ struct Setting {
   mutable FitWorkspace workspace;
   mutable FitMemory memory;
 
-  Setting(const Curve& c, double temperature, const BaselineEstimates& baselines)
+  Setting(const Curve& c, double temperature, const BaselineEstimates& baselines,
+          bool remembersFits)
       : curve(c),
         RT(thermalEnergy(temperature)),
         yardstick(yardstickOf(c.y)),
         estimates(baselines),
-        workspace(c.points()) {}
+        workspace(c.points()),
+        memory(remembersFits) {}
 };
 
 template <int Transitions>

@@ -50,6 +50,9 @@ struct RememberedFit {
 
 class FitMemory {
  public:
+  // An entry that makes only a few fits need not pay for remembering them.
+  explicit FitMemory(bool remembers) : remembers_(remembers) {}
+
   // The outcome of the same fit, or null.
   const RememberedFit* find(const FitKey& key) const {
     for (const RememberedFit& fit : fits_) {
@@ -62,6 +65,9 @@ class FitMemory {
 
   template <std::size_t Count>
   void add(const FitKey& key, const std::array<double, Count>& p, const Misfit& misfit) {
+    if (!remembers_) {
+      return;
+    }
     if (fits_.empty()) {
       fits_.reserve(kUsualFits);
     }
@@ -73,6 +79,7 @@ class FitMemory {
   // Fits of a three-state analysis with its parts; one with four states takes up to twice as many.
   static constexpr std::size_t kUsualFits = 64;
 
+  bool remembers_;
   std::vector<RememberedFit> fits_;
 };
 

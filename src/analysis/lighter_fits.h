@@ -59,7 +59,7 @@ void fitMidpoint(const Curve& curve, double temperature, ResultVector result) {
                    [&]<int Fewer>() { midpointFit<Fewer>(curve, temperature, result); })) {
     return;
   }
-  const Setting setting(curve, temperature, endEstimates(curve));
+  const Setting setting(curve, temperature, endEstimates(curve), false);
   const auto found = midpointChain<Model>(setting);
   const Candidate<T> candidate = found ? *found : failedCandidate<T>(curve);
   if (rSquaredOf<T>(setting, candidate) < kMidpointRSquared) {
@@ -82,7 +82,7 @@ void fitOnUserBaselines(const Curve& curve, const Baselines& baselines, double t
       })) {
     return;
   }
-  const Setting setting(curve, temperature, endEstimates(curve));
+  const Setting setting(curve, temperature, endEstimates(curve), false);
   const auto found = Model::fitOnBaselines(setting, baselines);
   const Candidate<T> candidate = found ? *found : failedCandidate<T>(curve);
   if (rSquaredOf<T>(setting, candidate) >= kUserBaselinesRSquared) {
