@@ -80,11 +80,8 @@ std::optional<GeneralFamily<Model>> fitGeneralFamily(const Setting& setting) {
   seed(Step::Seed);
   combine(Step::EvenSplit, {});
   combine(Step::PeakSplit, {});
-  const auto dependsOnBest = [](const GeneralRow& row) {
-    return row.step == Step::BestSplit || row.step == Step::Refit;
-  };
-  const auto columnsSoFar = static_cast<std::size_t>(
-      std::find_if(rows.begin(), rows.end(), dependsOnBest) - rows.begin());
+  constexpr std::size_t columnsSoFar =
+      std::min(firstColumn(rows, Step::BestSplit), firstColumn(rows, Step::Refit));
   const std::size_t best = bestColumn(set.rsq, 0, columnsSoFar);
   const bool described = set.rsq[best] >= 0.0;
   if (!described && Model::kGivesUpWithoutCandidate) {
@@ -235,18 +232,28 @@ void decide(const Setting& setting, const GeneralFamily<Model>& general,
       return finish(*both, ZOLTA_CODE_BOTH_BASELINES);
     }
   }
+  std::optional<GivenFamily<Model>> onNative;
+  std::optional<GivenFamily<Model>> onDenatured;
+  if (native) {
+    onNative = fitGivenFamily(setting, kNative, knowledge);
+    if (onNative->accepted) {
+      return finish(onNative->set.columns[*onNative->accepted], ZOLTA_CODE_NATIVE_BASELINE);
+    }
+  }
+  if (denatured) {
+    onDenatured = fitGivenFamily(setting, kDenatured, knowledge);
+    if (onDenatured->accepted) {
+      return finish(onDenatured->set.columns[*onDenatured->accepted],
+                    ZOLTA_CODE_DENATURED_BASELINE);
+    }
+  }
   if (native || denatured) {
-    const auto onNative = fitGivenFamily(setting, kNative, knowledge);
-    if (onNative.accepted) {
-      return finish(onNative.set.columns[*onNative.accepted], ZOLTA_CODE_NATIVE_BASELINE);
-    }
-    const auto onDenatured = fitGivenFamily(setting, kDenatured, knowledge);
-    if (onDenatured.accepted) {
-      return finish(onDenatured.set.columns[*onDenatured.accepted], ZOLTA_CODE_DENATURED_BASELINE);
-    }
+    // The family of the other baseline takes part in the ladder, too.
+    onNative = onNative ? onNative : fitGivenFamily(setting, kNative, knowledge);
+    onDenatured = onDenatured ? onDenatured : fitGivenFamily(setting, kDenatured, knowledge);
     static constexpr auto kLadder = givenLadder(Model::kGiven);
-    if (const auto taken = walkGiven(kLadder, onNative.set.rsq, onDenatured.set.rsq)) {
-      const auto& family = taken->native ? onNative : onDenatured;
+    if (const auto taken = walkGiven(kLadder, onNative->set.rsq, onDenatured->set.rsq)) {
+      const auto& family = taken->native ? *onNative : *onDenatured;
       return finish(family.set.columns[taken->column], taken->code);
     }
   }

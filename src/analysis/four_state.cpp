@@ -37,10 +37,8 @@ FourState::Hints FourState::hintsOfPeaks(const std::array<double, 3>& peaks) {
 
 // The weights of the best join, or of the best seeded fit when no join describes the curve.
 FourState::Hints FourState::hintsOfJoins(const GeneralFamily<FourState>& family) {
-  constexpr std::size_t kFirstJoin = 16;
-  constexpr std::size_t kEndOfJoins = 28;
-  static_assert(kGeneral[kFirstJoin].step == Step::EvenSplit &&
-                kGeneral[kEndOfJoins].step == Step::WithBestJoin);
+  constexpr std::size_t kFirstJoin = firstColumn(kGeneral, Step::EvenSplit);
+  constexpr std::size_t kEndOfJoins = firstColumn(kGeneral, Step::WithBestJoin);
   std::size_t best = bestColumn(family.set.rsq, kFirstJoin, kEndOfJoins);
   if (!(family.set.rsq[best] > 0.0)) {
     best = bestColumn(family.set.rsq, 0, kFirstJoin);
@@ -52,7 +50,7 @@ FourState::Hints FourState::hintsOfJoins(const GeneralFamily<FourState>& family)
 // third transition; else the weights that stand. The sum is tested before a single weight outside
 // 0 to 1 is replaced (design.md: sum of weights).
 FourState::Hints FourState::hintsOfGoodFits(const Setting&, const GeneralFamily<FourState>& family,
-                                            const std::array<EndAgreement, 32>& ends) {
+                                            std::span<const EndAgreement> ends) {
   WeightPair sum{};
   int count = 0;
   for (std::size_t c = 0; c < ends.size(); ++c) {

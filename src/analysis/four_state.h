@@ -27,7 +27,7 @@ struct FourState {
   static constexpr Held kWeight2{.weight2 = true};
   static constexpr Held kWeights = kWeight1 | kWeight2;
 
-  static constexpr std::array<GeneralRow, 32> kGeneral{{
+  static constexpr auto kGeneral = std::to_array<GeneralRow>({
       {ZOLTA_4STATE_ALL_FREE, Step::Seed, kAllFree},
       {ZOLTA_4STATE_ALL_FREE_WEIGHT2, Step::Seed, kAllFree, kWeight2},
       {ZOLTA_4STATE_ALL_FREE_WEIGHT1, Step::Seed, kAllFree, kWeight1},
@@ -60,13 +60,13 @@ struct FourState {
       {ZOLTA_4STATE_THREE_POINT_BEST_WEIGHTS, Step::WithBestJoin, kThreePoint, kWeights},
       {ZOLTA_4STATE_END_POINT_BEST_WEIGHTS, Step::WithBestJoin, kEndPoint, kWeights},
       {ZOLTA_4STATE_WINDOW_BEST_WEIGHTS, Step::WithBestJoin, kWindow, kWeights},
-  }};
+  });
 
   static constexpr GivenStart kFreeSide{kFreeSideOffset, Estimate::ThreePoint, kHoldsNativeIfGiven,
                                         kHoldsDenaturedIfGiven};
   static constexpr GivenStart kCrossedFreeSide{kFreeSideOffset, Estimate::ThreePoint,
                                                kHoldsNativeIfGiven, kHoldsCrossed};
-  static constexpr std::array<GivenRow, 16> kGiven{{
+  static constexpr auto kGiven = std::to_array<GivenRow>({
       {ZOLTA_4STATE_NATIVE_FREE_SIDE, ZOLTA_4STATE_DENATURED_FREE_SIDE, kCrossedFreeSide},
       {ZOLTA_4STATE_NATIVE_FREE_SIDE_WEIGHT2, ZOLTA_4STATE_DENATURED_FREE_SIDE_WEIGHT2, kFreeSide,
        kWeight2},
@@ -95,7 +95,7 @@ struct FourState {
        kWeight1},
       {ZOLTA_4STATE_NATIVE_WINDOW_WEIGHTS, ZOLTA_4STATE_DENATURED_WINDOW_WEIGHTS, kGivenWindow,
        kWeights},
-  }};
+  });
 
   static constexpr std::array<Held, 4> kOnBothBaselines{Held{}, kWeight2, kWeight1, kWeights};
   static constexpr std::size_t kGoodOnBothBaselines = 1;
@@ -118,7 +118,7 @@ struct FourState {
   static Hints hintsOfPeaks(const std::array<double, 3>& peaks);
   static Hints hintsOfJoins(const GeneralFamily<FourState>& family);
   static Hints hintsOfGoodFits(const Setting& setting, const GeneralFamily<FourState>& family,
-                               const std::array<EndAgreement, 32>& ends);
+                               std::span<const EndAgreement> ends);
 
   // The join of three parts of the curve.
   static Joined<3> join(const Setting& setting, Step step, const std::array<double, 3>& peaks,

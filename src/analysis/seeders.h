@@ -61,6 +61,17 @@ struct GeneralRow {
   Start start;
   Held learned{};
 };
+
+// The first column of a step, or the number of columns when none is of that step.
+template <std::size_t Columns>
+constexpr std::size_t firstColumn(const std::array<GeneralRow, Columns>& rows, Step step) {
+  std::size_t c = 0;
+  while (c < Columns && rows[c].step != step) {
+    ++c;
+  }
+  return c;
+}
+
 inline constexpr Start kJoined = kEndPoint;    // which no join looks at
 inline constexpr Start kRefitted = kEndPoint;  // nor a refit
 

@@ -26,10 +26,8 @@ Held ThreeState::takeHints(const Hints& hints, const Held& learned, const Curve&
 }
 
 ThreeState::Hints ThreeState::hintsOfJoins(const GeneralFamily<ThreeState>& family) {
-  constexpr std::size_t kFirstJoin = 4;
-  constexpr std::size_t kEndOfJoins = 7;
-  static_assert(kGeneral[kFirstJoin].step == Step::EvenSplit &&
-                kGeneral[kEndOfJoins].step == Step::WithBestJoin);
+  constexpr std::size_t kFirstJoin = firstColumn(kGeneral, Step::EvenSplit);
+  constexpr std::size_t kEndOfJoins = firstColumn(kGeneral, Step::WithBestJoin);
   const std::size_t join = bestColumn(family.set.rsq, kFirstJoin, kEndOfJoins);
   return {family.set.rsq[join] > -1.0 ? family.set.p(join)[Order::weight(0)] : kNoWeight, false};
 }

@@ -22,7 +22,7 @@ struct ThreeState {
 
   static constexpr Held kWeight{.weight1 = true};
 
-  static constexpr std::array<GeneralRow, 11> kGeneral{{
+  static constexpr auto kGeneral = std::to_array<GeneralRow>({
       {ZOLTA_3STATE_ALL_FREE, Step::Seed, kAllFree},
       {ZOLTA_3STATE_THREE_POINT, Step::Seed, kThreePoint},
       {ZOLTA_3STATE_END_POINT, Step::Seed, kEndPoint},
@@ -34,9 +34,9 @@ struct ThreeState {
       {ZOLTA_3STATE_THREE_POINT_WEIGHT, Step::WithBestJoin, kThreePoint, kWeight},
       {ZOLTA_3STATE_END_POINT_WEIGHT, Step::WithBestJoin, kEndPoint, kWeight},
       {ZOLTA_3STATE_WINDOW_WEIGHT, Step::WithBestJoin, kWindow, kWeight},
-  }};
+  });
 
-  static constexpr std::array<GivenRow, 8> kGiven{{
+  static constexpr auto kGiven = std::to_array<GivenRow>({
       {ZOLTA_3STATE_NATIVE_FREE_SIDE, ZOLTA_3STATE_DENATURED_FREE_SIDE, kGivenFreeSide},
       {ZOLTA_3STATE_NATIVE_FREE_SIDE_WEIGHT, ZOLTA_3STATE_DENATURED_FREE_SIDE_WEIGHT,
        kGivenFreeSide, kWeight},
@@ -49,7 +49,7 @@ struct ThreeState {
       {ZOLTA_3STATE_NATIVE_WINDOW, ZOLTA_3STATE_DENATURED_WINDOW, kGivenWindow},
       {ZOLTA_3STATE_NATIVE_WINDOW_WEIGHT, ZOLTA_3STATE_DENATURED_WINDOW_WEIGHT, kGivenWindow,
        kWeight},
-  }};
+  });
 
   static constexpr std::array<Held, 2> kOnBothBaselines{Held{}, kWeight};
   static constexpr std::size_t kGoodOnBothBaselines = 1;
@@ -71,7 +71,7 @@ struct ThreeState {
   static Hints hintsOfPeaks(const std::array<double, 2>&) { return {-1.0, false}; }
   static Hints hintsOfJoins(const GeneralFamily<ThreeState>& family);
   static Hints hintsOfGoodFits(const Setting&, const GeneralFamily<ThreeState>& family,
-                               const std::array<EndAgreement, 11>&) {
+                               std::span<const EndAgreement>) {
     return {family.hints.weight, true};
   }
 

@@ -33,7 +33,7 @@ TwoState::Hints TwoState::hintsOfJoins(const GeneralFamily<TwoState>& family) {
 // The mean midpoint of the good fits, else the peak; none when it lies outside the range of x.
 TwoState::Hints TwoState::hintsOfGoodFits(const Setting& setting,
                                           const GeneralFamily<TwoState>& family,
-                                          const std::array<EndAgreement, 9>&) {
+                                          std::span<const EndAgreement>) {
   const double lastX = setting.curve.lastX();
   const double peak = family.hints.midpoint;
   double sum = 0.0;
@@ -58,10 +58,9 @@ std::optional<Candidate<1>> TwoState::fitJoined(const Setting& setting, const Jo
   return refit(setting, joined.start);
 }
 
-std::optional<Candidate<1>> TwoState::refitOfRanking(const Setting& setting,
-                                                     const CandidateSet<1, 9>& set,
-                                                     std::array<double, 9> ranked) {
-  std::array<int, 9> places;
+std::optional<Candidate<1>> TwoState::refitOfRanking(const Setting& setting, const GivenSet& set,
+                                                     std::array<double, kGiven.size()> ranked) {
+  std::array<int, kGiven.size()> places;
   sortDescending(ranked, places);
   Parameters<1> start;
   for (std::size_t i = 0; i < start.size(); ++i) {

@@ -19,7 +19,7 @@ struct TwoState {
 
   static constexpr Held kHint{.midpoints = true};
 
-  static constexpr std::array<GeneralRow, 9> kGeneral{{
+  static constexpr auto kGeneral = std::to_array<GeneralRow>({
       {ZOLTA_2STATE_ALL_FREE, Step::Seed, kAllFree},
       {ZOLTA_2STATE_THREE_POINT, Step::Seed, kThreePoint},
       {ZOLTA_2STATE_END_POINT, Step::Seed, kEndPoint},
@@ -29,9 +29,9 @@ struct TwoState {
       {ZOLTA_2STATE_END_POINT_HINT, Step::Seed, kEndPoint, kHint},
       {ZOLTA_2STATE_WINDOW_HINT, Step::Seed, kWindow, kHint},
       {ZOLTA_2STATE_REFIT, Step::Refit, kRefitted},
-  }};
+  });
 
-  static constexpr std::array<GivenRow, 9> kGiven{{
+  static constexpr auto kGiven = std::to_array<GivenRow>({
       {ZOLTA_2STATE_NATIVE_FREE_SIDE, ZOLTA_2STATE_DENATURED_FREE_SIDE, kGivenFreeSide},
       {ZOLTA_2STATE_NATIVE_FREE_SIDE_HINT, ZOLTA_2STATE_DENATURED_FREE_SIDE_HINT, kGivenFreeSide,
        kHint},
@@ -44,7 +44,9 @@ struct TwoState {
       {ZOLTA_2STATE_NATIVE_WINDOW, ZOLTA_2STATE_DENATURED_WINDOW, kGivenWindow},
       {ZOLTA_2STATE_NATIVE_WINDOW_HINT, ZOLTA_2STATE_DENATURED_WINDOW_HINT, kGivenWindow, kHint},
       {ZOLTA_2STATE_NATIVE_REFIT, ZOLTA_2STATE_DENATURED_REFIT, kGivenWindow, {}, true},
-  }};
+  });
+
+  using GivenSet = CandidateSet<1, kGiven.size()>;
 
   static constexpr std::array<Held, 2> kOnBothBaselines{Held{}, kHint};
   static constexpr std::size_t kGoodOnBothBaselines = 2;
@@ -66,7 +68,7 @@ struct TwoState {
   static Hints hintsOfPeaks(const std::array<double, 1>& peak) { return {peak[0]}; }
   static Hints hintsOfJoins(const GeneralFamily<TwoState>& family);
   static Hints hintsOfGoodFits(const Setting& setting, const GeneralFamily<TwoState>& family,
-                               const std::array<EndAgreement, 9>& ends);
+                               std::span<const EndAgreement> ends);
 
   // The best candidate, fitted once more with its slopes held.
   static Joined<1> join(const Setting&, Step, const std::array<double, 1>&,
@@ -80,9 +82,8 @@ struct TwoState {
   // table is stored parameter by parameter, so these are the free energies of the seven best
   // candidates; they stand as they are in the places of dG, Cm, the baselines and RT (design.md:
   // refit of the ranking).
-  static std::optional<Candidate<1>> refitOfRanking(const Setting& setting,
-                                                    const CandidateSet<1, 9>& set,
-                                                    std::array<double, 9> ranked);
+  static std::optional<Candidate<1>> refitOfRanking(const Setting& setting, const GivenSet& set,
+                                                    std::array<double, kGiven.size()> ranked);
 
   static std::optional<Candidate<1>> fitOnBaselines(const Setting& setting,
                                                     const Baselines& baselines);
