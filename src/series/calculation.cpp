@@ -172,7 +172,8 @@ void calculate(const Calculation& form, Row labels, Row results,
   }
   out.trend[2] = 0.0;
   out.trend[3] = 2.0;
-  // When one of the first two labels is not used, the intercept gives way to a label.
+  // When one of the first two labels is not used, the intercept gives way to a label (design.md:
+  // first label).
   const LabelUse first = uses[0];
   const LabelUse second = uses.size() > 1 ? uses[1] : LabelUse{0.0, false};
   if (!(first.used && second.used)) {
