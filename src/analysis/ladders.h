@@ -50,17 +50,18 @@ constexpr std::array<GeneralRung, Columns> generalLadder(
 }
 
 // Whether all codes of a model's paths differ, rise along each ladder with the first ladder below
-// the second, and keep clear of the codes that mean something else.
+// the second, and keep clear of the codes that mean something else. The paths of four states have
+// taken the two codes of the midpoint fits as well; no other model may.
 template <class Model>
 constexpr bool codesAreSound() {
-  constexpr int kNoPaths[] = {ZOLTA_CODE_BAD_INPUT,        ZOLTA_CODE_BOTH_BASELINES,
-                              ZOLTA_CODE_NATIVE_BASELINE,  ZOLTA_CODE_DENATURED_BASELINE,
-                              ZOLTA_CODE_NO_TRANSITION,    ZOLTA_CODE_NO_CANDIDATE,
-                              ZOLTA_CODE_NO_ACCEPTABLE_FIT};
+  constexpr int kNoPaths[] = {
+      ZOLTA_CODE_BAD_INPUT,          ZOLTA_CODE_BOTH_BASELINES, ZOLTA_CODE_NATIVE_BASELINE,
+      ZOLTA_CODE_DENATURED_BASELINE, ZOLTA_CODE_NO_TRANSITION,  ZOLTA_CODE_NO_CANDIDATE,
+      ZOLTA_CODE_NO_ACCEPTABLE_FIT,  ZOLTA_CODE_MIDPOINT_FIT,   ZOLTA_CODE_MIDPOINT_REJECTED};
+  const auto* end = std::end(kNoPaths) - (Model::kTransitions == 3 ? 2 : 0);
   int last = 0;
   const auto follows = [&](int code) {
-    const bool sound = code > last && std::find(std::begin(kNoPaths), std::end(kNoPaths), code) ==
-                                          std::end(kNoPaths);
+    const bool sound = code > last && std::find(std::begin(kNoPaths), end, code) == end;
     last = code;
     return sound;
   };
