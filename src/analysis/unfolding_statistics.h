@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "elementary/exponential.h"
 #include "fit/masked_fit.h"
 #include "frame/curve.h"
 #include "frame/result_vector.h"
@@ -232,7 +233,7 @@ void packageCandidate(const Curve& curve, const Candidate<Transitions>& candidat
   for (int t = 0; t < Transitions; ++t) {
     const double dG = p[Order::dG(t)];
     result[static_cast<std::size_t>(ZOLTA_DG1_WIDTH + t)] = dG * width;
-    result[static_cast<std::size_t>(ZOLTA_K1_PPM + t)] = std::exp(-(dG / p[Order::RT])) * 1e6;
+    result[static_cast<std::size_t>(ZOLTA_K1_PPM + t)] = exponential(-(dG / p[Order::RT])) * 1e6;
   }
 }
 

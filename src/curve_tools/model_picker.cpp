@@ -8,6 +8,7 @@
 #include <span>
 
 #include "auxiliary/smoothing.h"
+#include "elementary/exponential.h"
 #include "frame/curve.h"
 #include "frame/scalar_kit.h"
 #include "zolt_fitting_engine.h"
@@ -101,7 +102,7 @@ DenseRow removeStep(const DenseRow& d, double W) {
   const double step = row.back() - row.front();
   DenseRow e(d.length);
   for (std::size_t k = 0; k < d.length; ++k) {
-    e[k] = d[k] - step / (1.0 + std::exp((P / W) * (p - static_cast<double>(k))));
+    e[k] = d[k] - step / (1.0 + exponential((P / W) * (p - static_cast<double>(k))));
     e[k] -= lowest;
   }
   return e;

@@ -10,7 +10,7 @@
 #include <cmath>
 #include <span>
 
-#include "fit/exponential.h"
+#include "elementary/exponential.h"
 #include "frame/curve.h"
 #include "frame/result_vector.h"
 

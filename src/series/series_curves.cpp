@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "elementary/exponential.h"
 #include "frame/array_records.h"
 #include "frame/curve.h"
 #include "frame/linear_grid.h"
@@ -66,7 +67,7 @@ extern "C" void ZOLTA_dGtrend_fd(const double* labels, const int32_t* labelsSize
   drawSeries(labels, labelsSize, trend, n, xOut, yOut,
              [RT = thermalEnergy(temperature)](const Trend& line, double label) {
                const double D = line.slope == 0.0 ? line.intercept : line.againstLogarithm(label);
-               const double K = std::exp(-D / RT);
+               const double K = exponential(-D / RT);
                return K / (1.0 + K);
              });
 }
@@ -82,12 +83,12 @@ extern "C" void ZOLTA_dGtrend_fragg(const double* labels, const int32_t* labelsS
              [RT = thermalEnergy(temperature)](const Trend& line, double label) {
                const double D = line.againstLogarithm(label);
                if (line.slope > 0.0) {
-                 const double growth = std::exp((D - line.D0) / RT);
-                 return (growth - 1.0) / (std::exp(-D / RT) + growth);
+                 const double growth = exponential((D - line.D0) / RT);
+                 return (growth - 1.0) / (exponential(-D / RT) + growth);
                }
                if (line.slope < 0.0) {
-                 const double growth = std::exp(-(D - line.D0) / RT);
-                 return (growth - 1.0) / (std::exp(D / RT) + growth);
+                 const double growth = exponential(-(D - line.D0) / RT);
+                 return (growth - 1.0) / (exponential(D / RT) + growth);
                }
                return 0.0;
              });
@@ -100,7 +101,7 @@ extern "C" void ZOLTA_dGtrend_fraggfd(const double* labels, const int32_t* label
   using namespace zolt;
   drawSeries(labels, labelsSize, trend, n, xOut, yOut,
              [RT = thermalEnergy(temperature)](const Trend& line, double label) {
-               const double growth = std::exp(-(line.againstLogarithm(label) - line.D0) / RT);
+               const double growth = exponential(-(line.againstLogarithm(label) - line.D0) / RT);
                return line.slope < 0.0 ? (growth - 1.0) / growth : 0.0;
              });
 }
