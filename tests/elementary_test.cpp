@@ -10,10 +10,15 @@
 #include "elementary/exact_arithmetic.h"
 #include "elementary/exponential.h"
 #include "elementary/exponential_unfused.h"
+#include "elementary/logarithm.h"
+#include "elementary/power.h"
 #include "support/bits.h"
 #include "support/generated_curves.h"
 
 namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 // The exact sum lies beside a tie, so closely that rounding its smaller parts first would make it
 // one. The last row is a tie.
@@ -35,9 +40,7 @@ struct ExponentialRow {
 };
 constexpr ExponentialRow kHardExponentials[] = {
 #include "elementary/hard_exponentials.inc"
-    {std::numeric_limits<double>::infinity(), HUGE_VAL},
-    {-std::numeric_limits<double>::infinity(), 0.0},
-    {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::quiet_NaN()}};
+    {kInfinity, kInfinity}, {-kInfinity, 0.0}, {kNaN, kNaN}};
 
 TEST(Exponential, HasTheDefinedBitsAtHardArguments) {
   for (const auto& [x, wanted] : kHardExponentials) {
@@ -67,6 +70,77 @@ TEST(Exponential, AllWaysGiveTheSameBits) {
       const double one = zolt::exponential(x[i]);
       ASSERT_TRUE(sameBits(fused[i], one)) << digits(x[i]) << ": " << wantedGot(one, fused[i]);
       ASSERT_TRUE(sameBits(unfused[i], one)) << digits(x[i]) << ": " << wantedGot(one, unfused[i]);
+    }
+  }
+}
+
+struct LogarithmRow {
+  double x, wanted;
+};
+constexpr LogarithmRow kHardLogarithms[] = {
+#include "elementary/hard_logarithms.inc"
+};
+
+TEST(Logarithm, IsTheNearestDouble) {
+  for (const auto& [x, wanted] : kHardLogarithms) {
+    for (const auto way : {zolt::logarithm, zolt::slowLogarithm}) {
+      EXPECT_TRUE(sameBits(way(x), wanted)) << digits(x) << ": " << wantedGot(wanted, way(x));
+    }
+  }
+  for (const auto& [x, wanted] : {LogarithmRow{0.0, -kInfinity},
+                                  {-0.0, -kInfinity},
+                                  {-1.0, kNaN},
+                                  {-kInfinity, kNaN},
+                                  {kInfinity, kInfinity},
+                                  {kNaN, kNaN}}) {
+    EXPECT_TRUE(sameBits(zolt::logarithm(x), wanted)) << digits(x);
+  }
+}
+
+struct PowerRow {
+  double x, y, wanted;
+};
+constexpr PowerRow kHardPowers[] = {
+#include "elementary/hard_powers.inc"
+};
+
+TEST(Power, IsTheNearestDouble) {
+  for (const auto& [x, y, wanted] : kHardPowers) {
+    for (const auto way : {zolt::power, zolt::slowPower}) {
+      EXPECT_TRUE(sameBits(way(x, y), wanted))
+          << digits(x) << "^" << digits(y) << ": " << wantedGot(wanted, way(x, y));
+    }
+  }
+  for (const auto& [x, y, wanted] : {PowerRow{kNaN, 0, 1},
+                                     {1, kNaN, 1},
+                                     {kNaN, 1, kNaN},
+                                     {-8, 1.0 / 3, kNaN},
+                                     {-2, 3, -8},
+                                     {-2, 4, 16},
+                                     {0, 3, 0},
+                                     {-0.0, 3, -0.0},
+                                     {-0.0, -3, -kInfinity},
+                                     {-0.0, -2, kInfinity},
+                                     {-kInfinity, 3, -kInfinity},
+                                     {-kInfinity, -0.5, 0},
+                                     {2, kInfinity, kInfinity},
+                                     {0.5, kInfinity, 0},
+                                     {-1, -kInfinity, 1}}) {
+    EXPECT_TRUE(sameBits(zolt::power(x, y), wanted)) << digits(x) << "^" << digits(y);
+  }
+}
+
+TEST(LogarithmAndPower, QuickAndSlowWaysAgree) {
+  Random random(11);
+  for (int i = 0; i < 1000; ++i) {
+    const double x = std::bit_cast<double>(random.next() >> 1);
+    const double near = 1 + random.between(-0.1, 0.1);
+    const double wide = random.between(0, 100);
+    for (double v : {x < kInfinity ? x : 1.0, near, wide}) {
+      ASSERT_EQ(zolt::logarithm(v), zolt::slowLogarithm(v)) << digits(v);
+      for (double y : {2.0, 3.0, 4.0, 8.0}) {
+        ASSERT_EQ(zolt::power(v, y), zolt::slowPower(v, y)) << digits(v) << "^" << y;
+      }
     }
   }
 }

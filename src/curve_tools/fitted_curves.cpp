@@ -27,7 +27,7 @@ constexpr Evaluators kFraction{fractionFromResult<1>, fractionFromResult<2>, fra
 void evaluate(const Evaluators& evaluators, ConstResultVector result, Row x,
               std::span<double> out) {
   if (!(result[ZOLTA_RT] > 0.0)) {
-    std::ranges::fill(out, 0.0);
+    std::fill(out.begin(), out.end(), 0.0);
     return;
   }
   const int transitions = transitionsOf(result);
@@ -87,7 +87,7 @@ extern "C" void ZOLTA_ChemDenatFirstDerivativeFitCurve(const double* x, const in
   const auto [first, last] = endsOf(rowView(x, xSize));
   linearGrid(first, last, grid);
   evaluate(kFraction, resultView(result), grid, fraction);
-  std::ranges::copy_n(grid.begin(), n, kept.begin());
+  std::copy_n(grid.begin(), n, kept.begin());
   for (std::size_t i = 0; i + 1 < points; ++i) {
     slopes[i] = (fraction[i] - fraction[i + 1]) / (grid[i] - grid[i + 1]);
   }

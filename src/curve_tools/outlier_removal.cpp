@@ -47,7 +47,7 @@ std::vector<double> fittedSignal(Row x, ConstResultVector result) {
 
 // 1 for a point to keep, 0 for an outlier.
 void markOutliers(Row x, Row y, ConstResultVector result, std::span<std::int32_t> mask) {
-  std::ranges::fill(mask, 1);
+  std::fill(mask.begin(), mask.end(), 1);
   if (result[ZOLTA_RT] == -1.0 || x.size() != y.size()) {
     return;
   }
@@ -66,7 +66,7 @@ void ChemDenatOutlierRemovalArrays(Row x, Row y, ConstResultVector result,
                                    std::vector<double>& xKept, std::vector<double>& yKept) {
   std::vector<std::int32_t> mask(x.size());
   markOutliers(x, y, result, mask);
-  const auto outliers = static_cast<double>(std::ranges::count(mask, 0));
+  const auto outliers = static_cast<double>(std::count(mask.begin(), mask.end(), 0));
   if (!(outliers > 0.0 && std::floor(static_cast<double>(x.size()) * 0.25) >= outliers)) {
     xKept.assign(x.begin(), x.end());
     yKept.assign(y.begin(), y.end());

@@ -1,10 +1,10 @@
 // What the trend of a series implies over the range of its labels: dG itself, and fractions that
 // follow from dG at zero denaturant.
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 
 #include "elementary/exponential.h"
+#include "elementary/logarithm.h"
 #include "frame/array_records.h"
 #include "frame/curve.h"
 #include "frame/linear_grid.h"
@@ -19,7 +19,7 @@ namespace {
 struct Trend {
   double slope, intercept, D0;
 
-  double againstLogarithm(double label) const { return intercept + slope * std::log(label); }
+  double againstLogarithm(double label) const { return intercept + slope * logarithm(label); }
 };
 
 // Draws a curve, given as a function of the trend and a label, from the smallest to the largest
@@ -36,8 +36,8 @@ void drawSeries(const double* labelData, const int32_t* labelsSize, const double
   const Row grid = linearGrid(arrayMinSkipNaN(labels), arrayMaxSkipNaN(labels), n, xOut);
   Trend trend{line[0], line[1], 0.0};
   trend.D0 = trend.againstLogarithm(grid[0]);
-  std::ranges::transform(grid, resizeRow(yOut, n).begin(),
-                         [&](double label) { return value(trend, label); });
+  std::transform(grid.begin(), grid.end(), resizeRow(yOut, n).begin(),
+                 [&](double label) { return value(trend, label); });
 }
 
 }  // namespace
@@ -111,7 +111,7 @@ extern "C" void ZOLTA_dGtrend_normalization(const double* y, const int32_t* ySiz
                                             double value, double* out, int32_t* outSize) noexcept {
   const zolt::Row row = zolt::rowView(y, ySize);
   const double factor = reference > 0.0 ? value / reference : 1.0;
-  std::ranges::transform(row, out, [factor](double v) { return v * factor; });
+  std::transform(row.begin(), row.end(), out, [factor](double v) { return v * factor; });
   outSize[0] = 1;
   outSize[1] = static_cast<int32_t>(row.size());
 }
