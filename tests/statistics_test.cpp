@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "analysis/packaging.h"
+#include "elementary/exponential.h"
 #include "support/bits.h"
 #include "support/generated_curves.h"
 
@@ -220,7 +221,7 @@ void expectPackaged(const zolt::Parameters<Transitions>& p) {
     const double dG = there ? p[2 * t] : 0;
     const double ppm = result[ZOLTA_K1_PPM + t];
     EXPECT_EQ(result[ZOLTA_DG1_WIDTH + t] != 0, there) << t;
-    EXPECT_EQ(ppm, there ? std::exp(-(dG / p[Order::RT])) * 1e6 : 0.0) << t;
+    EXPECT_EQ(ppm, there ? zolt::exponential(-(dG / p[Order::RT])) * 1e6 : 0.0) << t;
   }
   EXPECT_EQ(result[21] + result[22] + result[23], 0.0);
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "analysis/unfolding_statistics.h"
-#include "fit/exponential.h"
+#include "elementary/exponential.h"
 #include "frame/result_vector.h"
 
 namespace zolt {

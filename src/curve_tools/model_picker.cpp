@@ -3,10 +3,11 @@
 // as evenly spaced.
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <span>
 
+#include "elementary/exponential.h"
+#include "elementary/logarithm.h"
 #include "frame/curve.h"
 #include "frame/scalar_kit.h"
 #include "smoothing/smoothing.h"
@@ -88,7 +89,7 @@ DenseRow slope(const DenseRow& Y, Step stepAt) {
 }
 
 double logarithmicStep(std::size_t position) {
-  return std::log(static_cast<double>(position + 1)) - std::log(static_cast<double>(position));
+  return logarithm(static_cast<double>(position + 1)) - logarithm(static_cast<double>(position));
 }
 
 // Takes away a sigmoid that steps from 0 to the difference of the ends, centred on the peak, and
@@ -96,12 +97,12 @@ double logarithmicStep(std::size_t position) {
 DenseRow removeStep(const DenseRow& d, double W) {
   const double P = arrayMaxSkipNaN(d);
   const Row row = d;
-  const auto p = static_cast<double>(std::ranges::find(row, P) - row.begin());
+  const auto p = static_cast<double>(std::find(row.begin(), row.end(), P) - row.begin());
   const double lowest = arrayMinSkipNaN(d);
   const double step = row.back() - row.front();
   DenseRow e(d.length);
   for (std::size_t k = 0; k < d.length; ++k) {
-    e[k] = d[k] - step / (1.0 + std::exp((P / W) * (p - static_cast<double>(k))));
+    e[k] = d[k] - step / (1.0 + exponential((P / W) * (p - static_cast<double>(k))));
     e[k] -= lowest;
   }
   return e;
@@ -235,7 +236,7 @@ int pickStates(Row y) {
   const std::size_t L = Y.length;
   const DenseRow d1 = slope(Y, [](std::size_t) { return 1.0; });
   const DenseRow d2 = slope(Y, logarithmicStep);
-  const DenseRow d3 = slope(Y, [L](std::size_t) { return logarithmicStep(L - 1); });
+  const DenseRow d3 = slope(Y, [last = logarithmicStep(L - 1)](std::size_t) { return last; });
 
   const double W = static_cast<double>(L - 1) / 12.8;
   const DenseRow e1 = removeStep(d1, 0.3);

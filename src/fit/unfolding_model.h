@@ -11,7 +11,7 @@
 #include <span>
 #include <type_traits>
 
-#include "fit/exponential.h"
+#include "elementary/exponential.h"
 #include "frame/curve.h"
 #include "frame/result_vector.h"
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <span>
 
+#include "elementary/power.h"
 #include "frame/curve.h"
 
 namespace zolt {
@@ -42,7 +43,7 @@ inline double scalarPower(double a, double b) {
   if (a < 0.0 && b > std::floor(b)) {
     return storedNaN;
   }
-  return std::pow(a, b);
+  return power(a, b);
 }
 
 // Length of the hypotenuse without overflow on the way.

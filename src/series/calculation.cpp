@@ -1,11 +1,11 @@
 // One dG and one error per label of a fitted series, and a straight line through dG against the
 // label or its logarithm.
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <vector>
 
 #include "analysis/unfolding_statistics.h"
+#include "elementary/logarithm.h"
 #include "fit/linear_algebra.h"
 #include "frame/array_records.h"
 #include "frame/curve.h"
@@ -30,7 +30,6 @@ TransitionElements transitionOfTrend(std::int32_t number) {
 }
 TransitionElements transitionOfAgg(std::int32_t number) { return number < 2 ? kFirst : kSecond; }
 
-double logarithmOf(double label) { return std::log(label); }
 double labelItself(double label) { return label; }
 
 // Where the two calculations differ.
@@ -43,7 +42,7 @@ struct Calculation {
   // of dG and 0.0 take its place, and a first label without a curve takes the intercept's.
   bool lineThroughout;
 };
-constexpr Calculation kTrend{transitionOfTrend, errorByScatter, logarithmOf, true};
+constexpr Calculation kTrend{transitionOfTrend, errorByScatter, logarithm, true};
 constexpr Calculation kAgg{transitionOfAgg, errorByMean, labelItself, false};
 
 // The line through the labels with a positive dG, and those dG.
@@ -96,11 +95,10 @@ void writeUnusable(Row labels, const Outputs& out) {
   std::vector<double> sorted(labels.begin(), labels.end());
   sortAscending(sorted);
   const auto length = static_cast<std::int32_t>(sorted.size());
-  const std::span<double> written = resizeRow(out.labels, length);
-  std::ranges::fill(written, 0.0);
-  std::ranges::fill(resizeRow(out.dG, length), 0.0);
-  std::ranges::fill(resizeRow(out.error, length), 0.0);
-  std::ranges::fill(resizeRow(out.used, length), 0);
+  const std::span<double> written = zeroRow(out.labels, length);
+  zeroRow(out.dG, length);
+  zeroRow(out.error, length);
+  zeroRow(out.used, length);
   std::size_t count = 0;
   for (std::size_t i = 0; i < sorted.size(); ++i) {
     if (i == 0 || sorted[i] != sorted[0]) {
@@ -114,7 +112,7 @@ void writeUnusable(Row labels, const Outputs& out) {
 bool usable(const FittedCurves& curves) {
   const std::size_t M = curves.count();
   if (curves.labels.size() != M || curves.include.size() != M ||
-      std::ranges::find(curves.include, 1) == curves.include.end()) {
+      std::count(curves.include.begin(), curves.include.end(), 1) == 0) {
     return false;
   }
   for (std::size_t c = 0; c < M; ++c) {
