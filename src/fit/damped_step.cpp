@@ -6,103 +6,41 @@
 #include <vector>
 
 #include "fit/machine_constants.h"
-#include "fit/wide.h"
+#include "fit/wide_rows.h"
 #include "frame/scalar_kit.h"
 
 namespace zolt {
 namespace {
 
-// Writes the columns as rows, four by four.
-ZOLT_WIDE void transposeColumns(const DampedSystem& system) {
-  const std::ptrdiff_t n = system.points;
-  const std::ptrdiff_t stride = system.stride;
-  for (std::ptrdiff_t j = 0; j < stride; j += 4) {
-    const double* column = system.columns + j * n;
-    std::ptrdiff_t k = 0;
-    for (; k + 4 <= n; k += 4) {
-      const Lanes4 a = lanesAt<Lanes4>(column + k);
-      const Lanes4 b = lanesAt<Lanes4>(column + n + k);
-      const Lanes4 c = lanesAt<Lanes4>(column + 2 * n + k);
-      const Lanes4 d = lanesAt<Lanes4>(column + 3 * n + k);
-      const Lanes4 abLow = __builtin_shufflevector(a, b, 0, 4, 2, 6);
-      const Lanes4 abHigh = __builtin_shufflevector(a, b, 1, 5, 3, 7);
-      const Lanes4 cdLow = __builtin_shufflevector(c, d, 0, 4, 2, 6);
-      const Lanes4 cdHigh = __builtin_shufflevector(c, d, 1, 5, 3, 7);
-      double* row = system.rows + k * stride + j;
-      lanesTo<Lanes4>(row) = __builtin_shufflevector(abLow, cdLow, 0, 1, 4, 5);
-      lanesTo<Lanes4>(row + stride) = __builtin_shufflevector(abHigh, cdHigh, 0, 1, 4, 5);
-      lanesTo<Lanes4>(row + 2 * stride) = __builtin_shufflevector(abLow, cdLow, 2, 3, 6, 7);
-      lanesTo<Lanes4>(row + 3 * stride) = __builtin_shufflevector(abHigh, cdHigh, 2, 3, 6, 7);
-    }
-    for (; k < n; ++k) {
-      for (std::ptrdiff_t i = 0; i < 4; ++i) {
-        system.rows[k * stride + j + i] = column[i * n + k];
+// Writes the columns as rows, four by four, and sums the squares of each column, rows in ascending
+// order. Behind the points the columns are zero, and so become the first rows behind.
+template <int Blocks>
+ZOLT_INLINE void assembleRows(DampedSystem& system) {
+  constexpr int kWidth = WideRow<Blocks>::kWidth;
+  const std::ptrdiff_t pitch = system.pitch;
+  WideRow<Blocks> squares = {};
+  for (std::ptrdiff_t k = 0; k < pitch; k += kLanes) {
+    for (int b = 0; b < Blocks; ++b) {
+      const double* column = system.columns + b * kLanes * pitch + k;
+      double* row = system.rows + k * kWidth + b * kLanes;
+      Lanes4 square[kLanes];
+      for (int i = 0; i < kLanes; ++i) {
+        square[i] = loadLanes(column + i * pitch);
+      }
+      transposeLanes(square);
+      for (int i = 0; i < kLanes; ++i) {
+        storeLanes(row + i * kWidth, square[i]);
+        squares.block[b] += square[i] * square[i];
       }
     }
   }
+  storeRow(system.squares, squares);
 }
 
-// Sums of squares and scaled norms of neighbouring columns side by side, rows in ascending order.
-// Scales seldom grow; where none does in four rows, the rows need no choice between two formulas.
-template <class Lanes>
-ZOLT_INLINE void measureLanes(const double* rows, int count, int stride, double* squares,
-                              ScaledSum* norms) {
-  constexpr int kRows = 4;
-  Lanes square = {};
-  Lanes sum = {};
-  Lanes scale = Lanes{} + kSmallestNormal;
-  const auto addRow = [&](const double* row) {
-    const Lanes element = lanesAt<Lanes>(row);
-    square += element * element;
-    const Lanes a = magnitude(element);
-    const auto grows = a > scale;
-    const Lanes t = (grows ? scale : a) / (grows ? a : scale);
-    sum = grows ? 1.0 + sum * t * t : sum + t * t;
-    scale = grows ? a : scale;
-  };
-  int k = 0;
-  for (; k + kRows <= count; k += kRows, rows += kRows * stride) {
-    Lanes a[kRows];
-    Lanes largest = {};
-    for (int i = 0; i < kRows; ++i) {
-      a[i] = magnitude(lanesAt<Lanes>(rows + i * stride));
-      largest = a[i] > largest ? a[i] : largest;
-    }
-    if (anyLane(largest > scale)) {
-      for (int i = 0; i < kRows; ++i) {
-        addRow(rows + i * stride);
-      }
-      continue;
-    }
-    for (int i = 0; i < kRows; ++i) {
-      square += a[i] * a[i];
-      const Lanes t = a[i] / scale;
-      sum += t * t;
-    }
-  }
-  for (; k < count; ++k, rows += stride) {
-    addRow(rows);
-  }
-  for (int lane = 0; lane < laneCount<Lanes>; ++lane) {
-    squares[lane] = square[lane];
-    norms[lane] = {scale[lane], sum[lane]};
-  }
-}
-
-// The residual behind the columns is measured along where it shares their register.
-ZOLT_WIDE void measureColumns(DampedSystem& system) {
-  for (int j = 0; j < system.free;) {
-    if (system.free - j > laneCount<Lanes4>) {
-      measureLanes<Lanes8>(system.rows + j, system.points, system.stride, system.squares + j,
-                           system.norms + j);
-      j += laneCount<Lanes8>;
-    } else {
-      measureLanes<Lanes4>(system.rows + j, system.points, system.stride, system.squares + j,
-                           system.norms + j);
-      j += laneCount<Lanes4>;
-    }
-  }
-}
+ZOLT_WIDE void assemble4(DampedSystem& system) { assembleRows<1>(system); }
+ZOLT_WIDE void assemble8(DampedSystem& system) { assembleRows<2>(system); }
+ZOLT_WIDE void assemble12(DampedSystem& system) { assembleRows<3>(system); }
+ZOLT_WIDE void assemble16(DampedSystem& system) { assembleRows<4>(system); }
 
 // The full system of free * free columns as it stands, for the rare case in which its zeros are not
 // neutral: 0 times an infinity is NaN.
@@ -121,8 +59,8 @@ void solveFullSystem(const DampedSystem& system, const double* damping, double* 
     a.row(n + j)[j] = damping[j];
   }
   std::vector<int> jpvt(static_cast<std::size_t>(p));
-  std::vector<double> scratch(static_cast<std::size_t>(qrScratchSize(a)));
-  qrPivot(a, jpvt.data(), nullptr, scratch.data());
+  std::vector<double> scratch(static_cast<std::size_t>(qrScratchSize(n + p, p)));
+  qrPivot(a, jpvt.data(), scratch.data());
   std::vector<double> x(static_cast<std::size_t>(p));
   backSubstitute(a, jpvt.data(), qrRank(a, jpvt.data(), n + p), p, x.data());
   std::copy_n(x.data(), system.free, step);
@@ -156,7 +94,7 @@ bool sumsToNumber(const DampedSystem& system, const double* damping) {
     if (std::isfinite(system.squares[j])) {
       continue;
     }
-    const double* column = system.columns + static_cast<std::ptrdiff_t>(j) * system.points;
+    const double* column = system.columns + static_cast<std::ptrdiff_t>(j) * system.pitch;
     double sum = 0.0;
     for (int k = 0; k < system.points; ++k) {
       sum += column[k];
@@ -173,57 +111,70 @@ bool sumsToNumber(const DampedSystem& system, const double* damping) {
 DampedSystem::DampedSystem(int n, int c, FitWorkspace& workspace)
     : points(n),
       free(c),
+      pitch((n + kLanes - 1) / kLanes * kLanes),
       stride(rowStride(c + 1)),
-      columns(workspace.take(stride * n)),
-      residuals(columns + static_cast<std::ptrdiff_t>(c) * n),
-      rows(workspace.take(n * stride)),
-      trial(workspace.take((n + c) * stride)),
-      scratch(workspace.take(qrScratchSize({nullptr, n + c, c, stride}))) {
-  std::fill(residuals + n, columns + static_cast<std::ptrdiff_t>(stride) * n, 0.0);
+      columns(workspace.take(stride * pitch)),
+      residuals(columns + static_cast<std::ptrdiff_t>(c) * pitch),
+      rows(workspace.take((n + c + kPaddingRows) * stride)),
+      trial(workspace.take((n + c + kPaddingRows) * stride)),
+      scratch(workspace.take(qrScratchSize(n + c, c))) {
+  for (int j = 0; j < stride; ++j) {
+    double* column = columns + static_cast<std::ptrdiff_t>(j) * pitch;
+    std::fill(column + (j <= c ? n : 0), column + pitch, 0.0);
+  }
+  double* behind = rows + static_cast<std::ptrdiff_t>(n) * stride;
+  std::fill_n(behind, (c + kPaddingRows) * stride, 0.0);
 }
 
 void assemble(DampedSystem& system) {
-  transposeColumns(system);
-  measureColumns(system);
+  switch (system.stride / kLanes) {
+    case 1:
+      return assemble4(system);
+    case 2:
+      return assemble8(system);
+    case 3:
+      return assemble12(system);
+    default:
+      return assemble16(system);
+  }
 }
 
 void solveDamped(DampedSystem& system, double lambda, double* step) {
   const int n = system.points;
   const int c = system.free;
+  const RowMatrix a{system.rows, n + c, c, system.stride};
   double damping[kMostFree];
-  double norms[kMostFree];
+  double squares[kMostFree];
   for (int j = 0; j < c; ++j) {
     damping[j] = std::sqrt(lambda * system.squares[j]);
-    ScaledSum norm = system.norms[j];
-    addToScaledSum(norm, damping[j]);
-    norms[j] = norm.scale * std::sqrt(norm.sum);
+    squares[j] = system.squares[j] + damping[j] * damping[j];
+    a.row(n + j)[j] = damping[j];
   }
   if (!sumsToNumber(system, damping)) {
     std::fill_n(step, c, 0.0);
     return;
   }
-  const std::ptrdiff_t measured = static_cast<std::ptrdiff_t>(n) * system.stride;
-  std::copy_n(system.rows, measured, system.trial);
-  std::fill_n(system.trial + measured, static_cast<std::ptrdiff_t>(c) * system.stride, 0.0);
-  for (int j = 0; j < c; ++j) {
-    system.trial[measured + static_cast<std::ptrdiff_t>(j) * system.stride + j] = damping[j];
-  }
-  const RowMatrix a{system.trial, n + c, c, system.stride};
-  int jpvt[kMostFree];
-  qrPivot(a, jpvt, norms, system.scratch);
   const int largerExtent = n + c * c;
-  if (!zerosAreNeutral(a, jpvt)) {
+  const RowMatrix r{system.trial, n + c, c, system.stride};
+  int jpvt[kMostFree];
+  if (factorBySquares(a, r.data, squares, jpvt, system.scratch)) {
+    backSubstitute(r, jpvt, qrRank(r, jpvt, largerExtent), c, step);
+    return;
+  }
+  std::copy_n(a.data, (n + c) * system.stride, r.data);
+  qrPivot(r, jpvt, system.scratch);
+  if (!zerosAreNeutral(r, jpvt)) {
     return solveFullSystem(system, damping, step);
   }
-  const int rank = qrRank(a, jpvt, largerExtent);
+  const int rank = qrRank(r, jpvt, largerExtent);
   // A tolerance of 0 lets the filler's zero diagonals pass, and the division by them spoils every
   // element of the step.
-  const bool fillerPasses = largerExtent * std::fabs(a.data[jpvt[0]]) * kEpsilon == 0.0;
+  const bool fillerPasses = largerExtent * std::fabs(r.data[jpvt[0]]) * kEpsilon == 0.0;
   if (fillerPasses && rank == c && c > 1) {
     std::fill_n(step, c, std::numeric_limits<double>::quiet_NaN());
     return;
   }
-  backSubstitute(a, jpvt, rank, c, step);
+  backSubstitute(r, jpvt, rank, c, step);
 }
 
 }  // namespace zolt

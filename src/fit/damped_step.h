@@ -18,14 +18,14 @@ namespace zolt {
 struct DampedSystem {
   int points;
   int free;
-  int stride;
-  double* columns;    // the Jacobian, `free` columns of `points`
+  int pitch;          // points, filled up to whole registers
+  int stride;         // doubles in a row, filled up likewise
+  double* columns;    // the Jacobian, `free` columns `pitch` apart
   double* residuals;  // the column behind them
-  double* rows;       // the same by rows, as the iteration began
-  double* trial;      // what a trial factors in place
+  double* rows;       // the same by rows, the damping rows below, then kPaddingRows of zeros
+  double* trial;      // what a trial makes of the rows
   double* scratch;
-  double squares[kWidestRow];   // sum of squares of each column
-  ScaledSum norms[kWidestRow];  // scaled norm of each column, before its damping row
+  double squares[kWidestRow];  // sum of squares of each column, without its damping
 
   DampedSystem(int points, int free, FitWorkspace& workspace);
 };

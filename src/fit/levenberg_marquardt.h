@@ -29,6 +29,6 @@ Misfit fitLM(Model& model, Row y, std::span<const int> free, double* p, FitWorks
 // points. `values` are the model's at `p`, which evaluate() was last called with.
 template <class Model>
 void jacobianFD(Model& model, std::span<const int> free, double* p, const double* values,
-                double* columns, double* scratch);
+                double* columns, std::ptrdiff_t pitch, double* scratch);
 
 }  // namespace zolt

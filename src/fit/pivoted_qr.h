@@ -8,12 +8,11 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
 
 namespace zolt {
 
-// A matrix for qrPivot: `rows` rows of `stride` doubles. The first `columns` of a row are factored,
-// the rest are right sides or zeros.
+// A matrix of `rows` rows of `stride` doubles. The first `columns` of a row are factored, the rest
+// are right sides or zeros.
 struct RowMatrix {
   double* data;
   int rows;
@@ -26,28 +25,27 @@ struct RowMatrix {
 };
 
 // Doubles a row needs for `columns` columns and right sides, padded to whole registers.
-int rowStride(int columns);
+constexpr int rowStride(int columns) { return (columns + 3) / 4 * 4; }
 
-// Doubles of scratch that qrPivot needs for a matrix.
-inline int qrScratchSize(const RowMatrix& a) { return a.rows + 5 * a.stride; }
+// Rows of zeros that stand behind those of a matrix which factorBySquares() takes.
+inline constexpr int kPaddingRows = 3;
+
+// Doubles of scratch that both factorisations need for a matrix of that many rows and columns.
+constexpr int qrScratchSize(int rows, int columns) { return rows + kPaddingRows + 2 * columns; }
 
 // Factors `a` in place. Afterwards R(i, j) = a.row(i)[jpvt[j]] for i <= j, and every right side
 // has been multiplied by the transposed orthogonal factor; what stands below the diagonal is of no
-// use. `jpvt` has one entry a column; `norms` holds the columns' scaled norms when the caller
-// already has them, else null.
-void qrPivot(const RowMatrix& a, int* jpvt, const double* norms, double* scratch);
+// use. `jpvt` has one entry a column.
+void qrPivot(const RowMatrix& a, int* jpvt, double* scratch);
 
-// The running state of a scaled norm: the largest magnitude so far, and the sum of squares of the
-// elements relative to it.
-struct ScaledSum {
-  double scale;
-  double sum;
-};
-ScaledSum emptyScaledSum();
-void addToScaledSum(ScaledSum& state, double element);
-
-// Euclidean norm that neither overflows nor underflows on the way; a NaN makes it NaN.
-double scaledNorm(const double* v, int count, int stride = 1);
+// The same in a fraction of the time, for more rows than columns, rows at most 16 doubles
+// wide, and kPaddingRows behind them: writes what qrPivot() would make of `a` to `factored`, bit
+// for bit, and leaves `a` as it was. `squares` holds the sum of squares of each column.
+//
+// Returns false, `factored` and `jpvt` being of no use then, where sums of squares cannot tell the
+// order of the columns for sure, where a column vanishes, and where something is not finite.
+bool factorBySquares(const RowMatrix& a, double* factored, const double* squares, int* jpvt,
+                     double* scratch);
 
 // The number of leading diagonal elements of R that stand clear of rounding, where `largerExtent`
 // is the larger extent of the matrix. A zero matrix has full rank by this rule.

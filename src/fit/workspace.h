@@ -17,7 +17,7 @@ struct FitWorkspace {
   // Room for any fit of the library to at most `points` points.
   explicit FitWorkspace(int points)
       : capacity(kArraysPerFit * padded(static_cast<std::size_t>(points)) +
-                 2 * kWidestRow * padded(static_cast<std::size_t>(points + kMostFree)) +
+                 2 * kWidestRow * padded(static_cast<std::size_t>(points + kMostFree + 3)) +
                  static_cast<std::size_t>(points + kMostFree) + 8 * kWidestRow),
         storage(static_cast<double*>(
             ::operator new[](capacity * sizeof(double), std::align_val_t{kAlignment}))) {}
