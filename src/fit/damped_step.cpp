@@ -1,6 +1,7 @@
 #include "fit/damped_step.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -66,10 +67,15 @@ void solveFullSystem(const DampedSystem& system, const double* damping, double* 
   std::copy_n(x.data(), system.free, step);
 }
 
-// Whether leaving the zeros out of the factored system made no difference. A zero row comes to
-// matter only when an infinite factor turns it into NaN, which shows beside a finite diagonal. A
-// column that this happens to is lost either way if its own diagonal is NaN, since the rank ends
-// there; and once a diagonal is not finite, all columns follow it alike.
+// Whether the factorisation without the filler gave what the full system would have given. The
+// filler's columns and damping rows are zeros, and a reflector adds multiples of zero to them: that
+// is still zero as long as every multiple is finite, but NaN for an infinite one. So the answer is
+// yes where the whole triangle is finite. Where it is not, the rows are looked at from the top:
+//   - A diagonal that is not finite comes first: from there on the real columns hold what the full
+//     system's would, since NaN spreads to all of them either way.
+//   - Beside a finite diagonal, a right side that is not finite: zeros that became NaN may matter.
+//   - Beside a finite diagonal, a column that is not finite: they may matter, too, unless that
+//     column's own diagonal is NaN in any case. The rank ends at a NaN, so nothing is read of it.
 bool zerosAreNeutral(const RowMatrix& r, const int* jpvt) {
   for (int i = 0; i < r.columns; ++i) {
     const double* row = r.row(i);
@@ -86,6 +92,30 @@ bool zerosAreNeutral(const RowMatrix& r, const int* jpvt) {
     }
   }
   return true;
+}
+
+// The step by the factorisation that decides pivots by exact norms, whatever the system holds.
+void solveExactly(const DampedSystem& system, const double* damping, double* step) {
+  const int m = system.points + system.free;
+  const int c = system.free;
+  std::vector<double> storage(system.rows, system.rows + m * system.stride);
+  std::vector<double> scratch(static_cast<std::size_t>(qrScratchSize(m, c)));
+  const RowMatrix r{storage.data(), m, c, system.stride};
+  int jpvt[kMostFree];
+  qrPivot(r, jpvt, scratch.data());
+  if (!zerosAreNeutral(r, jpvt)) {
+    return solveFullSystem(system, damping, step);
+  }
+  const int largerExtent = system.points + c * c;
+  const int rank = qrRank(r, jpvt, largerExtent);
+  // A tolerance of 0 lets the filler's zero diagonals pass, and the division by them spoils every
+  // element of the step.
+  const bool fillerPasses = largerExtent * std::fabs(r.data[jpvt[0]]) * kEpsilon == 0.0;
+  if (fillerPasses && rank == c && c > 1) {
+    std::fill_n(step, c, std::numeric_limits<double>::quiet_NaN());
+    return;
+  }
+  backSubstitute(r, jpvt, rank, c, step);
 }
 
 bool sumsToNumber(const DampedSystem& system, const double* damping) {
@@ -111,13 +141,14 @@ bool sumsToNumber(const DampedSystem& system, const double* damping) {
 DampedSystem::DampedSystem(int n, int c, FitWorkspace& workspace)
     : points(n),
       free(c),
-      pitch((n + kLanes - 1) / kLanes * kLanes),
-      stride(rowStride(c + 1)),
-      columns(workspace.take(stride * pitch)),
+      pitch(sizes(n, c).pitch),
+      stride(sizes(n, c).stride),
+      columns(workspace.take(sizes(n, c).columns)),
       residuals(columns + static_cast<std::ptrdiff_t>(c) * pitch),
-      rows(workspace.take((n + c + kPaddingRows) * stride)),
-      trial(workspace.take((n + c + kPaddingRows) * stride)),
-      scratch(workspace.take(qrScratchSize(n + c, c))) {
+      rows(workspace.take(sizes(n, c).rows)),
+      triangle(workspace.take(sizes(n, c).triangle)),
+      scratch(workspace.take(sizes(n, c).scratch)) {
+  assert(0 < c && c <= kMostFree);
   for (int j = 0; j < stride; ++j) {
     double* column = columns + static_cast<std::ptrdiff_t>(j) * pitch;
     std::fill(column + (j <= c ? n : 0), column + pitch, 0.0);
@@ -144,7 +175,7 @@ void solveDamped(DampedSystem& system, double lambda, double* step) {
   const int c = system.free;
   const RowMatrix a{system.rows, n + c, c, system.stride};
   double damping[kMostFree];
-  double squares[kMostFree];
+  double squares[kWidestRow] = {};
   for (int j = 0; j < c; ++j) {
     damping[j] = std::sqrt(lambda * system.squares[j]);
     squares[j] = system.squares[j] + damping[j] * damping[j];
@@ -154,27 +185,14 @@ void solveDamped(DampedSystem& system, double lambda, double* step) {
     std::fill_n(step, c, 0.0);
     return;
   }
-  const int largerExtent = n + c * c;
-  const RowMatrix r{system.trial, n + c, c, system.stride};
   int jpvt[kMostFree];
-  if (factorBySquares(a, r.data, squares, jpvt, system.scratch)) {
-    backSubstitute(r, jpvt, qrRank(r, jpvt, largerExtent), c, step);
-    return;
+  const int done = factorBySquares(a, system.triangle, squares, jpvt, system.scratch);
+  if (done == 0) {
+    return solveExactly(system, damping, step);
   }
-  std::copy_n(a.data, (n + c) * system.stride, r.data);
-  qrPivot(r, jpvt, system.scratch);
-  if (!zerosAreNeutral(r, jpvt)) {
-    return solveFullSystem(system, damping, step);
-  }
-  const int rank = qrRank(r, jpvt, largerExtent);
-  // A tolerance of 0 lets the filler's zero diagonals pass, and the division by them spoils every
-  // element of the step.
-  const bool fillerPasses = largerExtent * std::fabs(r.data[jpvt[0]]) * kEpsilon == 0.0;
-  if (fillerPasses && rank == c && c > 1) {
-    std::fill_n(step, c, std::numeric_limits<double>::quiet_NaN());
-    return;
-  }
-  backSubstitute(r, jpvt, rank, c, step);
+  std::fill_n(step, c, 0.0);
+  const RowMatrix r{system.triangle, done, done, system.stride};
+  backSubstitute(r, jpvt, qrRank(r, jpvt, n + c * c), c, step);
 }
 
 }  // namespace zolt

@@ -9,6 +9,8 @@
 
 #include <cstddef>
 
+#include "fit/wide_rows.h"
+
 namespace zolt {
 
 // A matrix of `rows` rows of `stride` doubles. The first `columns` of a row are factored, the rest
@@ -27,25 +29,25 @@ struct RowMatrix {
 // Doubles a row needs for `columns` columns and right sides, padded to whole registers.
 constexpr int rowStride(int columns) { return (columns + 3) / 4 * 4; }
 
-// Rows of zeros that stand behind those of a matrix which factorBySquares() takes.
-inline constexpr int kPaddingRows = 3;
-
-// Doubles of scratch that both factorisations need for a matrix of that many rows and columns.
-constexpr int qrScratchSize(int rows, int columns) { return rows + kPaddingRows + 2 * columns; }
+// Doubles of scratch that qrPivot() and factorBySquares() need.
+constexpr int qrScratchSize(int rows, int columns) { return rows + 2 * columns; }
+constexpr int fastScratchSize(int rows, int stride) { return (rows + kPaddingRows) * (stride + 1); }
 
 // Factors `a` in place. Afterwards R(i, j) = a.row(i)[jpvt[j]] for i <= j, and every right side
 // has been multiplied by the transposed orthogonal factor; what stands below the diagonal is of no
 // use. `jpvt` has one entry a column.
 void qrPivot(const RowMatrix& a, int* jpvt, double* scratch);
 
-// The same in a fraction of the time, for more rows than columns, rows at most 16 doubles
-// wide, and kPaddingRows behind them: writes what qrPivot() would make of `a` to `factored`, bit
-// for bit, and leaves `a` as it was. `squares` holds the sum of squares of each column.
+// The same in a fraction of the time and bit for bit, for more rows than columns, rows at most 16
+// doubles wide and kPaddingRows behind them: leaves `a` as it was and writes the triangle with its
+// right sides to the first rows of `r`, R(i, j) = r[i * a.stride + jpvt[j]]. `squares` holds the
+// sum of squares of each column.
 //
-// Returns false, `factored` and `jpvt` being of no use then, where sums of squares cannot tell the
-// order of the columns for sure, where a column vanishes, and where something is not finite.
-bool factorBySquares(const RowMatrix& a, double* factored, const double* squares, int* jpvt,
-                     double* scratch);
+// Returns the columns factored. Those that are left, if any, vanish against rounding, so that the
+// rank ends before them. Returns 0, `r` and `jpvt` being of no use then, where sums of squares
+// cannot tell the order of the columns for sure, and where something is not finite.
+int factorBySquares(const RowMatrix& a, double* r, const double* squares, int* jpvt,
+                    double* scratch);
 
 // The number of leading diagonal elements of R that stand clear of rounding, where `largerExtent`
 // is the larger extent of the matrix. A zero matrix has full rank by this rule.

@@ -19,10 +19,15 @@ struct ScaledSum {
   double norm() const { return scale * std::sqrt(sum); }
 };
 
+// An element this many times the scale makes the sum so far vanish beside 1: its part is 2^-200 of
+// at most as many ones as there are elements. The quotient is then not formed, since it might be
+// subnormal, which takes a processor a hundred times as long. The first element is such a case.
+inline constexpr double kOverwhelming = 0x1p100;
+
 inline void addToScaledSum(ScaledSum& state, double element) {
   const double a = std::fabs(element);
   if (a > state.scale) {
-    const double t = state.scale / a;
+    const double t = a > kOverwhelming * state.scale ? 0.0 : state.scale / a;
     state.sum = 1.0 + state.sum * t * t;
     state.scale = a;
   } else {

@@ -9,18 +9,14 @@
 
 namespace zolt {
 
-// A function marked ZOLT_WIDE is compiled for several kinds of processor, and the loader picks the
-// newest that the machine has. ZOLT_NEWEST_CLONE, which the build sets, leaves out those beyond it:
-// level 3 of x86-64 has AVX2 and FMA, level 4 has AVX-512. Sanitizers cannot follow the choice.
-#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && defined(__ELF__) && \
-    defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-#if ZOLT_NEWEST_CLONE >= 4
-#define ZOLT_WIDE __attribute__((target_clones("arch=x86-64-v4", "arch=x86-64-v3", "default")))
-#elif ZOLT_NEWEST_CLONE == 3
+// A function marked ZOLT_WIDE is compiled twice, for processors with AVX2 (level 3 of x86-64) and
+// for any, and the loader picks. AVX-512 is left out: measured, its eight lanes take 4 to 20 % more
+// time here, where sums wait for their last element and rows are short. Sanitizers cannot follow
+// the choice.
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && defined(__ELF__) &&      \
+    defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && \
+    !defined(ZOLT_NO_CLONES)
 #define ZOLT_WIDE __attribute__((target_clones("arch=x86-64-v3", "default")))
-#else
-#define ZOLT_WIDE
-#endif
 #else
 #define ZOLT_WIDE
 #endif
@@ -28,8 +24,7 @@ namespace zolt {
 // Templates of wide code are part of the clone that uses them only when they are inlined.
 #define ZOLT_INLINE inline __attribute__((always_inline))
 
-// Four lanes fill a register of AVX2 and half of one of AVX-512. Eight are no faster here, where
-// sums wait for their last element, and are slow wherever a register holds only four.
+// Four lanes fill a register of AVX2; elsewhere the compiler takes two registers of two.
 using Lanes4 = double __attribute__((vector_size(32)));
 inline constexpr int kLanes = 4;
 
@@ -67,6 +62,26 @@ ZOLT_INLINE bool anyLane(const Mask4& mask) {
   const auto half =
       __builtin_shufflevector(mask, mask, 0, 1) | __builtin_shufflevector(mask, mask, 2, 3);
   return (half[0] | half[1]) != 0;
+}
+
+// The greater of two in each lane; the second where one is NaN.
+ZOLT_INLINE Lanes4 greaterOf(const Lanes4& a, const Lanes4& b) { return a > b ? a : b; }
+
+// The greatest of the four lanes.
+ZOLT_INLINE double greatestLane(const Lanes4& lanes) {
+  const auto two =
+      __builtin_shufflevector(lanes, lanes, 0, 1) > __builtin_shufflevector(lanes, lanes, 2, 3)
+          ? __builtin_shufflevector(lanes, lanes, 0, 1)
+          : __builtin_shufflevector(lanes, lanes, 2, 3);
+  return two[0] > two[1] ? two[0] : two[1];
+}
+
+// Bit k is set where a comparison holds in lane k.
+ZOLT_INLINE unsigned bitsOf(const Mask4& mask) {
+  const Mask4 bits = mask & Mask4{1, 2, 4, 8};
+  const auto half =
+      __builtin_shufflevector(bits, bits, 0, 1) | __builtin_shufflevector(bits, bits, 2, 3);
+  return static_cast<unsigned>(half[0] | half[1]);
 }
 
 // Exchanges rows and columns of the four by four doubles that four registers hold.
