@@ -1,0 +1,264 @@
+"""Curves from the tables of a grid, whichever way these are laid out."""
+
+import re
+from collections import Counter
+from dataclasses import replace
+from pathlib import Path
+
+import numpy as np
+
+from .blocks import find_blocks, kinds_of, plate_corners, rows_left_out
+from .columns import read_numbers, table_of
+from .concentrations import concentrations, need_concentrations
+from .curve import LONGEST_NAME, Curve
+from .grid import shown, tidy_name
+from .numbers import cell_of
+from .roles import assign_roles, runs_like_concentration
+from .spellings import SPELLINGS, header_of, plain, words_of
+from .temperatures import doubt_temperature, temperature_column, temperature_of
+
+_REPLICATE = re.compile(r"(.*?)[\s_\-.,(\[]*\b(?:rep|replicate|replica|repeat|run|trial|replikat)[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)", re.I)
+_NUMBERED = re.compile(r"(.+?)(?:\.|\s*\()(\d{1,2})\)?")
+
+
+def curves_of(grid, options):
+    """All curves of a grid; notes go into the grid."""
+    blocks, stated = find_blocks(grid)
+    if not any(any(row) for row in grid.rows):
+        raise grid.fault("the file holds no data; expected a concentration and a signal column.")
+    if not blocks:
+        if max(sum(map(bool, row)) for row in grid.rows) < 2:
+            raise grid.fault(
+                "found one column; expected a concentration column and at least one signal column, "
+                "parted by commas, semicolons, tabs or blanks."
+            )
+        row, column = _first_words(grid)
+        if row is None:
+            raise grid.fault("the file has a header but no readings below it.")
+        raise grid.fault(f"expected a number, found '{shown(grid.cell(row, column))}'.", row, column)
+    if plate_corners(grid):
+        raise grid.fault("this is a plate; say with --layout which well holds which sample and concentration.")
+    rows_left_out(grid, blocks)
+    curves = []
+    doubt_temperature(grid, stated)
+    for number, block in enumerate(blocks, start=1):
+        table = table_of(*_upright(block, stated), options)
+        assign_roles(table)
+        found = _curves_of_table(table, options)
+        if len(blocks) > 1:
+            found = _titled(found, block.title or f"table {number}")
+        curves += found
+    return curves
+
+
+def _first_words(grid):
+    """The first cell of words below the header, or None where there is nothing below it."""
+    rows = [r for r, row in enumerate(grid.rows) if sum(map(bool, row)) > 1]
+    for row in rows[1:]:
+        for column, kind in enumerate(kinds_of(grid.rows[row])):
+            if kind == "text" and "number" in kinds_of(grid.rows[row]):
+                return row, column
+    return None, None
+
+
+def _titled(curves, title):
+    """Curves of one of several tables: a name that says nothing gets the title of its table."""
+    title = tidy_name(title)
+    named = []
+    for curve in curves:
+        generic = header_of(curve.name).role == "y" or re.fullmatch(r"curve \d+", curve.name)
+        name = title if generic and len(curves) == 1 else f"{title} {curve.name}" if generic else curve.name
+        named.append(replace(curve, name=name))
+    return named
+
+
+def _upright(block, stated):
+    """The block itself, or with rows and columns changed where its concentrations run in a row."""
+    grid = block.grid
+    rows = sorted([*block.header, *block.marks.values(), *block.body])
+    firsts = [cell_of(grid.cell(r, 0)).kind for r in rows]
+    heads = [header_of(grid.cell(r, 0)) for r in rows]
+    if any(kind == "number" for kind in firsts[1:]) or len(block.header) > 1:
+        return block, stated
+    if sum(kind == "text" for kind in firsts[1:]) < len(rows) - 1:
+        return block, stated
+    names = [grid.cell(r, 0) for r in rows]
+    if len(set(names)) < len(names):
+        return block, stated
+    numbers = [cell_of(cell) for cell in grid.rows[rows[0]][1:]]
+    count = sum(cell.kind == "number" for cell in numbers)
+    across = count >= 3 and any(h.role == "x" for h in heads)
+    if not across:
+        values = np.array([cell.value(".") for cell in numbers if cell.kind == "number"])
+        across = count >= 4 and runs_like_concentration(values)
+    if not across:
+        return block, stated
+    turned = grid.transposed(rows)
+    if header_of(turned.rows[0][0]).role != "x" and heads[0].role != "x":
+        turned.rows[0][0] = "concentration"
+    blocks, _ = find_blocks(turned)
+    if len(blocks) != 1:
+        raise grid.fault("cannot tell the table whose concentrations run along this row.", rows[0])
+    return blocks[0], stated
+
+
+# From columns to curves.
+
+
+def _curves_of_table(table, options):
+    keys = [c for c in table.columns if c.role in ("curve", "label", "replicate", "part")]
+    temperatures = temperature_column(table, keys)
+    groups = {}
+    for i in range(len(table.rows)):
+        groups.setdefault(tuple(column.cells[i].text for column in keys), []).append(i)
+    molar = {id(x): concentrations(table, x, options) for x in table.of("x")}
+    signals = table.of("y")
+    base = _signal_names(table, signals)
+    curves = []
+    for key, rows in groups.items():
+        named = dict(zip([(c.role, c.header.text) for c in keys], key))
+        sample = next((text for (role, _), text in named.items() if role == "curve"), "")
+        if keys and keys[0].role == "curve" and plain(sample) in SPELLINGS["empty_samples"]:
+            table.grid.note("row_left_out", f"rows of '{shown(sample)}' are no curve")
+            continue
+        for signal, name in zip(signals, base):
+            curves.append(_curve(table, signal, name, rows, named, molar, temperatures, len(signals) > 1))
+    return curves
+
+
+def _signal_names(table, signals):
+    """Names of the signals from header and group; equal ones of one protein are told apart later."""
+    names = []
+    for i, column in enumerate(signals, start=1):
+        general = header_of(column.name).role in ("y", "deviation") or not column.name
+        group = column.group if column.group != column.name else ""
+        if group and header_of(group).role in ("x", "y"):
+            group = ""
+        twin = words_of(column.name)[-1:] == ["y"] and len(words_of(column.name)) > 1
+        if twin:
+            names.append(re.sub(r"[\s_\-.]*y$", "", column.name, flags=re.I))
+        elif general and group:
+            names.append(group)
+        elif group and len(table.of("x")) > 1:
+            names.append(group if column.of.name == group else f"{group} {column.name}")
+        elif column.name:
+            names.append(column.name)
+        else:
+            over = column.of.name if len(table.of("x")) > 1 and header_of(column.of.name).role is None else ""
+            names.append(over or f"curve {i}")
+    return names
+
+
+def _curve(table, signal, base, rows, named, molar, temperatures, many):
+    grid = table.grid
+    x_column = signal.of
+    x_all, y_all = molar[id(x_column)], read_numbers(table, signal)
+    x, y = x_all[rows], y_all[rows]
+    temperature = temperature_of(table, signal, temperatures, rows)
+    name, label, replicate, group = _names(base, named, many, table, temperature)
+    label = _mark(table, "label", signal) if label is None else label
+    replicate = _mark(table, "replicate", signal) if replicate is None else replicate
+    for i, cell in zip(rows, (signal.cells[i] for i in rows)):
+        if cell.kind in ("missing", "text") and not np.isnan(x_all[i]):
+            reason = cell.reason or "not a number"
+            grid.note("blank", f"{grid.row_names[table.rows[i]]} of '{shown(name)}' holds '{shown(cell.text)}' ({reason})", name)
+    given = ~np.isnan(y)
+    need_concentrations(table, x_column, rows, x, given)
+    given &= ~np.isnan(x)
+    order = np.argsort(x[given], kind="stable")
+    take = np.asarray(rows)[given][order]
+    sd = n = None
+    for column in table.columns:
+        if column.of is signal and column.role == "deviation":
+            sd = _deviation(table, column, take, name)
+        elif column.of is signal and column.role == "n":
+            n = read_numbers(table, column)[take]
+    denaturant = x_column.denaturant or table.stated.denaturant
+    details = {"file": Path(grid.source).name}
+    if grid.sheet:
+        details["sheet"] = grid.sheet
+    well = table.first("well")
+    if well is not None:
+        texts = list(dict.fromkeys(well.cells[i].text for i in take))
+        details["well"] = " ".join(texts[:400])
+    return Curve(name, x_all[take], y_all[take], temperature, label, replicate, details, sd, n, group, denaturant)
+
+
+def _mark(table, role, signal):
+    """What a row such as `label` below the header says of a signal, or None."""
+    cells = table.marks.get(role, ())
+    return plain_value(cells[signal.place]) if signal.place < len(cells) else None
+
+
+def _deviation(table, column, take, name):
+    kind = column.header.kind
+    what = {"sd": "standard deviation", "sem": "standard error", "error": "error"}[kind]
+    table.grid.note("deviation", f"{column} kept as {what} of '{shown(name)}'", name)
+    return read_numbers(table, column)[take]
+
+
+def _names(base, named, many, table, temperature):
+    """Name, label, replicate and group of a curve from its keys and the name of its signal."""
+    texts = {role: text for (role, _), text in named.items()}
+    label, replicate = (plain_value(texts[r]) if r in texts else None for r in ("label", "replicate"))
+    if not named:
+        group, found = _replicate_of(base, table)
+        return _short(base), None, found, group
+    parts = [texts.get("curve", "")]
+    parts += [f"{role} {texts[role]}" for role in ("label", "replicate") if texts.get(role)]
+    for (role, header), text in named.items():
+        if role == "part" and header_of(header).role == "temperature":
+            parts.append(f"{temperature:g} °C")
+        elif role == "part":
+            parts.append(text if cell_of(text).kind == "text" else f"{tidy_name(header)} {text}")
+            label = plain_value(text) if label is None else label
+    if many or not any(parts):
+        parts.append(base)
+    name = tidy_name(" ".join(filter(None, parts)))
+    group = None
+    if texts.get("replicate"):
+        group = tidy_name(" ".join(filter(None, [p for p in parts if not p.startswith("replicate ")]))) or base
+    return _short(name), label, replicate, group
+
+
+def _short(name):
+    name = tidy_name(name)
+    return name if len(name) <= LONGEST_NAME else name[: LONGEST_NAME - 1] + "…"
+
+
+def _replicate_of(name, table):
+    """Group and replicate that the name of a column states: 'WT rep 2', 'WT (2)', 'WT.2' or 'WT' twice."""
+    if match := _REPLICATE.fullmatch(name.replace("_", " ")):
+        rest = " ".join(filter(None, [match[1].strip(" ,-"), match[3].strip(" ,-")]))
+        if rest:
+            return rest, plain_value(match[2])
+    names = [column.name for column in table.of("y")]
+    if match := _NUMBERED.fullmatch(name):
+        twins = [n for n in names if n != name and (n == match[1] or (m := _NUMBERED.fullmatch(n)) and m[1] == match[1])]
+        if twins:
+            return match[1], float(match[2])
+    if any((m := _NUMBERED.fullmatch(n)) and m[1] == name for n in names):
+        return name, None
+    if names.count(name) > 1 and header_of(name).role is None:
+        return name, None
+    return None, None
+
+
+def number_replicates(curves):
+    """Curves of equal names become numbered replicates of one group."""
+    counts, seen, numbered = Counter(c.name for c in curves if c.group == c.name), Counter(), []
+    for curve in curves:
+        if curve.group == curve.name and counts[curve.name] > 1 and curve.replicate is None:
+            seen[curve.name] += 1
+            number = seen[curve.name]
+            curve = replace(curve, name=f"{curve.name} replicate {number}", replicate=float(number))
+        numbered.append(curve)
+    return numbered
+
+
+def plain_value(text):
+    """A number where the text is one, else the text; None for a blank."""
+    cell = cell_of(text)
+    if cell.kind in ("blank", "missing"):
+        return None
+    return cell.value(".") if cell.kind == "number" and not cell.unit else tidy_name(cell.text)
