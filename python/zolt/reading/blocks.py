@@ -9,7 +9,7 @@ from dataclasses import dataclass, field
 
 from .grid import Grid, shown
 from .numbers import cell_of
-from .quantities import stated
+from .quantities import stated, temperature_from
 from .spellings import SPELLINGS, header_of, plain, unit_of
 from .text import split
 
@@ -149,6 +149,8 @@ def _block(grid, above, body, classes):
                 header = [body.pop(0)]
     while len(body) > 1 and (role := _mark_role(grid.rows[body[0]])) and role not in marks:
         marks[role] = body.pop(0)
+    if header and len(body) > 2 and "replicate" not in marks and _numbers_replicates(grid, body[0], header[-1]):
+        marks["replicate"] = body.pop(0)
     keep = _header_rows(grid, header, body)
     rest += [r for r in header if r not in keep]
     titles = [next(filter(None, grid.rows[r])) for r in rest if classes[r] == "T" and sum(map(bool, grid.rows[r])) == 1]
@@ -171,6 +173,13 @@ def _has_header_above(grid, near, row):
 
 def _is_header(grid, near, row, classes):
     return row in near and classes[row] == "T" and not _states_something(grid.rows[row])
+
+
+def _numbers_replicates(grid, row, header):
+    """True for a row such as ', 1, 2, 1, 2' below 'urea, WT, WT, V38A, V38A'."""
+    numbers, names = grid.rows[row][1:], grid.rows[header][1:]
+    repeated = len(set(names)) < len(names) or "" in names
+    return repeated and not grid.cell(row, 0) and all(0 < (whole_number(n) or 0) < 100 for n in numbers)
 
 
 def _is_unit_row(cells):
@@ -229,7 +238,9 @@ def _stated(grid, rows, classes):
 
 def _sort(text, pairs, texts):
     """A line is a pair of key and value, or running text."""
-    if match := _KEY_VALUE.fullmatch(text):
+    if temperature_from(text) is not None and cell_of(text).unit:
+        pairs.append(("temperature", text))
+    elif match := _KEY_VALUE.fullmatch(text):
         pairs.append((match[1], match[2]))
     elif (match := _WORDS_VALUE.fullmatch(text)) and header_of(match[1]).role == "temperature":
         pairs.append((match[1], match[2]))

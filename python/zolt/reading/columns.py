@@ -121,11 +121,13 @@ def _fit_header(block, low, width):
     """Names for all columns; a row wider than its header is a fault."""
     grid = block.grid
     if not low:
+        _need_equal_rows(block, width)
         return [], 0
     if grid.delimiter is None and len(low) > width:
         low = _rejoined(low, width, block)
     if len(low) == width - 1 and not any(low[1::2]) and len(low) > 2:
         low = [*low, ""]  # names above pairs of columns: the last is blank and was cut off
+    _need_equal_rows(block, max(width, len(low)))
     wider = [r for r in block.body if len(grid.rows[r]) > len(low)]
     if not wider:
         return low, 0
@@ -141,6 +143,17 @@ def _fit_header(block, low, width):
             "the columns.", wider[0],
         )  # fmt: skip
     raise grid.fault(f"{why}; give every column a name, or remove what stands beside the table.", wider[0])
+
+
+def _need_equal_rows(block, width):
+    """Between blanks a cell that is missing cannot be told: all rows must be of one width."""
+    grid = block.grid
+    short = next((r for r in block.body if grid.delimiter is None and len(grid.rows[r]) < width), None)
+    if short is not None:
+        raise grid.fault(
+            f"the row has {len(grid.rows[short])} cells and the table {width} columns; where blanks part the "
+            "columns, a missing reading has to be written, as NA.", short,
+        )  # fmt: skip
 
 
 def _rejoined(low, width, block):

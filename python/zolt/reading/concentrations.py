@@ -9,6 +9,7 @@ from .grid import shown, tidy_name
 from .quantities import HIGHEST_WITHOUT_UNIT, factor_to_molar, soluble
 from .spellings import SPELLINGS, denaturant_in, denaturant_of, plain, unit_of
 
+_LITTLE = 0.2  # M; urea and guanidinium salts unfold hardly anything below
 _LEAST = -0.05  # M; a refractometer may read a little below nothing
 
 
@@ -18,12 +19,14 @@ def concentrations(table, column, options):
     stated_unit = unit_of(str(options.unit)) if options.unit else None
     if options.unit and stated_unit is None:
         raise grid.fault(f"--unit {shown(str(options.unit))} is no unit of concentration; M, mM, µM, g/L, '% of 8 M' and '% w/v' are.")
+    named = table.first("denaturant")
     if options.denaturant:
         column.denaturant = denaturant_of(options.denaturant) or tidy_name(options.denaturant)
     elif column.denaturant is None:
-        column.denaturant = table.stated.denaturant or denaturant_in(column.group) or denaturant_in(Path(grid.source).stem)
+        own = denaturant_of(named.cells[0].text) if named else None
+        column.denaturant = own or table.stated.denaturant or denaturant_in(column.group) or denaturant_in(Path(grid.source).stem)
     values = read_numbers(table, column).copy()
-    unit = stated_unit or column.unit or table.stated.unit
+    unit = stated_unit or column.unit or _unit_column(table) or table.stated.unit
     in_cells = [unit_of(c.unit) if c.kind == "number" and c.unit else None for c in column.cells]
     units = {u for u in in_cells if u is not None}
     for i, (cell, own) in enumerate(zip(column.cells, in_cells)):
@@ -44,6 +47,17 @@ def concentrations(table, column, options):
     return values
 
 
+def _unit_column(table):
+    """The unit that a column 'unit' gives in every row, or None."""
+    for column in table.columns:
+        units = {unit_of(cell.text) for cell in column.cells}
+        if plain(column.name) in SPELLINGS["metadata"]["unit"] and None not in units:
+            if len(units) > 1:
+                raise table.grid.fault("the concentrations have several units; convert them to one.", None, column.place)
+            return units.pop()
+    return None
+
+
 def _check_concentrations(table, column, values, has_unit):
     grid, known = table.grid, values[~np.isnan(values)]
     if not known.size:
@@ -54,14 +68,17 @@ def _check_concentrations(table, column, values, has_unit):
     if known.size > 1 and np.ptp(known) == 0.0:
         raise grid.fault(f"all concentrations are {known[0]:g} M; name another column with --x.", None, column.place)
     highest, limit = float(known.max()), soluble(column.denaturant)
-    if highest > HIGHEST_WITHOUT_UNIT and not has_unit:
+    if highest > HIGHEST_WITHOUT_UNIT and not table.options.unit:
+        lack = "" if has_unit else " and no unit"
         raise grid.fault(
-            f"concentrations up to {highest:g} and no unit; no denaturant dissolves to {highest:g} M. Say --unit mM, "
+            f"concentrations up to {highest:g} M{lack}, but no denaturant dissolves to that. Say --unit mM, "
             "--unit '% of 8 M' or --unit M, or name another column with --x.", None, column.place,
         )  # fmt: skip
     if highest > limit:
         what = column.denaturant or "any denaturant"
         grid.note("beyond_solubility", f"concentrations up to {highest:g} M, while {limit:g} M {what} dissolve at 25 °C")
+    if highest < _LITTLE:
+        grid.note("low_concentrations", f"concentrations reach {highest:g} M only; say --unit if they are not in M")
 
 
 def need_concentrations(table, column, rows, x, given):

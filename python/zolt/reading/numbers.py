@@ -11,7 +11,7 @@ from functools import lru_cache
 
 import numpy as np
 
-from .spellings import SPELLINGS, plain, unit_of
+from .spellings import SPELLINGS, denaturant_of, plain, unit_of
 
 _REASON_OF = {text: reason for reason, texts in SPELLINGS["missing"].items() for text in texts}
 _TEMPERATURE_UNITS = {n for entry in SPELLINGS["temperature_units"].values() for n in entry["names"]}
@@ -65,7 +65,9 @@ def cell_of(text):
         return Cell("text", text)
     sign, digits, exponent, unit = found.groups()
     digits, unit = digits.rstrip(" \u00a0\u2009\u202f"), unit.strip()
-    shaped = _shape(digits)
+    if " " in unit and denaturant_of(unit.split(" ", 1)[1]):
+        unit = unit.split(" ", 1)[0]  # '2 M urea'
+    shaped = _shape(digits, exponent is not None)
     if shaped is None:
         return Cell("text", text)
     if unit and not _is_unit(unit):
@@ -82,7 +84,7 @@ def _is_unit(text):
     return known or lowered in _TEMPERATURE_UNITS or lowered in SPELLINGS["signal_units"]
 
 
-def _shape(digits):
+def _shape(digits, has_exponent):
     """Digits without marks of thousands that are certain, and the decimal mark they prove."""
     if not digits[-1].isdigit() and digits[-1] not in ".,":
         return None
@@ -102,7 +104,7 @@ def _shape(digits):
     if points + commas > 1:
         thousands = re.fullmatch(rf"[1-9]\d{{0,2}}(?:\{only}\d{{3}})+", digits)
         return (digits.replace(only, ""), "," if points else ".") if thousands else None
-    return digits, ("?" if _FEW_DIGITS.fullmatch(digits) else "") + only
+    return digits, ("?" if _FEW_DIGITS.fullmatch(digits) and not has_exponent else "") + only
 
 
 def proven_marks(cells):

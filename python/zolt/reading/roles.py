@@ -11,7 +11,7 @@ import numpy as np
 from .columns import counts_rows, read_numbers
 from .grid import shown
 from .quantities import HIGHEST_WITHOUT_UNIT
-from .spellings import SPELLINGS, header_of, words_of
+from .spellings import SPELLINGS, denaturant_of, header_of, words_of
 
 KEYS = ("curve", "label", "replicate")
 
@@ -28,6 +28,7 @@ def assign_roles(table):
     """Give every column its role, by the user's word, by name, or by place and numbers."""
     for column in table.columns:
         column.role = _role_by_name(table, column)
+    _weigh_names(table)
     if table.options.columns is not None:
         _choose_columns(table)
     if table.options.x is not None:
@@ -52,8 +53,13 @@ def _role_by_name(table, column):
     role, numeric = column.header.role, column.is_numeric
     if role is None and numeric and _has_twin(table, column):
         return "x"
-    if role in ("curve", "label", "replicate", "well"):
-        return role if column.kinds["blank"] < len(column.cells) else "left out"
+    if role in KEYS:
+        return _key_role(table, column)
+    if role == "well":
+        return role
+    if role == "x" and not numeric and column.kinds["text"]:
+        if all(denaturant_of(cell.text) for cell in column.cells if cell.kind == "text"):
+            return "part" if len({cell.text for cell in column.cells}) > 1 else "denaturant"
     if role in ("n", "index"):
         whole = numeric and all(not cell.mark for cell in column.cells if cell.kind == "number")
         counted = whole and (role == "n" or counts_rows(read_numbers(table, column)))
@@ -67,6 +73,42 @@ def _role_by_name(table, column):
     if role == "x" and not numeric:
         return "x" if column.kinds["text"] else None
     return role
+
+
+def _key_role(table, column):
+    """A name of a curve stands in several rows; in merged cells only in the first of them."""
+    if column.kinds["blank"] == len(column.cells):
+        return "left out"
+    if column.kinds["blank"] and column.cells[0].kind != "blank":
+        for i, cell in enumerate(column.cells):
+            if cell.kind == "blank":
+                column.cells[i] = column.cells[i - 1]
+        table.grid.note("filled_down", f"blank cells of {column} taken to repeat the cell above")
+    texts = [cell.text for cell in column.cells]
+    if len(set(texts)) == len(texts) > 3:
+        table.leave_out(column, "it differs in every row")
+        return "left out"
+    return column.header.role
+
+
+def _weigh_names(table):
+    """Letters can name concentrations and curves alike: a plainer name for them decides.
+
+    'urea' goes before 'x', and 'x' before 'c' and 'd', which count only in the first column or
+    behind a signal.
+    """
+    xs = table.of("x")
+    letters = [c for c in xs if c.name.lower() in ("c", "d") and c.unit is None]
+    plain_x = [c for c in xs if words_of(c.name)[-1:] in (["x"], ["X"]) and c.unit is None]
+    others = [c for c in xs if c not in letters and c not in plain_x]
+    kept = others or plain_x
+    if not kept and letters:
+        numeric = [c for c in table.columns if c.is_numeric and c.role != "index"]
+        alone = len(letters) == 1 and numeric[0].role == "y"
+        kept = letters[:1] if letters[0] is numeric[0] or alone else []
+    for column in xs:
+        if column not in kept:
+            column.role = None
 
 
 def _has_twin(table, column):
@@ -254,6 +296,9 @@ def _leave_out_means(table):
             mean = np.nanmean(values, axis=0)
             if np.allclose(read_numbers(table, column), mean, rtol=5e-3, atol=5e-3 * np.ptp(mean)):
                 table.leave_out(column, "it is the mean of the others")
+                for beside in table.columns:
+                    if beside.role in ("deviation", "n") and beside.place > column.place:
+                        table.leave_out(beside, f"it belongs to {column}")
 
 
 def _doubt_rising(table):

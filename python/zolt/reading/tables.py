@@ -14,7 +14,7 @@ from .curve import LONGEST_NAME, Curve
 from .grid import shown, tidy_name
 from .numbers import cell_of
 from .roles import assign_roles, runs_like_concentration
-from .spellings import SPELLINGS, header_of, plain, words_of
+from .spellings import SPELLINGS, denaturant_of, header_of, plain, words_of
 from .temperatures import doubt_temperature, temperature_column, temperature_of
 
 _REPLICATE = re.compile(r"(.*?)[\s_\-.,(\[]*\b(?:rep|replicate|replica|repeat|run|trial|replikat)[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)", re.I)
@@ -139,6 +139,8 @@ def _signal_names(table, signals):
             names.append(re.sub(r"[\s_\-.]*y$", "", column.name, flags=re.I))
         elif general and group:
             names.append(group)
+        elif group and [c.name for c in signals].count(column.name) > 1:
+            names.append(f"{group} {column.name}")
         elif group and len(table.of("x")) > 1:
             names.append(group if column.of.name == group else f"{group} {column.name}")
         elif column.name:
@@ -173,7 +175,7 @@ def _curve(table, signal, base, rows, named, molar, temperatures, many):
             sd = _deviation(table, column, take, name)
         elif column.of is signal and column.role == "n":
             n = read_numbers(table, column)[take]
-    denaturant = x_column.denaturant or table.stated.denaturant
+    denaturant = next(filter(None, map(denaturant_of, named.values())), None) or x_column.denaturant
     details = {"file": Path(grid.source).name}
     if grid.sheet:
         details["sheet"] = grid.sheet
@@ -230,8 +232,7 @@ def _replicate_of(name, table):
     """Group and replicate that the name of a column states: 'WT rep 2', 'WT (2)', 'WT.2' or 'WT' twice."""
     if match := _REPLICATE.fullmatch(name.replace("_", " ")):
         rest = " ".join(filter(None, [match[1].strip(" ,-"), match[3].strip(" ,-")]))
-        if rest:
-            return rest, plain_value(match[2])
+        return rest or "replicates", plain_value(match[2])
     names = [column.name for column in table.of("y")]
     if match := _NUMBERED.fullmatch(name):
         twins = [n for n in names if n != name and (n == match[1] or (m := _NUMBERED.fullmatch(n)) and m[1] == match[1])]
@@ -248,10 +249,11 @@ def number_replicates(curves):
     """Curves of equal names become numbered replicates of one group."""
     counts, seen, numbered = Counter(c.name for c in curves if c.group == c.name), Counter(), []
     for curve in curves:
-        if curve.group == curve.name and counts[curve.name] > 1 and curve.replicate is None:
+        if curve.group == curve.name and counts[curve.name] > 1:
             seen[curve.name] += 1
-            number = seen[curve.name]
-            curve = replace(curve, name=f"{curve.name} replicate {number}", replicate=float(number))
+            number = float(seen[curve.name]) if curve.replicate is None else curve.replicate
+            text = f"{number:g}" if isinstance(number, float) else number
+            curve = replace(curve, name=f"{curve.name} replicate {text}", replicate=number)
         numbered.append(curve)
     return numbered
 
