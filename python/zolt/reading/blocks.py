@@ -13,6 +13,11 @@ from .quantities import stated, temperature_from
 from .spellings import SPELLINGS, header_of, plain, unit_of
 from .text import split
 
+UNIT_WORDS = {
+    *SPELLINGS["unit_row_words"],
+    *SPELLINGS["signal_units"],
+    *(name for entry in SPELLINGS["temperature_units"].values() for name in entry["names"]),
+}
 MARKS = ("label", "replicate", "temperature", "sd")  # rows below a header that tell of each column
 _WORDS_VALUE = re.compile(r"\W*([^\d:=]+?)\s+([+-]?\d.*)")
 _KEY_VALUE = re.compile(r"\s*([^:=\t;,]{1,60}?)\s*[:=\t;,]\s*(\S.*)")
@@ -185,7 +190,7 @@ def _numbers_replicates(grid, row, header):
 def _is_unit_row(cells):
     """A row of units below the header: units of concentration or signal and nothing else."""
     texts = [plain(cell).strip("()[] ") for cell in cells if cell]
-    known = lambda t: t in SPELLINGS["unit_row_words"] or unit_of(t) is not None  # noqa: E731
+    known = lambda t: t in UNIT_WORDS or unit_of(t) is not None  # noqa: E731
     return all(map(known, texts)) and any(unit_of(t) is not None for t in texts)
 
 

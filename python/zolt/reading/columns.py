@@ -38,6 +38,7 @@ class Column:
     group: str = ""
     role: str = None
     unit: object = None
+    unit_text: str = ""  # of the row of units below the header
     denaturant: str = None
     of: object = None  # of a deviation or a count: its signal; of a signal: its concentrations
     numbers: np.ndarray = None
@@ -99,8 +100,9 @@ def table_of(block, stated, options):
         if not text and not over and all(cell.kind == "blank" for cell in cells):
             continue
         column = Column(c, text, header, cells, group, unit=header.unit, denaturant=header.denaturant)
-        if block.units is not None and column.unit is None:
-            column.unit = unit_of(grid.cell(block.units, c))
+        if block.units is not None:
+            column.unit_text = grid.cell(block.units, c).strip("()[] ")
+            column.unit = column.unit or unit_of(column.unit_text)
         columns.append(column)
     marks = {role: grid.rows[row] for role, row in block.marks.items()}
     proven = proven_marks([cell for column in columns for cell in column.cells])

@@ -17,7 +17,7 @@ _TEMPERATURE = re.compile(
     rf"(?:about|approx\.?|ca\.?|c\.|~|≈)?\s*{_VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?({_UNITS})?\s*\.?(?:[(,;].*)?"
 )
 _IN_NAME = re.compile(rf"(?<![\w.,]){_VALUE}\s*(°\s*c|º\s*c|deg\s?c|degrees\s?c|c|k)(?![\w%])")
-_DEGREES = re.compile(rf"{_VALUE}\s*(?:°|º|deg\s?|degrees\s?)\s*c(?!\w)")
+_DEGREES = re.compile(rf"{_VALUE}\s*(?:(?:°|º|deg\.?)\s*c|degrees|kelvin)(?!\w)")
 
 
 def temperature_from(text, unit_text=""):
@@ -64,7 +64,7 @@ def temperature_in_name(text):
 
 
 def degrees_in(text):
-    """All temperatures with a degree sign within a text, as they stand."""
+    """All temperatures with degrees as their unit within a text, as they stand."""
     return _DEGREES.findall(plain(text))
 
 

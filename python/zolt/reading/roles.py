@@ -162,10 +162,12 @@ def _find_x(table):
     rising = [c for c in others if runs_like_concentration(read_numbers(table, c))]
     values = read_numbers(table, first)
     unnamed = first.name == "" and table.named
-    if first.role == "index" or (unnamed and counts_rows(values)) or (counts_rows(values) and values.max() > 11):
+    counts = counts_rows(values)
+    scale = [c for c in rising if np.nanmax(read_numbers(table, c)) >= 2.0]
+    if first.role == "index" or (counts and (unnamed or scale or values.max() > 11)):
         raise table.grid.fault(
             f"{first} counts rows, and no column is named as the concentration; "
-            f"name it with --x, for instance --x {first.place + 1}.", None,
+            f"name it with --x, for instance --x {(scale or rising or [first])[0].place + 1}.", None,
         )  # fmt: skip
     if first.header.role == "y" or (rising and not runs_like_concentration(values)):
         raise table.grid.fault(

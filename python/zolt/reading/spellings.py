@@ -118,6 +118,8 @@ def _without_unit(text):
 @lru_cache(4096)
 def header_of(text):
     """What a header says, as a `Header`."""
+    if match := re.fullmatch(r"(\w+?)_?(m?m)", plain(text)):  # 'ureaM'
+        text = f"{match[1]} {match[2]}" if match[1] in _DENATURANT_OF and len(match[1]) > 3 else text
     every = words_of(text)
     words, unit, set_off = _without_unit(text)
     make = lambda role, **more: Header(text, role, unit, **more)  # noqa: E731

@@ -7,14 +7,14 @@ from pathlib import Path
 
 import numpy as np
 
-from .blocks import find_blocks, kinds_of, plate_corners, rows_left_out
+from .blocks import block_with, find_blocks, kinds_of, plate_corners, rows_left_out
 from .columns import read_numbers, table_of
 from .concentrations import concentrations, need_concentrations
 from .curve import LONGEST_NAME, Curve
 from .grid import shown, tidy_name
 from .numbers import cell_of
 from .roles import assign_roles, runs_like_concentration
-from .spellings import SPELLINGS, denaturant_of, header_of, plain, words_of
+from .spellings import SPELLINGS, denaturant_of, header_of, plain, unit_of, words_of
 from .temperatures import doubt_temperature, temperature_column, temperature_of
 
 _REPLICATE = re.compile(r"(.*?)[\s_\-.,(\[]*\b(?:rep|replicate|replica|repeat|run|trial|replikat)[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)", re.I)
@@ -26,6 +26,8 @@ def curves_of(grid, options):
     blocks, stated = find_blocks(grid)
     if not any(any(row) for row in grid.rows):
         raise grid.fault("the file holds no data; expected a concentration and a signal column.")
+    if not blocks and (block := block_with(grid, "x")):
+        blocks = [block]
     if not blocks:
         if max(sum(map(bool, row)) for row in grid.rows) < 2:
             raise grid.fault(
@@ -78,8 +80,14 @@ def _upright(block, stated):
     rows = sorted([*block.header, *block.marks.values(), *block.body])
     firsts = [cell_of(grid.cell(r, 0)).kind for r in rows]
     heads = [header_of(grid.cell(r, 0)) for r in rows]
-    if any(kind == "number" for kind in firsts[1:]) or len(block.header) > 1:
+    if len(block.header) > 1 or not any(grid.rows[rows[0]][1:]):
         return block, stated
+    molar = [cell_of(cell) for cell in grid.rows[rows[0]][1:]]
+    certain = sum(c.kind == "number" and unit_of(c.unit) is not None for c in molar) >= 3 and heads[0].role != "x"
+    if any(kind == "number" for kind in firsts[1:]) and not certain:
+        return block, stated
+    if certain:
+        return _turned(block, rows), stated
     if sum(kind == "text" for kind in firsts[1:]) < len(rows) - 1:
         return block, stated
     names = [grid.cell(r, 0) for r in rows]
@@ -93,13 +101,19 @@ def _upright(block, stated):
         across = count >= 4 and runs_like_concentration(values)
     if not across:
         return block, stated
+    return _turned(block, rows), stated
+
+
+def _turned(block, rows):
+    """The block with its rows as columns; the corner names what runs along the row."""
+    grid = block.grid
     turned = grid.transposed(rows)
-    if header_of(turned.rows[0][0]).role != "x" and heads[0].role != "x":
+    if header_of(turned.rows[0][0]).role != "x":
         turned.rows[0][0] = "concentration"
     blocks, _ = find_blocks(turned)
     if len(blocks) != 1:
         raise grid.fault("cannot tell the table whose concentrations run along this row.", rows[0])
-    return blocks[0], stated
+    return blocks[0]
 
 
 # From columns to curves.
@@ -165,6 +179,7 @@ def _curve(table, signal, base, rows, named, molar, temperatures, many):
             reason = cell.reason or "not a number"
             grid.note("blank", f"{grid.row_names[table.rows[i]]} of '{shown(name)}' holds '{shown(cell.text)}' ({reason})", name)
     given = ~np.isnan(y)
+    _note_restart(table, rows, x, name)
     need_concentrations(table, x_column, rows, x, given)
     given &= ~np.isnan(x)
     order = np.argsort(x[given], kind="stable")
@@ -184,6 +199,18 @@ def _curve(table, signal, base, rows, named, molar, temperatures, many):
         texts = list(dict.fromkeys(well.cells[i].text for i in take))
         details["well"] = " ".join(texts[:400])
     return Curve(name, x_all[take], y_all[take], temperature, label, replicate, details, sd, n, group, denaturant)
+
+
+def _note_restart(table, rows, x, name):
+    """A note where the concentrations begin again: equal ones may be of another curve."""
+    known = np.flatnonzero(~np.isnan(x))
+    steps = np.diff(x[known])
+    falls = np.flatnonzero(steps < 0.0)
+    if known.size > 7 and 0 < falls.size <= known.size // 4 and (steps >= 0.0).sum() > falls.size:
+        again = x[known][falls + 1]
+        if (again <= x[known].min() + 0.2 * np.ptp(x[known])).all():
+            row = table.grid.row_names[table.rows[rows[known[falls[0] + 1]]]]
+            table.grid.note("begins_again", f"the concentrations of '{shown(name)}' begin again in {row}; taken as one curve", name)
 
 
 def _mark(table, role, signal):
@@ -218,8 +245,12 @@ def _names(base, named, many, table, temperature):
         parts.append(base)
     name = tidy_name(" ".join(filter(None, parts)))
     group = None
+    within, number = _replicate_of(base, table)
     if texts.get("replicate"):
-        group = tidy_name(" ".join(filter(None, [p for p in parts if not p.startswith("replicate ")]))) or base
+        group = tidy_name(" ".join(part for part in parts if part and not part.startswith("replicate "))) or base
+    elif within and parts[-1] == base:
+        replicate = number
+        group = tidy_name(" ".join(filter(None, [*parts[:-1], "" if within == "replicates" else within])))
     return _short(name), label, replicate, group
 
 

@@ -15,7 +15,7 @@ def temperature_column(table, keys):
     column = table.first("temperature")
     if column is None:
         return None
-    entry = temperature_unit(column.name)
+    entry = temperature_unit(column.name) or temperature_unit(f"T {column.unit_text}")
     values = []
     for cell, number in zip(column.cells, read_numbers(table, column)):
         own = temperature_from(cell.text) if cell.unit else None

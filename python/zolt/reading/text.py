@@ -40,6 +40,8 @@ def decode(source, raw):
     odd = sum(c < "\t" or "\r" < c < " " for c in text[:100_000])
     if odd > len(text[:100_000]) // 50 or "\0" in text:
         raise _binary(source)
+    if re.match(r"\s*[{\[]\s*[\"{\[]", text[:200]):
+        raise ReadError(f"{source}: expected a text table, found JSON; save it as .csv or .xlsx.")
     if re.match(r"\s*<(!doctype|html|\?xml|table)", text[:200], re.I):
         raise ReadError(f"{source}: expected a text table, found a web page or XML; save it as .csv or .xlsx.")
     return text
@@ -84,6 +86,9 @@ def grid_of_text(source, text, skip_rows=0):
     lines = re.split(r"\r\n|\r|\n", text)
     lines[:skip_rows] = [""] * min(skip_rows, len(lines))
     sample = [line for line in lines if line.strip() and not _is_comment(line)]
+    if sample and all(re.fullmatch(r'"[^"]*[,;\t][^"]*"', line.strip()) for line in sample):
+        lines = [line.strip().strip('"') for line in lines]  # every line as a whole in quotes
+        sample = [line.strip().strip('"') for line in sample]
     delimiter = _delimiter(sample[-_SAMPLE:] if len(sample) > 2 * _SAMPLE else sample)
     rows, names, comments = [], [], []
     for first, record in _records(lines, delimiter):
