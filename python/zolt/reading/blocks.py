@@ -9,7 +9,7 @@ from dataclasses import dataclass, field
 
 from .grid import Grid, shown
 from .numbers import cell_of
-from .quantities import stated, temperature_from
+from .quantities import degrees_in, stated, temperature_from
 from .spellings import SPELLINGS, header_of, plain, unit_of
 from .text import split
 
@@ -147,6 +147,8 @@ def _block(grid, above, body, classes):
         else:
             rest.append(row)
     body = [*faulty, *body]
+    if header and cell_of(grid.cell(body[0], 0)).kind == "text" and len(grid.rows[header[-1]]) < width:
+        rest, header, marks = [*rest, *header, *marks.values()], [], {}  # the rows name themselves; what is above is about the file
     if not header:  # numbers may be names: the first row of the run with words in front
         first = grid.cell(body[0], 0)
         if len(body) > 1 and cell_of(first).kind in ("text", "blank") and not _mark_role(grid.rows[body[0]]):
@@ -161,7 +163,7 @@ def _block(grid, above, body, classes):
     titles = [next(filter(None, grid.rows[r])) for r in rest if classes[r] == "T" and sum(map(bool, grid.rows[r])) == 1]
     block = Block(grid, keep, marks, units, body, title=titles[-1] if titles else "")
     if not keep:
-        block.labels = _commented_header(grid, body)
+        block.labels = _header_elsewhere(grid, body, near)
     return block, rest
 
 
@@ -213,13 +215,15 @@ def _header_rows(grid, rows, body):
     return rows[-1:]
 
 
-def _commented_header(grid, body):
-    """The last comment above the table, if it has a word for every column."""
+def _header_elsewhere(grid, body, near):
+    """Names in the last comment above the table, or in a line parted otherwise than the table."""
     width = max(len(grid.rows[r]) for r in body)
-    for row, text in reversed(grid.comments):
-        cells = split(text, grid.delimiter)
-        if row <= body[0] and len(cells) == width > 1 and kinds_of(cells).count("number") == 0:
-            if any(header_of(cell).role == "x" for cell in cells):
+    lines = [(row, text) for row, text in grid.comments if row <= body[0]]
+    lines += [(row, grid.rows[row][0]) for row in near if len(grid.rows[row]) == 1]
+    for _, text in sorted(lines, reverse=True):
+        for delimiter in (grid.delimiter, "\t", ";", ",", None):
+            cells = split(text, delimiter)
+            if len(cells) == width > 1 and any(header_of(cell).role == "x" for cell in cells):
                 return cells
     return []
 
@@ -243,7 +247,11 @@ def _stated(grid, rows, classes):
 
 def _sort(text, pairs, texts):
     """A line is a pair of key and value, or running text."""
-    if temperature_from(text) is not None and cell_of(text).unit:
+    if text.count("=") + text.count(":") > 1:  # several statements in a line
+        for part in re.split(r"[,;]\s+", text)[1:]:
+            if match := _KEY_VALUE.fullmatch(part):
+                pairs.append((match[1], match[2]))
+    if temperature_from(text) is not None and degrees_in(text):
         pairs.append(("temperature", text))
     elif match := _KEY_VALUE.fullmatch(text):
         pairs.append((match[1], match[2]))

@@ -16,7 +16,7 @@ from .spellings import SPELLINGS, denaturant_of, plain, unit_of
 _REASON_OF = {text: reason for reason, texts in SPELLINGS["missing"].items() for text in texts}
 _TEMPERATURE_UNITS = {n for entry in SPELLINGS["temperature_units"].values() for n in entry["names"]}
 _MINUS = str.maketrans(dict.fromkeys("−‐‑‒–﹣-", "-"))
-_NUMBER = re.compile(r"([+-]?)(\d[\d.,'’\u00a0\u2009\u202f ]*|[.,]\d+)(?:[eEdD]([+-]?\d{1,3})(?![\d.,]))?(.*)", re.S)
+_NUMBER = re.compile(r"([+-]?)\s*(\d[\d.,'’\u00a0\u2009\u202f ]*|[.,]\d+)(?:[eEdD]([+-]?\d{1,3})(?![\d.,]))?(.*)", re.S)
 _GROUPS = re.compile(r"[1-9]\d{0,2}(?:(['’\u00a0\u2009\u202f ])\d{3})(?:\1\d{3})*(?:[.,]\d*)?")
 _FEW_DIGITS = re.compile(r"[1-9]\d{0,2}[.,]\d{3}")
 _LIMIT = re.compile(r"[<>≤≥~≈]\s*[+-]?[\d.,]+.*")
@@ -74,6 +74,8 @@ def cell_of(text):
         if _FLAG.fullmatch(unit):
             return Cell("missing", text, reason="marked by hand")
         return Cell("text", text)
+    if abs(float(f"{re.sub('[.,]', '', shaped[0])}e{exponent or 0}")) > 1e300:
+        return Cell("missing", text, reason="out of the instrument's range")
     return Cell("number", text, sign + shaped[0], int(exponent or 0), shaped[1], unit)
 
 

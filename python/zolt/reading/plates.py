@@ -49,7 +49,8 @@ def _matrices(grid, options):
                 number = whole_number(grid.cell(top, j))
                 if number is not None:
                     wells[f"{letter}{number}"] = (cell_of(grid.cell(i, j)), i, j)
-        matrices[_title(grid, top, left, matrices)] = wells
+        if wells:
+            matrices[_title(grid, top, left, matrices)] = wells
     return matrices
 
 
@@ -96,7 +97,7 @@ def _well_table(grid, options):
         for i, name in enumerate(names):
             if name and names.index(name) < i:
                 raise grid.fault(f"well {name} is there twice.", table.rows[i], wells.place)
-        if signals:
+        if signals and any(names):
             return {
                 s.name: {n: (c, r, s.place) for n, c, r in zip(names, s.cells, table.rows) if n} for s in signals
             }

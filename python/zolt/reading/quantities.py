@@ -94,8 +94,10 @@ def stated(pairs, texts):
             entry = temperature_unit(bare)
             name = entry["names"][0] if entry else ""
             degrees = temperature_from(value, name)
-            if degrees is None or (temperature is not None and abs(degrees - temperature) > 1.0):
+            if degrees is None:
                 unclear = unclear or value
+            elif temperature is not None and abs(degrees - temperature) > 1.0:
+                unclear = unclear or f"{temperature:g} °C and {degrees:g} °C"
             elif temperature is None:
                 temperature = degrees
         elif bare in SPELLINGS["metadata"]["denaturant"]:
@@ -108,6 +110,7 @@ def stated(pairs, texts):
             loose += degrees_in(value)
     for text in texts:
         loose += degrees_in(text)
+    temperature = None if unclear else temperature
     headers = tuple(axes[key] for key in SPELLINGS["axis_keys"] if key in axes)
     return Stated(temperature, denaturant, unit, unclear, tuple(loose), headers)
 
@@ -121,7 +124,7 @@ def factor_to_molar(unit, denaturant):
     if unit is None:
         return 1.0
     if unit.stock is not None:
-        return unit.stock / 100.0
+        return unit.stock / (100.0 if unit.key == "%" else 1.0)
     entry = SPELLINGS["concentration_units"][unit.key]
     if "molar" in entry:
         return entry["molar"]

@@ -4,6 +4,7 @@ A name that is known decides. Where none is, the place and the numbers do, as lo
 doubt; in doubt the reader asks with a sentence and does not guess.
 """
 
+import re
 from collections import Counter
 
 import numpy as np
@@ -41,6 +42,7 @@ def assign_roles(table):
     if len(table.columns) < 2:
         _no_table(table, [])
     if not table.of("y"):
+        _fault_of_words(table)
         raise table.grid.fault(
             "found no column of readings beside the concentrations; expected a signal in every further "
             "column. Name the columns with --x and --columns.", table.rows[0],
@@ -70,6 +72,8 @@ def _role_by_name(table, column):
         if role is None and (values.size == 0 or np.ptp(values) > 3.0 or not 4.0 <= values.min() <= 400.0):
             return None
         return "temperature" if numeric else "left out"
+    if role == "other" and not numeric and not column.kinds["text"]:
+        return None
     if role == "x" and not numeric:
         return "x" if column.kinds["text"] else None
     return role
@@ -174,6 +178,10 @@ def _find_x(table):
             f"cannot tell the concentrations: {first} comes first but does not look like "
             "them; name the column with --x.", None,
         )  # fmt: skip
+    if re.search(r"\d\s*m\b", first.name.lower()):
+        raise table.grid.fault(
+            f"{first} names a stock; say the unit with --unit, for instance --unit '% of 8 M'.", None, first.place
+        )
     first.role = "x"
     if first.name and not (first.header.unit or first.unit) and first.header.role != "curve":
         table.grid.note("x_assumed", f"{first} taken as concentrations in M")
@@ -190,19 +198,27 @@ def _no_table(table, numeric):
             "found one column; expected a concentration column and at least one signal column, "
             "parted by commas, semicolons, tabs or blanks."
         )
-    for column in table.columns:  # words where numbers belong
-        at = next((i for i, cell in enumerate(column.cells) if cell.kind == "text"), None)
-        if at is not None and column not in numeric:
-            first = column is table.columns[0]
-            what = "a concentration in M" if first else f"a reading of '{shown(column.name)}'"
-            raise grid.fault(f"expected {what}, found '{shown(column.cells[at].text)}'.", table.rows[at], column.place)
+    _fault_of_words(table, numeric)
     raise grid.fault("expected a column of concentrations and at least one of readings.", table.rows[0])
+
+
+def _fault_of_words(table, numeric=()):
+    """The fault of words where numbers belong, if there are such."""
+    for column in table.columns:
+        at = next((i for i, cell in enumerate(column.cells) if cell.kind == "text"), None)
+        if at is not None and column not in numeric and column.role not in KEYS and column.role != "well":
+            first = column is table.columns[0] or column.role == "x"
+            what = "a concentration in M" if first else f"a reading of '{shown(column.name)}'"
+            raise table.grid.fault(
+                f"expected {what}, found '{shown(column.cells[at].text)}'.", table.rows[at], column.place
+            )
 
 
 def _before_x(table):
     """Numbers of rows may stand before a column that is named as the concentration."""
+    first = table.of("x")[0]
     for column in table.columns:
-        if column.role is None and column.place == 0 and column.is_numeric and column.name == "":
+        if column.role is None and column.place < first.place and column.is_numeric:
             if counts_rows(read_numbers(table, column)):
                 column.role = "index"
     if len(table.of("x")) > 1 and not _are_pairs(table):

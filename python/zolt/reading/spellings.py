@@ -25,7 +25,7 @@ _HEADERS = {
     role: (frozenset(entry["words"]), frozenset(entry["words"] + entry["fillers"]))
     for role, entry in SPELLINGS["headers"].items()
 }
-_OF_STOCK = re.compile(r"%\s*(?:\(?v/?v\)?)?\s*(?:of|von|from)?\s*(?:an?|the)?\s*(\d+(?:[.,]\d+)?)\s*(?:m|molar)\b(?:\s*stock)?")
+_OF_STOCK = re.compile(r"(%|fraction|part)\s*(?:\(?v/?v\)?)?\s*(?:of|von|from)?\s*(?:an?|the)?\s*(\d+(?:[.,]\d+)?)\s*(?:m|molar)\b(?:\s*stock)?")
 _BRACKETS = re.compile(r"[(\[{]([^()\[\]{}]*)[)\]}]")
 _BREAK = re.compile(r"[^\w%°±#+.μ·]+|_+|(?<!\d)\.|\.(?!\d)")
 
@@ -48,7 +48,7 @@ class Unit:
     stock: float = None
 
     def __str__(self):
-        return self.key if self.stock is None else f"% of {self.stock:g} M"
+        return self.key if self.stock is None else f"{self.key} of {self.stock:g} M"
 
 
 @lru_cache(1024)
@@ -56,10 +56,14 @@ def unit_of(text):
     """The `Unit` that a text names, or None."""
     text = plain(text).strip("()[]{} ").removeprefix("in ")
     if match := _OF_STOCK.fullmatch(text):
-        return Unit("%", float(match[1].replace(",", ".")))
+        return _unit_of_stock(match)
     joined = re.sub(r"[\s·.^*\-]", "", text)
     key = _UNIT_OF.get(joined) or _UNIT_OF.get(re.sub(r"[()/]", "", joined))
     return Unit(key) if key else None
+
+
+def _unit_of_stock(match):
+    return Unit("%" if match[1] == "%" else "fraction", float(match[2].replace(",", ".")))
 
 
 def denaturant_of(text):
@@ -96,8 +100,7 @@ def _without_unit(text):
     """The words of a header without its unit, the unit, and whether brackets or a slash set it off."""
     text = plain(text)
     if match := _OF_STOCK.search(text):
-        unit = Unit("%", float(match[1].replace(",", ".")))
-        return words_of(text[: match.start()] + " " + text[match.end() :]), unit, True
+        return words_of(text[: match.start()] + " " + text[match.end() :]), _unit_of_stock(match), True
     for match in reversed(list(_BRACKETS.finditer(text))):
         if unit := unit_of(match[1]):
             return words_of(text[: match.start()] + " " + text[match.end() :]), unit, True
@@ -131,7 +134,7 @@ def header_of(text):
     core, fillers = _HEADERS["x"]
     rest = [word for word in words if word not in fillers]
     named = denaturant_of(" ".join(rest)) if rest else None
-    if named or (not rest and (core.intersection(words) or (unit and "molar" in _entry(unit)))):
+    if named or (not rest and (core.intersection(words) or (unit and not unit.stock and "molar" in _entry(unit)))):
         return make("x", denaturant=named)
     if not rest and unit and unit.stock:
         return make("x")
@@ -146,7 +149,7 @@ def header_of(text):
         return make("temperature")
     if other := _other(every, words):
         return make("other", kind=other)
-    if set_off and ("molar" in _entry(unit) or unit.stock):  # the concentration of something
+    if set_off and (unit.stock or "molar" in _entry(unit)):  # the concentration of something
         if denaturant_in(text) or _HEADERS["x"][0].intersection(words):
             return make("x", denaturant=denaturant_in(text), stem=tuple(words))
         return make("other", kind="protein or ligand concentration")
@@ -168,6 +171,8 @@ def _is_temperature(words):
 def _other(every, words):
     """The quantity other than signal and concentration that a header names."""
     concentration = {"conc", "concentration", "concn", "konzentration"}
+    if every[-1] in SPELLINGS["volume_units"]:
+        return "volume"
     first = _OTHER_OF.get((words or every)[0])
     if first == "protein or ligand concentration":
         return first if concentration.intersection(every) else None

@@ -17,7 +17,7 @@ from .roles import assign_roles, runs_like_concentration
 from .spellings import SPELLINGS, denaturant_of, header_of, plain, unit_of, words_of
 from .temperatures import doubt_temperature, temperature_column, temperature_of
 
-_REPLICATE = re.compile(r"(.*?)[\s_\-.,(\[]*\b(?:rep|replicate|replica|repeat|run|trial|replikat)[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)", re.I)
+_REPLICATE = re.compile(r"(.*?)[\s_\-.,(\[]*\b(?:rep|replicate|replica|repeat|run|trial|replikat|n\s*=)[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)", re.I)
 _NUMBERED = re.compile(r"(.+?)(?:\.|\s*\()(\d{1,2})\)?")
 
 
@@ -83,7 +83,8 @@ def _upright(block, stated):
     if len(block.header) > 1 or not any(grid.rows[rows[0]][1:]):
         return block, stated
     molar = [cell_of(cell) for cell in grid.rows[rows[0]][1:]]
-    certain = sum(c.kind == "number" and unit_of(c.unit) is not None for c in molar) >= 3 and heads[0].role != "x"
+    corner = cell_of(grid.cell(rows[0], 0)).kind != "number"
+    certain = corner and sum(c.kind == "number" and unit_of(c.unit) is not None for c in molar) >= 3 and heads[0].role != "x"
     if any(kind == "number" for kind in firsts[1:]) and not certain:
         return block, stated
     if certain:

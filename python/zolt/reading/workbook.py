@@ -24,14 +24,16 @@ def grids_of_workbook(source, raw, skip_rows=0):
     """A `Grid` for every sheet, and the names of the sheets that are hidden."""
     if raw.startswith(_OLD):
         return _through_pandas(source, raw, "xlrd", skip_rows), []
-    _check_size(source, raw)
-    with zipfile.ZipFile(io.BytesIO(raw)) as package:
-        names = package.namelist()
-        if "xl/workbook.xml" not in names:
-            if "content.xml" in names and b"spreadsheet" in package.read("mimetype")[:200]:
-                return _through_pandas(source, raw, "odf", skip_rows), []
-            raise ReadError(f"{source}: expected a table, found a compressed file that is no workbook; unpack it first.")
-        formulas = any(b"<f" in package.read(n) for n in names if n.startswith("xl/worksheets/"))
+    try:
+        names, formulas = _contents(source, raw)
+    except ReadError:
+        raise
+    except Exception as fault:  # damaged packages raise errors of zipfile, zlib and more
+        raise ReadError(f"{source}: this workbook is damaged ({shown(str(fault), 80)}).") from None
+    if "xl/workbook.xml" not in names:
+        if "content.xml" in names:
+            return _through_pandas(source, raw, "odf", skip_rows), []
+        raise ReadError(f"{source}: expected a table, found a compressed file that is no workbook; unpack it first.")
     try:
         book = openpyxl.load_workbook(io.BytesIO(raw), read_only=True, data_only=True)
         plain = openpyxl.load_workbook(io.BytesIO(raw), read_only=True) if formulas else None
@@ -49,17 +51,17 @@ def grids_of_workbook(source, raw, skip_rows=0):
     return grids, hidden
 
 
-def _check_size(source, raw):
-    """Refuse what would fill the memory once it is unpacked."""
-    try:
-        with zipfile.ZipFile(io.BytesIO(raw)) as package:
-            size = sum(entry.file_size for entry in package.infolist())
-    except zipfile.BadZipFile as fault:
-        raise ReadError(f"{source}: this workbook is damaged ({shown(str(fault), 80)}).") from None
-    if size > MOST_UNPACKED:
-        raise ReadError(
-            f"{source}: this workbook unpacks to {size / 1e6:.0f} MB; at most {MOST_UNPACKED / 1e6:.0f} MB are read."
-        )
+def _contents(source, raw):
+    """Names of a package's entries and whether its sheets hold formulas; refuses what would fill the memory."""
+    with zipfile.ZipFile(io.BytesIO(raw)) as package:
+        size = sum(entry.file_size for entry in package.infolist())
+        if size > MOST_UNPACKED:
+            raise ReadError(
+                f"{source}: this workbook unpacks to {size / 1e6:.0f} MB; at most {MOST_UNPACKED / 1e6:.0f} MB are read."
+            )
+        names = package.namelist()
+        sheets = [name for name in names if name.startswith("xl/worksheets/")]
+        return names, any(b"<f" in package.read(name) for name in sheets)
 
 
 def _rows(source, sheet, plain, cells):
