@@ -72,7 +72,14 @@ def written(x, curves, seed):
     mark = draw.choice(".,")
     between = draw.choice("\t;" if mark == "," else "\t;,")
     head, factor = draw.choice(
-        [("Urea (M)", 1), ("[urea] / M", 1), ("Harnstoff [mol/L]", 1), ("urea_mM", 1000), ("% of 8 M urea", 12.5), ("c(Urea), M", 1)]
+        [
+            ("Urea (M)", 1),
+            ("[urea] / M", 1),
+            ("Harnstoff [mol/L]", 1),
+            ("urea_mM", 1000),
+            ("% of 8 M urea", 12.5),
+            ("c(Urea), M", 1),
+        ]
     )
     number = lambda v: f"{v:.10g}".replace(".", mark)  # noqa: E731
     quote = lambda t: f'"{t}"' if between in t else t  # noqa: E731
@@ -92,7 +99,13 @@ def written(x, curves, seed):
         if layout == "transposed":
             rows = [list(column) for column in zip(*[rows[0], *sorted(body, key=lambda r: xs.index(r[0]))])]
     lines = [between.join(map(quote, row)) for row in rows]
-    lines[:0] = draw.choice([[], ["# Temperature: 20 °C"], ["Operator" + between + "N. N.", "Temperature" + between + "293.15 K", ""]])
+    lines[:0] = draw.choice(
+        [
+            [],
+            ["# Temperature: 20 °C"],
+            ["Operator" + between + "N. N.", "Temperature" + between + "293.15 K", ""],
+        ]
+    )
     text = draw.choice(["\n", "\r\n", "\r"]).join(lines) + draw.choice(["", "\n"])
     return text.encode(draw.choice(["utf-8", "utf-8-sig", "utf-16", "utf-16-le"]))
 
@@ -121,7 +134,9 @@ def spoiled(raw, draw):
         lines[i], lines[j] = lines[j], lines[i]
     elif accident == 2:
         cells = lines[i].split(b",")
-        cells[draw.randrange(len(cells))] = draw.choice([b"", b"1e999", b"-", b'"', b"#REF!", b"9" * 400, b"\xff", b"1,2", b"nan"])
+        cells[draw.randrange(len(cells))] = draw.choice(
+            [b"", b"1e999", b"-", b'"', b"#REF!", b"9" * 400, b"\xff", b"1,2", b"nan"]
+        )
         lines[i] = b",".join(cells)
     elif accident == 3:
         lines[i] = lines[i] + draw.choice([b",", b",1", b";", b"\t2", b"\0"])
@@ -165,7 +180,12 @@ def write_plate(folder, wells):
 
 
 def test_a_plate_is_joined_with_its_layout(tmp_path):
-    wells = [["B02", "p53", 1.5, 5, 1], ["B1", "p53", 0.5, 5, 1], ["H12", "p53", 0.5, 5, 2], ["A1", "", "", "", ""]]
+    wells = [
+        ["B02", "p53", 1.5, 5, 1],
+        ["B1", "p53", 0.5, 5, 1],
+        ["H12", "p53", 0.5, 5, 2],
+        ["A1", "", "", "", ""],
+    ]
     first, second = read_curves(*write_plate(tmp_path, wells))
     assert (first.x.tolist(), first.y.tolist()) == ([0.5, 1.5], [101, 102])
     assert second.y.tolist() == [712] and second.replicate == 2.0 and first.label == 5.0
@@ -174,8 +194,14 @@ def test_a_plate_is_joined_with_its_layout(tmp_path):
 
 PLATE_FAULTS = {
     "no such well": ([["Z9", "a", 1, "", ""]], "layout.csv, row 2, column 1: .*no well 'Z9'"),
-    "the same well in two spellings": ([["A1", "a", 1, "", ""], ["a01", "b", 1, "", ""]], "row 3, column 1: well A1 is there twice"),
-    "no concentration": ([["A1", "a", 0, "", ""], ["A2", "a", "", "", ""]], "row 3, column 3: well A2 of 'a' has no concentration"),
+    "the same well in two spellings": (
+        [["A1", "a", 1, "", ""], ["a01", "b", 1, "", ""]],
+        "row 3, column 1: well A1 is there twice",
+    ),
+    "no concentration": (
+        [["A1", "a", 0, "", ""], ["A2", "a", "", "", ""]],
+        "row 3, column 3: well A2 of 'a' has no concentration",
+    ),
     "one concentration": ([["A1", "a", 1, "", ""], ["A2", "a", 1, "", ""]], "all concentrations are 1 M"),
 }
 
@@ -204,7 +230,10 @@ def far_cell():
 
 
 FOREIGN = {
-    "a bomb": (packed(xl__workbook_xml="", xl__worksheets__sheet1_xml=b"0" * 300_000_000), "unpacks to 300 MB; at most 200 MB"),
+    "a bomb": (
+        packed(xl__workbook_xml="", xl__worksheets__sheet1_xml=b"0" * 300_000_000),
+        "unpacks to 300 MB; at most 200 MB",
+    ),
     "no workbook in the package": (packed(readme="a text"), "a compressed file that is no workbook"),
     "a damaged package": (packed(readme="a text")[:40], "this workbook is damaged"),
     "a cell far away": (far_cell(), "no data|no readings|one column|cells"),

@@ -12,8 +12,9 @@ from pathlib import Path
 from .reading.columns import Options
 from .reading.curve import Curve, Reading, identical_curves, tell_apart
 from .reading.grid import Note, ReadError, shown
+from .reading.names import number_replicates
 from .reading.plates import plate_curves
-from .reading.tables import curves_of, number_replicates
+from .reading.tables import curves_of
 from .reading.text import MOST_BYTES, decode, grid_of_text
 from .reading.workbook import grids_of_workbook, is_workbook
 
@@ -96,7 +97,9 @@ def _grids(path, sheet, skip_rows=0):
         raise ReadError(f"{path}: there is no such file.")
     try:
         if path.stat().st_size > MOST_BYTES:
-            raise ReadError(f"{path}: the file has more than {MOST_BYTES / 1e6:.0f} MB; keep the table alone.")
+            raise ReadError(
+                f"{path}: the file has more than {MOST_BYTES / 1e6:.0f} MB; keep the table alone."
+            )
         raw = path.read_bytes()
     except OSError as fault:
         raise ReadError(f"{path}: the file cannot be opened ({fault.strerror}).") from None

@@ -4,13 +4,12 @@ A file may begin with lines about the instrument and end with more of them, may 
 below each other, and may name its concentrations in the first row in place of the first column.
 """
 
-import re
 from dataclasses import dataclass, field
 
 from .grid import Grid, shown
 from .numbers import cell_of
-from .quantities import degrees_in, stated, temperature_from
 from .spellings import SPELLINGS, header_of, plain, unit_of
+from .stated import stated_around, states_something
 from .text import split
 
 UNIT_WORDS = {
@@ -19,8 +18,6 @@ UNIT_WORDS = {
     *(name for entry in SPELLINGS["temperature_units"].values() for name in entry["names"]),
 }
 MARKS = ("label", "replicate", "temperature", "sd")  # rows below a header that tell of each column
-_WORDS_VALUE = re.compile(r"\W*([^\d:=]+?)\s+([+-]?\d.*)")
-_KEY_VALUE = re.compile(r"\s*([^:=\t;,]{1,60}?)\s*[:=\t;,]\s*(\S.*)")
 
 
 @dataclass
@@ -86,7 +83,7 @@ def find_blocks(grid):
         block, rest = _block(grid, above, body, classes)
         blocks.append(block)
         aside += rest
-    return blocks, _stated(grid, sorted(aside), classes)
+    return blocks, stated_around(grid, sorted(r for r in aside if any(grid.rows[r])))
 
 
 def _continues(grid, body, pending, row, classes):
@@ -104,16 +101,9 @@ def _continues(grid, body, pending, row, classes):
 
 def _end_of(grid, body, pending, classes):
     """Takes rows right below a run into it that are rows of readings with a fault; the rest."""
-    while pending and classes[pending[0]] == "K" and not _states_something(grid.rows[pending[0]]):
+    while pending and classes[pending[0]] == "K" and not states_something(grid.rows[pending[0]]):
         body.append(pending.pop(0))
     return pending
-
-
-def _states_something(cells):
-    """True for a row such as 'Temperature, 25'."""
-    key = plain(cells[0]).strip("#%!/:;$=. ") if cells else ""
-    known = SPELLINGS["metadata"]["denaturant"] + SPELLINGS["metadata"]["unit"] + SPELLINGS["short_temperature_keys"]
-    return key in known or key in SPELLINGS["axis_keys"] or header_of(key).role == "temperature"
 
 
 def _block(grid, above, body, classes):
@@ -142,13 +132,17 @@ def _block(grid, above, body, classes):
             units = row
         elif classes[row] == "T" or header_of(cells[0]).role == "x" or not cells[0]:
             header.insert(0, row)
-        elif len(cells) == width and _is_header(grid, near, row - 1, classes) and not _states_something(cells):
+        elif len(cells) == width and _is_header(grid, near, row - 1, classes) and not states_something(cells):
             faulty.insert(0, row)
         else:
             rest.append(row)
     body = [*faulty, *body]
     if header and cell_of(grid.cell(body[0], 0)).kind == "text" and len(grid.rows[header[-1]]) < width:
-        rest, header, marks = [*rest, *header, *marks.values()], [], {}  # the rows name themselves; what is above is about the file
+        rest, header, marks = (
+            [*rest, *header, *marks.values()],
+            [],
+            {},
+        )  # the rows name themselves; what is above is about the file
     if not header:  # numbers may be names: the first row of the run with words in front
         first = grid.cell(body[0], 0)
         if len(body) > 1 and cell_of(first).kind in ("text", "blank") and not _mark_role(grid.rows[body[0]]):
@@ -156,11 +150,20 @@ def _block(grid, above, body, classes):
                 header = [body.pop(0)]
     while len(body) > 1 and (role := _mark_role(grid.rows[body[0]])) and role not in marks:
         marks[role] = body.pop(0)
-    if header and len(body) > 2 and "replicate" not in marks and _numbers_replicates(grid, body[0], header[-1]):
+    if (
+        header
+        and len(body) > 2
+        and "replicate" not in marks
+        and _numbers_replicates(grid, body[0], header[-1])
+    ):
         marks["replicate"] = body.pop(0)
     keep = _header_rows(grid, header, body)
     rest += [r for r in header if r not in keep]
-    titles = [next(filter(None, grid.rows[r])) for r in rest if classes[r] == "T" and sum(map(bool, grid.rows[r])) == 1]
+    titles = [
+        next(filter(None, grid.rows[r]))
+        for r in rest
+        if classes[r] == "T" and sum(map(bool, grid.rows[r])) == 1
+    ]
     block = Block(grid, keep, marks, units, body, title=titles[-1] if titles else "")
     if not keep:
         block.labels = _header_elsewhere(grid, body, near)
@@ -179,7 +182,7 @@ def _has_header_above(grid, near, row):
 
 
 def _is_header(grid, near, row, classes):
-    return row in near and classes[row] == "T" and not _states_something(grid.rows[row])
+    return row in near and classes[row] == "T" and not states_something(grid.rows[row])
 
 
 def _numbers_replicates(grid, row, header):
@@ -228,53 +231,22 @@ def _header_elsewhere(grid, body, near):
     return []
 
 
-def _stated(grid, rows, classes):
-    """What comments and the rows around the tables state."""
-    pairs, texts = [], []
-    for _, text in grid.comments:
-        _sort(text, pairs, texts)
-    for row in rows:
-        cells = [cell for cell in grid.rows[row] if cell]
-        if classes[row] == "B":
-            continue
-        if len(cells) == 1 or grid.delimiter is None:
-            _sort(" ".join(cells), pairs, texts)
-        else:
-            pairs.append((cells[0].rstrip(":= "), " ".join(cells[1:3])))
-            texts.append(" ".join(cells))
-    return stated(pairs, texts)
-
-
-def _sort(text, pairs, texts):
-    """A line is a pair of key and value, or running text."""
-    if text.count("=") + text.count(":") > 1:  # several statements in a line
-        for part in re.split(r"[,;]\s+", text)[1:]:
-            if match := _KEY_VALUE.fullmatch(part):
-                pairs.append((match[1], match[2]))
-    if temperature_from(text) is not None and degrees_in(text):
-        pairs.append(("temperature", text))
-    elif match := _KEY_VALUE.fullmatch(text):
-        pairs.append((match[1], match[2]))
-    elif (match := _WORDS_VALUE.fullmatch(text)) and header_of(match[1]).role == "temperature":
-        pairs.append((match[1], match[2]))
-    elif len(words := text.split(None, 1)) == 2 and plain(words[0]) in SPELLINGS["axis_keys"]:
-        pairs.append(tuple(words))
-    texts.append(text)
-
-
 def rows_left_out(grid, blocks):
     """Rows of two numbers and more that are in no table: they must not vanish without a word."""
     used = {r for b in blocks for r in [*b.header, *b.body, *b.marks.values(), b.units]}
     for row, cells in enumerate(grid.rows):
         if row not in used and kinds_of(cells).count("number") >= 2:
-            grid.note("row_left_out", f"{grid.row_names[row]} ('{shown(' '.join(cells))}') belongs to no table")
+            grid.note(
+                "row_left_out", f"{grid.row_names[row]} ('{shown(' '.join(cells))}') belongs to no table"
+            )
 
 
 def block_with(grid, role):
     """The block below the first header with a column of the role, whatever its rows hold, or None."""
     for i, row in enumerate(grid.rows):
         roles = {header_of(cell).role for cell in row if cell}
-        if role in roles and len(roles - {None}) > 1:
+        words = [cell for cell in row if cell and cell_of(cell).kind != "number"]
+        if role in roles and len(words) > 1:
             body = [r for r in range(i + 1, len(grid.rows)) if any(grid.rows[r])]
             units = body.pop(0) if body and _is_unit_row(grid.rows[body[0]]) else None
             return Block(grid, [i], {}, units, body) if body else None
@@ -285,10 +257,16 @@ def plate_corners(grid):
     """Row and column of the corner above A and before 1 of every plate matrix."""
     found = []
     for i, row in enumerate(grid.rows[:-1]):
+        if not any(cell[:1] == "1" for cell in row[1:4]):
+            continue
         below = next((r for r in range(i + 1, min(i + 3, len(grid.rows))) if any(grid.rows[r])), i)
         for j in range(min(3, len(row))):
             ahead = [whole_number(cell) for cell in row[j + 1 : j + 3]]
-            if ahead == [1, 2] and whole_number(row[j]) is None and grid.cell(below, j).strip().upper() == "A":
+            if (
+                ahead == [1, 2]
+                and whole_number(row[j]) is None
+                and grid.cell(below, j).strip().upper() == "A"
+            ):
                 found.append((i, j))
                 break
     return found

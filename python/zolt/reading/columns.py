@@ -7,8 +7,10 @@ import numpy as np
 
 from .grid import Grid, shown, tidy_name
 from .numbers import AmbiguousMark, cell_of, has_thousands, proven_marks, values_of
-from .quantities import Stated
+from .stated import Stated
 from .spellings import Header, header_of, unit_of
+
+KEYS = ("curve", "label", "replicate")  # roles of columns that say to which curve a row belongs
 
 
 @dataclass(frozen=True)
@@ -27,7 +29,7 @@ class Options:
     unit: object = None
 
 
-@dataclass
+@dataclass(eq=False)
 class Column:
     """A column of a table: header, cells, and what it is taken for."""
 
@@ -134,7 +136,9 @@ def _fit_header(block, low, width):
     if not wider:
         return low, 0
     first = [cell_of(grid.cell(r, 0)) for r in block.body]
-    counts = all(c.kind == "number" and not c.mark for c in first) and counts_rows([c.value(".") for c in first])
+    counts = all(c.kind == "number" and not c.mark for c in first) and counts_rows(
+        [c.value(".") for c in first]
+    )
     if counts and all(len(grid.rows[r]) == len(low) + 1 for r in block.body):
         return ["", *low], 1  # numbers of rows without a header of their own
     cells = len(grid.rows[wider[0]])

@@ -18,13 +18,20 @@ def concentrations(table, column, options):
     grid = table.grid
     stated_unit = unit_of(str(options.unit)) if options.unit else None
     if options.unit and stated_unit is None:
-        raise grid.fault(f"--unit {shown(str(options.unit))} is no unit of concentration; M, mM, µM, g/L, '% of 8 M' and '% w/v' are.")
+        raise grid.fault(
+            f"--unit {shown(str(options.unit))} is no unit of concentration; M, mM, µM, g/L, '% of 8 M' and '% w/v' are."
+        )
     named = table.first("denaturant")
     if options.denaturant:
         column.denaturant = denaturant_of(options.denaturant) or tidy_name(options.denaturant)
     elif column.denaturant is None:
         own = denaturant_of(named.cells[0].text) if named else None
-        column.denaturant = own or table.stated.denaturant or denaturant_in(column.group) or denaturant_in(Path(grid.source).stem)
+        column.denaturant = (
+            own
+            or table.stated.denaturant
+            or denaturant_in(column.group)
+            or denaturant_in(Path(grid.source).stem)
+        )
     values = read_numbers(table, column).copy()
     unit = stated_unit or column.unit or _unit_column(table) or table.stated.unit
     in_cells = [unit_of(c.unit) if c.kind == "number" and c.unit else None for c in column.cells]
@@ -35,7 +42,11 @@ def concentrations(table, column, options):
             if isinstance(factor, str):
                 raise grid.fault(f"{factor}.", table.rows[i], column.place)
             if own is None and units and not unit and values[i] != 0.0:
-                raise grid.fault(f"'{cell.text}' has no unit while other concentrations have one.", table.rows[i], column.place)
+                raise grid.fault(
+                    f"'{cell.text}' has no unit while other concentrations have one.",
+                    table.rows[i],
+                    column.place,
+                )
             values[i] *= factor
     used = stated_unit or unit or (units.pop() if len(units) == 1 else None)
     if used is None and not units:
@@ -53,7 +64,9 @@ def _unit_column(table):
         units = {unit_of(cell.text) for cell in column.cells}
         if plain(column.name) in SPELLINGS["metadata"]["unit"] and None not in units:
             if len(units) > 1:
-                raise table.grid.fault("the concentrations have several units; convert them to one.", None, column.place)
+                raise table.grid.fault(
+                    "the concentrations have several units; convert them to one.", None, column.place
+                )
             return units.pop()
     return None
 
@@ -61,12 +74,18 @@ def _unit_column(table):
 def _check_concentrations(table, column, values, has_unit):
     grid, known = table.grid, values[~np.isnan(values)]
     if not known.size:
-        raise grid.fault("the column of concentrations holds no numbers; name another one with --x.", None, column.place)
+        raise grid.fault(
+            "the column of concentrations holds no numbers; name another one with --x.", None, column.place
+        )
     if known.min() < _LEAST:
         i = int(np.nanargmin(values))
-        raise grid.fault(f"a concentration below 0, {shown(column.cells[i].text)}.", table.rows[i], column.place)
+        raise grid.fault(
+            f"a concentration below 0, {shown(column.cells[i].text)}.", table.rows[i], column.place
+        )
     if known.size > 1 and np.ptp(known) == 0.0:
-        raise grid.fault(f"all concentrations are {known[0]:g} M; name another column with --x.", None, column.place)
+        raise grid.fault(
+            f"all concentrations are {known[0]:g} M; name another column with --x.", None, column.place
+        )
     highest, limit = float(known.max()), soluble(column.denaturant)
     if highest > HIGHEST_WITHOUT_UNIT and not table.options.unit:
         lack = "" if has_unit else " and no unit"
@@ -76,9 +95,14 @@ def _check_concentrations(table, column, values, has_unit):
         )  # fmt: skip
     if highest > limit:
         what = column.denaturant or "any denaturant"
-        grid.note("beyond_solubility", f"concentrations up to {highest:g} M, while {limit:g} M {what} dissolve at 25 °C")
+        grid.note(
+            "beyond_solubility",
+            f"concentrations up to {highest:g} M, while {limit:g} M {what} dissolve at 25 °C",
+        )
     if highest < _LITTLE:
-        grid.note("low_concentrations", f"concentrations reach {highest:g} M only; say --unit if they are not in M")
+        grid.note(
+            "low_concentrations", f"concentrations reach {highest:g} M only; say --unit if they are not in M"
+        )
 
 
 def need_concentrations(table, column, rows, x, given):
@@ -87,10 +111,18 @@ def need_concentrations(table, column, rows, x, given):
         i = rows[k]
         cell, row = column.cells[i], table.rows[i]
         words = plain(table.grid.cell(row, 0)).strip(":. ") or plain(cell.text)
-        if cell.kind == "missing" or plain(cell.text).strip(":. ") in SPELLINGS["summary_rows"] or words in SPELLINGS["summary_rows"]:
+        if (
+            cell.kind == "missing"
+            or plain(cell.text).strip(":. ") in SPELLINGS["summary_rows"]
+            or words in SPELLINGS["summary_rows"]
+        ):
             what = shown(cell.text or words)
-            table.grid.note("row_left_out", f"{table.grid.row_names[row]} left out: its concentration is '{what}'")
+            table.grid.note(
+                "row_left_out", f"{table.grid.row_names[row]} left out: its concentration is '{what}'"
+            )
         elif cell.kind == "blank":
             raise table.grid.fault("a reading without a concentration.", row)
         else:
-            raise table.grid.fault(f"expected a concentration in M, found '{shown(cell.text)}'.", row, column.place)
+            raise table.grid.fault(
+                f"expected a concentration in M, found '{shown(cell.text)}'.", row, column.place
+            )

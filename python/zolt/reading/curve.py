@@ -54,7 +54,9 @@ class Reading:
             low, high = min(x[0] for x in levels), max(x[-1] for x in levels)
             kinds = sorted({curve.denaturant for curve in self.curves if curve.denaturant})
             assumed = any(note.code == "unit_assumed" for note in self.notes)
-            parts.append(" ".join([f"{low:.4g} to {high:.4g} M", " or ".join(kinds), "(unit assumed)" * assumed]))
+            parts.append(
+                " ".join([f"{low:.4g} to {high:.4g} M", " or ".join(kinds), "(unit assumed)" * assumed])
+            )
             parts[-1] = " ".join(parts[-1].split())
         parts.append(self._temperatures(temperature))
         blanks = sum(note.code == "blank" for note in self.notes)
@@ -94,7 +96,9 @@ def tell_apart(curves):
         for i, curve in enumerate(curves):
             places.setdefault(curve.name, []).append(i)
         for name, same in places.items():
-            tails = [f"#{k}" if detail is None else curves[i].details.get(detail) for k, i in enumerate(same, 1)]
+            tails = [
+                f"#{k}" if detail is None else curves[i].details.get(detail) for k, i in enumerate(same, 1)
+            ]
             if len(set(tails)) < 2:
                 continue
             for i, tail in zip(same, tails):
@@ -114,5 +118,11 @@ def identical_curves(curves):
         key = (curve.x.tobytes(), curve.y.tobytes())
         other = first.setdefault(key, curve.name)
         if other != curve.name:
-            notes.append(Note("identical", f"the readings of '{shown(curve.name)}' are those of '{shown(other)}'", curve.name))
+            notes.append(
+                Note(
+                    "identical",
+                    f"the readings of '{shown(curve.name)}' are those of '{shown(other)}'",
+                    curve.name,
+                )
+            )
     return notes

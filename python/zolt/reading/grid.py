@@ -64,7 +64,9 @@ class Grid:
 
     def transposed(self, rows):
         """The chosen rows as columns."""
-        columns = [list(column) for column in zip(*([self.cell(r, c) for c in range(self.width)] for r in rows))]
+        columns = [
+            list(column) for column in zip(*([self.cell(r, c) for c in range(self.width)] for r in rows))
+        ]
         keep = [i for i, column in enumerate(columns) if any(column)]
         return Grid(
             self.source,

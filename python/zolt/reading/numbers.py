@@ -16,7 +16,10 @@ from .spellings import SPELLINGS, denaturant_of, plain, unit_of
 _REASON_OF = {text: reason for reason, texts in SPELLINGS["missing"].items() for text in texts}
 _TEMPERATURE_UNITS = {n for entry in SPELLINGS["temperature_units"].values() for n in entry["names"]}
 _MINUS = str.maketrans(dict.fromkeys("−‐‑‒–﹣-", "-"))
-_NUMBER = re.compile(r"([+-]?)\s*(\d[\d.,'’\u00a0\u2009\u202f ]*|[.,]\d+)(?:[eEdD]([+-]?\d{1,3})(?![\d.,]))?(.*)", re.S)
+_NUMBER = re.compile(
+    r"([+-]?)\s*(\d[\d.,'’\u00a0\u2009\u202f ]*|[.,]\d+)(?:[eEdD]([+-]?\d{1,3})(?![\d.,]))?(.*)", re.S
+)
+_PLAIN = re.compile(r"[+-]?\d{1,15}(?:\.\d{1,15})?")
 _GROUPS = re.compile(r"[1-9]\d{0,2}(?:(['’\u00a0\u2009\u202f ])\d{3})(?:\1\d{3})*(?:[.,]\d*)?")
 _FEW_DIGITS = re.compile(r"[1-9]\d{0,2}[.,]\d{3}")
 _LIMIT = re.compile(r"[<>≤≥~≈]\s*[+-]?[\d.,]+.*")
@@ -53,6 +56,9 @@ def cell_of(text):
     text = text.strip()
     if not text:
         return Cell("blank")
+    if _PLAIN.fullmatch(text):  # nearly all cells; what follows is for the others
+        mark = "" if "." not in text else "?." if _FEW_DIGITS.fullmatch(text.lstrip("+-")) else "."
+        return Cell("number", text, text, mark=mark)
     lowered = plain(text)
     if reason := _REASON_OF.get(lowered):
         return Cell("missing", text, reason=reason)

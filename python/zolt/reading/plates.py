@@ -20,7 +20,7 @@ from .numbers import cell_of, proven_marks
 from .quantities import celsius, temperature_from, temperature_unit
 from .spellings import SPELLINGS, header_of, plain
 from .concentrations import concentrations
-from .tables import plain_value
+from .names import plain_value
 
 _WELL = re.compile(r"([A-Z]|A[A-F])[\s\-_]*0*([1-9]\d?)")
 
@@ -40,8 +40,14 @@ def _matrices(grid, options):
         for i in range(top + 1, end):
             letter = grid.cell(i, left).strip().upper()
             if not re.fullmatch(r"[A-Z]|A[A-F]", letter):
-                if any(grid.rows[i]) and cell_of(grid.cell(i, left)).kind in ("number", "blank") and _has_numbers(grid, i, left):
-                    raise grid.fault(f"expected a plate row A to P, found '{shown(grid.cell(i, left))}'.", i, left)
+                if (
+                    any(grid.rows[i])
+                    and cell_of(grid.cell(i, left)).kind in ("number", "blank")
+                    and _has_numbers(grid, i, left)
+                ):
+                    raise grid.fault(
+                        f"expected a plate row A to P, found '{shown(grid.cell(i, left))}'.", i, left
+                    )
                 if wells and any(grid.rows[i]):
                     break
                 continue
@@ -99,9 +105,12 @@ def _well_table(grid, options):
                 raise grid.fault(f"well {name} is there twice.", table.rows[i], wells.place)
         if signals and any(names):
             return {
-                s.name: {n: (c, r, s.place) for n, c, r in zip(names, s.cells, table.rows) if n} for s in signals
+                s.name: {n: (c, r, s.place) for n, c, r in zip(names, s.cells, table.rows) if n}
+                for s in signals
             }
-    raise grid.fault("expected a plate matrix with columns 1, 2, ... and rows A, B, ..., or a table with the columns well and signal.")
+    raise grid.fault(
+        "expected a plate matrix with columns 1, 2, ... and rows A, B, ..., or a table with the columns well and signal."
+    )
 
 
 def _layout_table(layout, options):
@@ -137,7 +146,9 @@ def plate_curves(grid, layout, options):
     for i, cell in enumerate(roles["well"].cells):
         well = well_of(cell.text)
         if well is None or (i not in empty and not any(well in wells for wells in signals.values())):
-            raise layout.fault(f"{grid.source} has no well '{shown(cell.text)}'.", table.rows[i], roles["well"].place)
+            raise layout.fault(
+                f"{grid.source} has no well '{shown(cell.text)}'.", table.rows[i], roles["well"].place
+            )
         if well in seen:
             raise layout.fault(f"well {well} is there twice; it stands in {layout.row_names[table.rows[seen[well]]]} too.",
                                table.rows[i], roles["well"].place)  # fmt: skip
@@ -170,9 +181,19 @@ def _curve(grid, layout, table, roles, key, rows, molar, places, wells, stated, 
     for i in rows:
         value, cell = wells.get(places[i], (np.nan, cell_of("")))
         if cell.kind in ("missing", "text"):
-            grid.note("blank", f"well {places[i]} holds '{shown(cell.text)}' ({cell.reason or 'not a number'})", name)
+            grid.note(
+                "blank",
+                f"well {places[i]} holds '{shown(cell.text)}' ({cell.reason or 'not a number'})",
+                name,
+            )
+        elif cell.kind == "blank":
+            grid.note("blank", f"well {places[i]} of '{shown(name)}' holds no reading", name)
         elif np.isnan(molar[i]) and not np.isnan(value):
-            raise layout.fault(f"well {places[i]} of '{shown(sample)}' has no concentration.", table.rows[i], roles["x"].place)
+            raise layout.fault(
+                f"well {places[i]} of '{shown(sample)}' has no concentration.",
+                table.rows[i],
+                roles["x"].place,
+            )
         if not np.isnan(value):
             used.append((molar[i], value, places[i]))
     used.sort(key=lambda entry: entry[0])
@@ -197,5 +218,9 @@ def _layout_temperature(layout, table, column, rows):
             values.add(temperature_from(cell.text) if cell.unit else celsius(cell.value("."), entry))
     if None in values or len(values) > 1:
         texts = ", ".join(dict.fromkeys(shown(column.cells[i].text) for i in rows))
-        raise layout.fault(f"expected one temperature of 0 to 100 °C for a curve, found {texts}.", table.rows[rows[0]], column.place)
+        raise layout.fault(
+            f"expected one temperature of 0 to 100 °C for a curve, found {texts}.",
+            table.rows[rows[0]],
+            column.place,
+        )
     return values.pop() if values else None

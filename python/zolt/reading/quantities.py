@@ -1,9 +1,8 @@
 """Concentrations in M and temperatures in °C from what tables say of them."""
 
 import re
-from dataclasses import dataclass
 
-from .spellings import SPELLINGS, Unit, denaturant_in, denaturant_of, header_of, plain, unit_of
+from .spellings import SPELLINGS, plain
 
 HIGHEST_WITHOUT_UNIT = 15.0  # M; more than any denaturant dissolves, so something else is meant
 ENGINE_RANGE = 0.0, 100.0  # °C
@@ -66,57 +65,6 @@ def temperature_in_name(text):
 def degrees_in(text):
     """All temperatures with degrees as their unit within a text, as they stand."""
     return _DEGREES.findall(plain(text))
-
-
-@dataclass(frozen=True)
-class Stated:
-    """What the text around a table states: temperature in °C, denaturant and unit, or None.
-
-    `unclear` is a temperature that was given and could not be understood.
-    """
-
-    temperature: float = None
-    denaturant: str = None
-    unit: Unit = None
-    unclear: str = None
-    loose: tuple = ()  # temperatures in running text, which may be of anything
-    axes: tuple = ()  # headers that an instrument writes above its columns
-
-
-def stated(pairs, texts):
-    """The `Stated` of pairs of key and value and of running texts."""
-    temperature = denaturant = unit = unclear = None
-    axes, loose = {}, []
-    for key, value in pairs:
-        bare = plain(key).strip("#%!/:;$ ")
-        header = header_of(bare)
-        if header.role == "temperature" or bare in SPELLINGS["short_temperature_keys"]:
-            entry = temperature_unit(bare)
-            name = entry["names"][0] if entry else ""
-            degrees = temperature_from(value, name)
-            if degrees is None:
-                unclear = unclear or value
-            elif temperature is not None and abs(degrees - temperature) > 1.0:
-                unclear = unclear or f"{temperature:g} °C and {degrees:g} °C"
-            elif temperature is None:
-                temperature = degrees
-        elif bare in SPELLINGS["metadata"]["denaturant"]:
-            denaturant = denaturant or _denaturant(value)
-        elif bare in SPELLINGS["metadata"]["unit"]:
-            unit = unit or unit_of(value)
-        elif bare in SPELLINGS["axis_keys"]:
-            axes.setdefault(bare, value)
-        else:
-            loose += degrees_in(value)
-    for text in texts:
-        loose += degrees_in(text)
-    temperature = None if unclear else temperature
-    headers = tuple(axes[key] for key in SPELLINGS["axis_keys"] if key in axes)
-    return Stated(temperature, denaturant, unit, unclear, tuple(loose), headers)
-
-
-def _denaturant(text):
-    return denaturant_of(text) or denaturant_in(text)
 
 
 def factor_to_molar(unit, denaturant):

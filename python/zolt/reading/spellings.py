@@ -13,19 +13,17 @@ from pathlib import Path
 
 SPELLINGS = json.loads(Path(__file__).with_name("spellings.json").read_text(encoding="utf-8"))
 
-_DENATURANT_OF = {
-    name: key for key, entry in SPELLINGS["denaturants"].items() for name in entry["names"]
-}
-_UNIT_OF = {
-    name: key for key, entry in SPELLINGS["concentration_units"].items() for name in entry["names"]
-}
+_DENATURANT_OF = {name: key for key, entry in SPELLINGS["denaturants"].items() for name in entry["names"]}
+_UNIT_OF = {name: key for key, entry in SPELLINGS["concentration_units"].items() for name in entry["names"]}
 _OTHER_OF = {word: key for key, words in SPELLINGS["other_quantities"].items() for word in words}
 _DEVIATION_OF = {word: key for key, words in SPELLINGS["deviation_words"].items() for word in words}
 _HEADERS = {
     role: (frozenset(entry["words"]), frozenset(entry["words"] + entry["fillers"]))
     for role, entry in SPELLINGS["headers"].items()
 }
-_OF_STOCK = re.compile(r"(%|fraction|part)\s*(?:\(?v/?v\)?)?\s*(?:of|von|from)?\s*(?:an?|the)?\s*(\d+(?:[.,]\d+)?)\s*(?:m|molar)\b(?:\s*stock)?")
+_OF_STOCK = re.compile(
+    r"(%|fraction|part)\s*(?:\(?v/?v\)?)?\s*(?:of|von|from)?\s*(?:an?|the)?\s*(\d+(?:[.,]\d+)?)\s*(?:m|molar)\b(?:\s*stock)?"
+)
 _BRACKETS = re.compile(r"[(\[{]([^()\[\]{}]*)[)\]}]")
 _BREAK = re.compile(r"[^\w%°±#+.μ·]+|_+|(?<!\d)\.|\.(?!\d)")
 
@@ -134,7 +132,9 @@ def header_of(text):
     core, fillers = _HEADERS["x"]
     rest = [word for word in words if word not in fillers]
     named = denaturant_of(" ".join(rest)) if rest else None
-    if named or (not rest and (core.intersection(words) or (unit and not unit.stock and "molar" in _entry(unit)))):
+    if named or (
+        not rest and (core.intersection(words) or (unit and not unit.stock and "molar" in _entry(unit)))
+    ):
         return make("x", denaturant=named)
     if not rest and unit and unit.stock:
         return make("x")

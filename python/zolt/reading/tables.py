@@ -1,24 +1,22 @@
 """Curves from the tables of a grid, whichever way these are laid out."""
 
 import re
-from collections import Counter
 from dataclasses import replace
 from pathlib import Path
 
 import numpy as np
 
 from .blocks import block_with, find_blocks, kinds_of, plate_corners, rows_left_out
-from .columns import read_numbers, table_of
+from .columns import KEYS, read_numbers, table_of
 from .concentrations import concentrations, need_concentrations
-from .curve import LONGEST_NAME, Curve
+from .curve import Curve
 from .grid import shown, tidy_name
 from .numbers import cell_of
-from .roles import assign_roles, runs_like_concentration
-from .spellings import SPELLINGS, denaturant_of, header_of, plain, unit_of, words_of
+from .names import names_of, plain_value, signal_names
+from .roles import assign_roles
+from .signals import runs_like_concentration
+from .spellings import SPELLINGS, denaturant_of, header_of, plain, unit_of
 from .temperatures import doubt_temperature, temperature_column, temperature_of
-
-_REPLICATE = re.compile(r"(.*?)[\s_\-.,(\[]*\b(?:rep|replicate|replica|repeat|run|trial|replikat|n\s*=)[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)", re.I)
-_NUMBERED = re.compile(r"(.+?)(?:\.|\s*\()(\d{1,2})\)?")
 
 
 def curves_of(grid, options):
@@ -39,7 +37,9 @@ def curves_of(grid, options):
             raise grid.fault("the file has a header but no readings below it.")
         raise grid.fault(f"expected a number, found '{shown(grid.cell(row, column))}'.", row, column)
     if plate_corners(grid):
-        raise grid.fault("this is a plate; say with --layout which well holds which sample and concentration.")
+        raise grid.fault(
+            "this is a plate; say with --layout which well holds which sample and concentration."
+        )
     rows_left_out(grid, blocks)
     curves = []
     doubt_temperature(grid, stated)
@@ -84,7 +84,11 @@ def _upright(block, stated):
         return block, stated
     molar = [cell_of(cell) for cell in grid.rows[rows[0]][1:]]
     corner = cell_of(grid.cell(rows[0], 0)).kind != "number"
-    certain = corner and sum(c.kind == "number" and unit_of(c.unit) is not None for c in molar) >= 3 and heads[0].role != "x"
+    certain = (
+        corner
+        and sum(c.kind == "number" and unit_of(c.unit) is not None for c in molar) >= 3
+        and heads[0].role != "x"
+    )
     if any(kind == "number" for kind in firsts[1:]) and not certain:
         return block, stated
     if certain:
@@ -121,14 +125,14 @@ def _turned(block, rows):
 
 
 def _curves_of_table(table, options):
-    keys = [c for c in table.columns if c.role in ("curve", "label", "replicate", "part")]
+    keys = [c for c in table.columns if c.role in (*KEYS, "part")]
     temperatures = temperature_column(table, keys)
     groups = {}
     for i in range(len(table.rows)):
         groups.setdefault(tuple(column.cells[i].text for column in keys), []).append(i)
     molar = {id(x): concentrations(table, x, options) for x in table.of("x")}
     signals = table.of("y")
-    base = _signal_names(table, signals)
+    base = signal_names(table, signals)
     curves = []
     for key, rows in groups.items():
         named = dict(zip([(c.role, c.header.text) for c in keys], key))
@@ -141,44 +145,23 @@ def _curves_of_table(table, options):
     return curves
 
 
-def _signal_names(table, signals):
-    """Names of the signals from header and group; equal ones of one protein are told apart later."""
-    names = []
-    for i, column in enumerate(signals, start=1):
-        general = header_of(column.name).role in ("y", "deviation") or not column.name
-        group = column.group if column.group != column.name else ""
-        if group and header_of(group).role in ("x", "y"):
-            group = ""
-        twin = words_of(column.name)[-1:] == ["y"] and len(words_of(column.name)) > 1
-        if twin:
-            names.append(re.sub(r"[\s_\-.]*y$", "", column.name, flags=re.I))
-        elif general and group:
-            names.append(group)
-        elif group and [c.name for c in signals].count(column.name) > 1:
-            names.append(f"{group} {column.name}")
-        elif group and len(table.of("x")) > 1:
-            names.append(group if column.of.name == group else f"{group} {column.name}")
-        elif column.name:
-            names.append(column.name)
-        else:
-            over = column.of.name if len(table.of("x")) > 1 and header_of(column.of.name).role is None else ""
-            names.append(over or f"curve {i}")
-    return names
-
-
 def _curve(table, signal, base, rows, named, molar, temperatures, many):
     grid = table.grid
     x_column = signal.of
     x_all, y_all = molar[id(x_column)], read_numbers(table, signal)
     x, y = x_all[rows], y_all[rows]
     temperature = temperature_of(table, signal, temperatures, rows)
-    name, label, replicate, group = _names(base, named, many, table, temperature)
+    name, label, replicate, group = names_of(base, named, many, table, temperature)
     label = _mark(table, "label", signal) if label is None else label
     replicate = _mark(table, "replicate", signal) if replicate is None else replicate
     for i, cell in zip(rows, (signal.cells[i] for i in rows)):
         if cell.kind in ("missing", "text") and not np.isnan(x_all[i]):
             reason = cell.reason or "not a number"
-            grid.note("blank", f"{grid.row_names[table.rows[i]]} of '{shown(name)}' holds '{shown(cell.text)}' ({reason})", name)
+            grid.note(
+                "blank",
+                f"{grid.row_names[table.rows[i]]} of '{shown(name)}' holds '{shown(cell.text)}' ({reason})",
+                name,
+            )
     given = ~np.isnan(y)
     _note_restart(table, rows, x, name)
     need_concentrations(table, x_column, rows, x, given)
@@ -199,7 +182,9 @@ def _curve(table, signal, base, rows, named, molar, temperatures, many):
     if well is not None:
         texts = list(dict.fromkeys(well.cells[i].text for i in take))
         details["well"] = " ".join(texts[:400])
-    return Curve(name, x_all[take], y_all[take], temperature, label, replicate, details, sd, n, group, denaturant)
+    return Curve(
+        name, x_all[take], y_all[take], temperature, label, replicate, details, sd, n, group, denaturant
+    )
 
 
 def _note_restart(table, rows, x, name):
@@ -211,7 +196,11 @@ def _note_restart(table, rows, x, name):
         again = x[known][falls + 1]
         if (again <= x[known].min() + 0.2 * np.ptp(x[known])).all():
             row = table.grid.row_names[table.rows[rows[known[falls[0] + 1]]]]
-            table.grid.note("begins_again", f"the concentrations of '{shown(name)}' begin again in {row}; taken as one curve", name)
+            table.grid.note(
+                "begins_again",
+                f"the concentrations of '{shown(name)}' begin again in {row}; taken as one curve",
+                name,
+            )
 
 
 def _mark(table, role, signal):
@@ -225,74 +214,3 @@ def _deviation(table, column, take, name):
     what = {"sd": "standard deviation", "sem": "standard error", "error": "error"}[kind]
     table.grid.note("deviation", f"{column} kept as {what} of '{shown(name)}'", name)
     return read_numbers(table, column)[take]
-
-
-def _names(base, named, many, table, temperature):
-    """Name, label, replicate and group of a curve from its keys and the name of its signal."""
-    texts = {role: text for (role, _), text in named.items()}
-    label, replicate = (plain_value(texts[r]) if r in texts else None for r in ("label", "replicate"))
-    if not named:
-        group, found = _replicate_of(base, table)
-        return _short(base), None, found, group
-    parts = [texts.get("curve", "")]
-    parts += [f"{role} {texts[role]}" for role in ("label", "replicate") if texts.get(role)]
-    for (role, header), text in named.items():
-        if role == "part" and header_of(header).role == "temperature":
-            parts.append(f"{temperature:g} °C")
-        elif role == "part":
-            parts.append(text if cell_of(text).kind == "text" else f"{tidy_name(header)} {text}")
-            label = plain_value(text) if label is None else label
-    if many or not any(parts):
-        parts.append(base)
-    name = tidy_name(" ".join(filter(None, parts)))
-    group = None
-    within, number = _replicate_of(base, table)
-    if texts.get("replicate"):
-        group = tidy_name(" ".join(part for part in parts if part and not part.startswith("replicate "))) or base
-    elif within and parts[-1] == base:
-        replicate = number
-        group = tidy_name(" ".join(filter(None, [*parts[:-1], "" if within == "replicates" else within])))
-    return _short(name), label, replicate, group
-
-
-def _short(name):
-    name = tidy_name(name)
-    return name if len(name) <= LONGEST_NAME else name[: LONGEST_NAME - 1] + "…"
-
-
-def _replicate_of(name, table):
-    """Group and replicate that the name of a column states: 'WT rep 2', 'WT (2)', 'WT.2' or 'WT' twice."""
-    if match := _REPLICATE.fullmatch(name.replace("_", " ")):
-        rest = " ".join(filter(None, [match[1].strip(" ,-"), match[3].strip(" ,-")]))
-        return rest or "replicates", plain_value(match[2])
-    names = [column.name for column in table.of("y")]
-    if match := _NUMBERED.fullmatch(name):
-        twins = [n for n in names if n != name and (n == match[1] or (m := _NUMBERED.fullmatch(n)) and m[1] == match[1])]
-        if twins:
-            return match[1], float(match[2])
-    if any((m := _NUMBERED.fullmatch(n)) and m[1] == name for n in names):
-        return name, None
-    if names.count(name) > 1 and header_of(name).role is None:
-        return name, None
-    return None, None
-
-
-def number_replicates(curves):
-    """Curves of equal names become numbered replicates of one group."""
-    counts, seen, numbered = Counter(c.name for c in curves if c.group == c.name), Counter(), []
-    for curve in curves:
-        if curve.group == curve.name and counts[curve.name] > 1:
-            seen[curve.name] += 1
-            number = float(seen[curve.name]) if curve.replicate is None else curve.replicate
-            text = f"{number:g}" if isinstance(number, float) else number
-            curve = replace(curve, name=f"{curve.name} replicate {text}", replicate=number)
-        numbered.append(curve)
-    return numbered
-
-
-def plain_value(text):
-    """A number where the text is one, else the text; None for a blank."""
-    cell = cell_of(text)
-    if cell.kind in ("blank", "missing"):
-        return None
-    return cell.value(".") if cell.kind == "number" and not cell.unit else tidy_name(cell.text)

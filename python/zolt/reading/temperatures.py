@@ -23,7 +23,9 @@ def temperature_column(table, keys):
     outside = next((i for i, value in enumerate(values) if value is None), None)
     if outside is not None:
         raise table.grid.fault(
-            f"the temperature {shown(column.cells[outside].text)} is outside of 0 to 100 °C.", table.rows[outside], column.place
+            f"the temperature {shown(column.cells[outside].text)} is outside of 0 to 100 °C.",
+            table.rows[outside],
+            column.place,
         )
     values = np.array(values, float)
     levels = np.unique(np.round(values[~np.isnan(values)], 3))
@@ -31,7 +33,9 @@ def temperature_column(table, keys):
     if levels.size > 1 and np.ptp(levels) > 1.0:
         if min(groups.values()) < 3:
             raise table.grid.fault(
-                f"the temperatures run from {levels[0]:g} to {levels[-1]:g} °C; a curve needs one temperature.", None, column.place
+                f"the temperatures run from {levels[0]:g} to {levels[-1]:g} °C; a curve needs one temperature.",
+                None,
+                column.place,
             )
         keys.append(column)
         column.role = "part"
@@ -47,7 +51,9 @@ def temperature_of(table, signal, by_row, rows):
     if text:
         degrees = temperature_from(text, _unit_text(marks[0]))
         if degrees is None:
-            raise table.grid.fault(f"expected a temperature of 0 to 100 °C for {signal}, found '{shown(text)}'.")
+            raise table.grid.fault(
+                f"expected a temperature of 0 to 100 °C for {signal}, found '{shown(text)}'."
+            )
         return degrees
     for text in (signal.name, signal.group, signal.of.name, table.title):
         degrees = temperature_in_name(text)
@@ -59,13 +65,22 @@ def temperature_of(table, signal, by_row, rows):
 def doubt_temperature(grid, stated):
     """A note on a temperature that is mentioned and could not be taken."""
     if stated.unclear is not None:
-        grid.note("temperature_unclear", f"the temperature '{shown(stated.unclear)}' is not understood; say --temperature")
+        grid.note(
+            "temperature_unclear",
+            f"the temperature '{shown(stated.unclear)}' is not understood; say --temperature",
+        )
     elif stated.temperature is None and stated.loose:
-        grid.note("temperature_unclear", f"the text mentions {stated.loose[0]} °C, which may be of something else; say --temperature")
+        grid.note(
+            "temperature_unclear",
+            f"the text mentions {stated.loose[0]} °C, which may be of something else; say --temperature",
+        )
     elif stated.temperature is None:
         degrees = temperature_in_name(Path(grid.source).stem.replace("-", " "))
         if degrees is not None:
-            grid.note("temperature_unclear", f"the file's name says {degrees:g} °C; say --temperature {degrees:g} if that is so")
+            grid.note(
+                "temperature_unclear",
+                f"the file's name says {degrees:g} °C; say --temperature {degrees:g} if that is so",
+            )
 
 
 def _unit_text(text):

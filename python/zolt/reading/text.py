@@ -43,7 +43,9 @@ def decode(source, raw):
     if re.match(r"\s*[{\[]\s*[\"{\[]", text[:200]):
         raise ReadError(f"{source}: expected a text table, found JSON; save it as .csv or .xlsx.")
     if re.match(r"\s*<(!doctype|html|\?xml|table)", text[:200], re.I):
-        raise ReadError(f"{source}: expected a text table, found a web page or XML; save it as .csv or .xlsx.")
+        raise ReadError(
+            f"{source}: expected a text table, found a web page or XML; save it as .csv or .xlsx."
+        )
     return text
 
 
@@ -119,7 +121,9 @@ def _is_comment(line):
     line = line.lstrip("\ufeff \t")
     if not line.startswith("#") or line[1:2] in (",", ";", "\t"):
         return False
-    return not any(line.lower().startswith(mark) for mark in _ERROR_CELLS) and not re.match(r"#{3,}[,;\t]", line)
+    return not any(line.lower().startswith(mark) for mark in _ERROR_CELLS) and not re.match(
+        r"#{3,}[,;\t]", line
+    )
 
 
 def _records(lines, delimiter):

@@ -33,7 +33,9 @@ def grids_of_workbook(source, raw, skip_rows=0):
     if "xl/workbook.xml" not in names:
         if "content.xml" in names:
             return _through_pandas(source, raw, "odf", skip_rows), []
-        raise ReadError(f"{source}: expected a table, found a compressed file that is no workbook; unpack it first.")
+        raise ReadError(
+            f"{source}: expected a table, found a compressed file that is no workbook; unpack it first."
+        )
     try:
         book = openpyxl.load_workbook(io.BytesIO(raw), read_only=True, data_only=True)
         plain = openpyxl.load_workbook(io.BytesIO(raw), read_only=True) if formulas else None
@@ -75,7 +77,9 @@ def _rows(source, sheet, plain, cells):
     for row in sheet.iter_rows():
         cells += len(row) + 1
         if cells > MOST_CELLS:
-            raise ReadError(f"{source}, sheet '{shown(sheet.title)}': more than {MOST_CELLS} cells; keep the table alone.")
+            raise ReadError(
+                f"{source}, sheet '{shown(sheet.title)}': more than {MOST_CELLS} cells; keep the table alone."
+            )
         texts = [_text(cell.value, cell.number_format if cell.value is not None else "") for cell in row]
         if formulas is not None:
             for i, cell in enumerate(next(formulas, ())):
@@ -109,7 +113,11 @@ def _grid(source, rows, title, skip_rows):
     kept, names, comments = [], [], []
     for i, row in enumerate(rows):
         first = next(filter(None, row), "")
-        if first.startswith("#") and re.match(r"#+\s*\w[^!]*$", first) and not re.match(r"#\s*(n/?a|name|nv|null)\b", first, re.I):
+        if (
+            first.startswith("#")
+            and re.match(r"#+\s*\w[^!]*$", first)
+            and not re.match(r"#\s*(n/?a|name|nv|null)\b", first, re.I)
+        ):
             comments.append((len(kept), "\t".join(filter(None, row)).lstrip("# ")))
             continue
         kept.append(row)
@@ -122,9 +130,13 @@ def _through_pandas(source, raw, engine, skip_rows):
     try:
         frames = pd.read_excel(io.BytesIO(raw), sheet_name=None, header=None, dtype=object, engine=engine)
     except ImportError:
-        raise ReadError(f"{source}: this kind of workbook needs the Python package {engine}; or save it as .xlsx.") from None
+        raise ReadError(
+            f"{source}: this kind of workbook needs the Python package {engine}; or save it as .xlsx."
+        ) from None
     except Exception as fault:  # the readers behind pandas raise errors of many kinds
-        raise ReadError(f"{source}: this workbook cannot be read ({shown(str(fault), 120)}); save it as .xlsx.") from None
+        raise ReadError(
+            f"{source}: this workbook cannot be read ({shown(str(fault), 120)}); save it as .xlsx."
+        ) from None
     grids = []
     for title, frame in frames.items():
         rows = [["" if pd.isna(v) else _text(v, "") for v in row] for row in frame.to_numpy()]
