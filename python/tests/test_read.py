@@ -232,7 +232,7 @@ def far_cell():
 FOREIGN = {
     "a bomb": (
         packed(xl__workbook_xml="", xl__worksheets__sheet1_xml=b"0" * 300_000_000),
-        "unpacks to 300 MB; at most 200 MB",
+        "unpacks to 300 MB; at most 100 MB",
     ),
     "no workbook in the package": (packed(readme="a text"), "a compressed file that is no workbook"),
     "a damaged package": (packed(readme="a text")[:40], "this workbook is damaged"),

@@ -74,6 +74,11 @@ def read_together(paths, layout=None, temperature=None, **options):
     for i, (path, found) in enumerate(results):
         if isinstance(found, Reading):
             own = [_with_origin(next(curves), temperature) for _ in found.curves]
+            kept = {c.temperature for c in own} - {None, temperature}
+            if temperature is not None and kept:
+                stated = " and ".join(f"{value:g}" for value in sorted(kept))
+                text = f"{stated} °C of the file kept; {temperature:g} °C is for curves whose file is silent"
+                found.notes.append(Note("temperature_kept", text))
             names = {curve.name for curve in own}
             more = [note for note in notes if note.curve in names and note not in found.notes]
             results[i] = path, Reading(found.source, own, found.notes + more)

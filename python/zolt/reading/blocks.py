@@ -30,6 +30,7 @@ class Block:
     units: int  # number of the row of units, or None
     body: list
     title: str = ""
+    corner: str = ""  # name of the concentrations where it stands in a row of its own
     labels: list = field(default_factory=list)  # headers that stand elsewhere than above the table
 
 
@@ -75,12 +76,17 @@ def find_blocks(grid):
         pending = _end_of(grid, runs[-1][1], pending, classes)
     aside += pending
     most = max((len(body) for _, body in runs), default=0)
-    blocks = []
+    blocks, carried = [], {}
     for above, body in runs:
         if len(body) < min(3, most):
-            aside += [*above, *body]
+            aside += above
+            if all(map(_mark_role, (grid.rows[r] for r in body))):  # marks above the header
+                carried = {_mark_role(grid.rows[r]): r for r in body}
+            else:
+                aside += body
             continue
         block, rest = _block(grid, above, body, classes)
+        block.marks, carried = {**carried, **block.marks}, {}
         blocks.append(block)
         aside += rest
     return blocks, stated_around(grid, sorted(r for r in aside if any(grid.rows[r])))
@@ -117,7 +123,7 @@ def _block(grid, above, body, classes):
             start -= 1
     rest, near = above[:start], [r for r in above[start:] if classes[r] in "TK"]
     width = max(len(grid.rows[r]) for r in body)
-    marks, units, header, faulty = {}, None, [], []
+    marks, units, header, faulty, corner = {}, None, [], [], ""
     for row in reversed(near):
         cells = grid.rows[row]
         role = _mark_role(cells)
@@ -138,11 +144,8 @@ def _block(grid, above, body, classes):
             rest.append(row)
     body = [*faulty, *body]
     if header and cell_of(grid.cell(body[0], 0)).kind == "text" and len(grid.rows[header[-1]]) < width:
-        rest, header, marks = (
-            [*rest, *header, *marks.values()],
-            [],
-            {},
-        )  # the rows name themselves; what is above is about the file
+        # The rows name themselves; what is above is about the file.
+        rest, header, marks = [*rest, *header, *marks.values()], [], {}
     if not header:  # numbers may be names: the first row of the run with words in front
         first = grid.cell(body[0], 0)
         if len(body) > 1 and cell_of(first).kind in ("text", "blank") and not _mark_role(grid.rows[body[0]]):
@@ -150,12 +153,10 @@ def _block(grid, above, body, classes):
                 header = [body.pop(0)]
     while len(body) > 1 and (role := _mark_role(grid.rows[body[0]])) and role not in marks:
         marks[role] = body.pop(0)
-    if (
-        header
-        and len(body) > 2
-        and "replicate" not in marks
-        and _numbers_replicates(grid, body[0], header[-1])
-    ):
+    for row in range(header[-1] + 1, body[0]) if header else ():
+        if len(grid.rows[row]) == 1 < width and header_of(grid.rows[row][0]).role == "x":
+            corner = grid.rows[row][0]  # the concentrations have their name in a row of its own
+    if header and "replicate" not in marks and _numbers_replicates(grid, body, header[-1]):
         marks["replicate"] = body.pop(0)
     keep = _header_rows(grid, header, body)
     rest += [r for r in header if r not in keep]
@@ -164,7 +165,7 @@ def _block(grid, above, body, classes):
         for r in rest
         if classes[r] == "T" and sum(map(bool, grid.rows[r])) == 1
     ]
-    block = Block(grid, keep, marks, units, body, title=titles[-1] if titles else "")
+    block = Block(grid, keep, marks, units, body, titles[-1] if titles else "", corner)
     if not keep:
         block.labels = _header_elsewhere(grid, body, near)
     return block, rest
@@ -185,11 +186,17 @@ def _is_header(grid, near, row, classes):
     return row in near and classes[row] == "T" and not states_something(grid.rows[row])
 
 
-def _numbers_replicates(grid, row, header):
-    """True for a row such as ', 1, 2, 1, 2' below 'urea, WT, WT, V38A, V38A'."""
+def _numbers_replicates(grid, body, header):
+    """True for a first row such as ', 1, 2, 1, 2' below 'urea, WT, WT, V38A, V38A'."""
+    row = body[0]
     numbers, names = grid.rows[row][1:], grid.rows[header][1:]
     repeated = len(set(names)) < len(names) or "" in names
-    return repeated and not grid.cell(row, 0) and all(0 < (whole_number(n) or 0) < 100 for n in numbers)
+    return (
+        len(body) > 2
+        and repeated
+        and not grid.cell(row, 0)
+        and all(0 < (whole_number(n) or 0) < 100 for n in numbers)
+    )
 
 
 def _is_unit_row(cells):

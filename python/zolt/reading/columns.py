@@ -118,7 +118,10 @@ def _headers(block, stated):
         return [], list(block.labels)
     if stated.axes and not (rows and any(header_of(cell).role == "x" for cell in rows[-1])):
         return [], list(stated.axes)
-    return (rows[-2] if len(rows) > 1 else []), (list(rows[-1]) if rows else [])
+    low = list(rows[-1]) if rows else []
+    if low and block.corner:
+        low[0] = block.corner
+    return (rows[-2] if len(rows) > 1 else []), low
 
 
 def _fit_header(block, low, width):
@@ -129,6 +132,7 @@ def _fit_header(block, low, width):
         return [], 0
     if grid.delimiter is None and len(low) > width:
         low = _rejoined(low, width, block)
+    low = _not_wider(block, low)
     if len(low) == width - 1 and not any(low[1::2]) and len(low) > 2:
         low = [*low, ""]  # names above pairs of columns: the last is blank and was cut off
     _need_equal_rows(block, max(width, len(low)))
@@ -149,6 +153,23 @@ def _fit_header(block, low, width):
             "the columns.", wider[0],
         )  # fmt: skip
     raise grid.fault(f"{why}; give every column a name, or remove what stands beside the table.", wider[0])
+
+
+def _not_wider(block, low):
+    """A header with more names than the rows have cells was cut within brackets, or is a fault."""
+    grid = block.grid
+    width = max((grid.widths[r] for r in block.body), default=0) if grid.widths else len(low)
+    if len(low) <= width or not block.header or grid.delimiter is None:
+        return low
+    joined = []
+    for cell in low:
+        if joined and joined[-1].count("(") > joined[-1].count(")"):
+            joined[-1] += f", {cell}"
+        else:
+            joined.append(cell)
+    if len(joined) > width:
+        raise grid.fault(f"the header has {len(joined)} names and the rows {width} cells.", block.header[-1])
+    return joined
 
 
 def _need_equal_rows(block, width):

@@ -34,6 +34,7 @@ class Grid:
     sheet: str = None
     delimiter: str = None
     notes: list = field(default_factory=list)
+    widths: list = None  # of the rows with their blank ends, where the source tells
 
     def __post_init__(self):
         if self.column_names is None:

@@ -78,6 +78,9 @@ def _key_role(table, column):
                 column.cells[i] = column.cells[i - 1]
         table.grid.note("filled_down", f"blank cells of {column} taken to repeat the cell above")
     texts = [cell.text for cell in column.cells]
+    if column.place == 0 and column.is_numeric and not any(c.header.role == "x" for c in table.columns):
+        if not counts_rows(read_numbers(table, column)) and len(set(texts)) > len(texts) // 2:
+            return None  # the corner of a wide table, which names what stands to its right
     if len(set(texts)) == len(texts) > 3:
         table.leave_out(column, "it differs in every row")
         return "left out"
@@ -143,6 +146,9 @@ def _choose_x(table):
 def _find_x(table):
     """Take a column for the concentrations that no name gives away, if only one can be."""
     numeric = [c for c in table.columns if c.is_numeric and c.role in (None, "y", "index", "n")]
+    _take_solute(table)
+    if table.of("x"):
+        return
     aside = next((c for c in table.columns if c.role in ("other", "temperature") and c.place == 0), None)
     if aside is not None:
         raise table.grid.fault(
@@ -174,8 +180,16 @@ def _find_x(table):
             first.place,
         )
     first.role = "x"
-    if first.name and not (first.header.unit or first.unit) and first.header.role != "curve":
+    if first.name and not (first.header.unit or first.unit):
         table.grid.note("x_assumed", f"{first} taken as concentrations in M")
+
+
+def _take_solute(table):
+    """'SDS (mM)' in the first column is the concentration where nothing else is."""
+    first = table.columns[0]
+    if first.role == "other" and first.header.stem:
+        first.role, first.denaturant = "x", shown(" ".join(first.header.stem))
+        table.grid.note("x_assumed", f"{first} taken as concentrations")
 
 
 def _article(column):

@@ -152,7 +152,7 @@ def header_of(text):
     if set_off and (unit.stock or "molar" in _entry(unit)):  # the concentration of something
         if denaturant_in(text) or _HEADERS["x"][0].intersection(words):
             return make("x", denaturant=denaturant_in(text), stem=tuple(words))
-        return make("other", kind="protein or ligand concentration")
+        return make("other", kind="protein or ligand concentration", stem=tuple(words))
     return make(None, stem=tuple(words))
 
 

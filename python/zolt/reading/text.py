@@ -92,17 +92,18 @@ def grid_of_text(source, text, skip_rows=0):
         lines = [line.strip().strip('"') for line in lines]  # every line as a whole in quotes
         sample = [line.strip().strip('"') for line in sample]
     delimiter = _delimiter(sample[-_SAMPLE:] if len(sample) > 2 * _SAMPLE else sample)
-    rows, names, comments = [], [], []
+    rows, names, comments, widths = [], [], [], []
     for first, record in _records(lines, delimiter):
         if _is_comment(record):
             comments.append((len(rows), record.strip().lstrip("#").strip()))
             continue
         cells = split(record, delimiter)
+        widths.append(len(cells))
         while cells and not cells[-1]:
             cells.pop()
         rows.append(cells)
         names.append(f"row {first + 1}")
-    return Grid(source, rows, names, comments, delimiter=delimiter)
+    return Grid(source, rows, names, comments, delimiter=delimiter, widths=widths)
 
 
 def split(line, delimiter):

@@ -10,7 +10,7 @@ import pandas as pd
 
 from .grid import Grid, ReadError, shown
 
-MOST_UNPACKED = 200_000_000  # bytes; a workbook of a plate reader has a hundredth of it
+MOST_UNPACKED = 100_000_000  # bytes; a workbook of a plate reader has a hundredth of it
 MOST_CELLS = 2_000_000
 _ZIP, _OLD = b"PK\x03\x04", b"\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1"
 
