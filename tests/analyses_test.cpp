@@ -1,72 +1,36 @@
-// The nine analyses through the C interface.
+// The nine analyses: what they refuse, hand down and recover, where their baselines come from, and
+// how each element of a result follows from the others.
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cmath>
-#include <limits>
-
-#include "analysis/entries.h"
-#include "support/bits.h"
+#include "support/contract.h"
 #include "support/generated_curves.h"
-#include "support/records.h"
 
 namespace {
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
-using Vector = std::vector<double>;
-using Result = std::array<double, ZOLTA_RESULT_LENGTH>;
-
 enum Kind { Full, Midpoint, User, Kinds };
-constexpr int kFewest[Kinds] = {8, 6, 8};
-constexpr const char* kKindNames[Kinds] = {"", "_chalf", "_user_set_baselines"};
+constexpr std::size_t kFewest[Kinds] = {8, 6, 8};
 
-using Analysis = decltype(&ZOLTA_2state);
-using UserAnalysis = decltype(&ZOLTA_2state_user_set_baselines);
-constexpr Analysis kAnalyses[2][3] = {{ZOLTA_2state, ZOLTA_3state, ZOLTA_4state},
-                                      {ZOLTA_2state_chalf, ZOLTA_3state_chalf, ZOLTA_4state_chalf}};
-constexpr UserAnalysis kUserAnalyses[3] = {ZOLTA_2state_user_set_baselines,
-                                           ZOLTA_3state_user_set_baselines,
-                                           ZOLTA_4state_user_set_baselines};
-
-std::string nameOf(Kind kind, int transitions) {
-  return std::to_string(transitions + 1) + "state" + kKindNames[kind] + ": ";
+std::string nameOf(int kind, int states) {
+  const char* const ends[Kinds] = {"state", "state_chalf", "state_user_set_baselines"};
+  return std::to_string(states) + ends[kind];
 }
 
-Result analyse(Kind kind, int transitions, const Vector& x, const Vector& y,
-               double temperature = 25, const std::array<double, 4>& baselines = {}) {
-  Result result;
-  result.fill(-77);
-  const RowSize xSize(x.size()), ySize(y.size());
-  const auto t = static_cast<std::size_t>(transitions - 1);
-  if (kind == User) {
-    kUserAnalyses[t](x.data(), xSize, y.data(), ySize, baselines.data(), temperature,
-                     result.data());
-  } else {
-    kAnalyses[kind][t](x.data(), xSize, y.data(), ySize, temperature, result.data());
-  }
-  return result;
+Vector analyse(const std::string& name, const Vector& x, const Vector& y, double temperature = 25,
+               const Vector& baselines = Vector(4)) {
+  Arguments a;
+  a.x = x;
+  a.y = y;
+  a.temperature = temperature;
+  a.baselines = baselines;
+  return Called(name, a).real(0);
 }
 
-int codeOf(const Result& result) { return static_cast<int>(result[ZOLTA_FIT_CODE]); }
+Vector baselinesOf(const GeneratedCurve& curve) { return {curve.baselines, curve.baselines + 4}; }
 
-void expectSame(const std::string& what, const Result& wanted, const Result& got) {
-  for (std::size_t i = 0; i < wanted.size(); ++i) {
-    EXPECT_TRUE(sameBits(wanted[i], got[i]))
-        << what << "element " << i << " " << wantedGot(wanted[i], got[i]);
-  }
-}
-
-Result failure(int transitions, int code) {
-  Result result;
-  zolt::writeFailure(transitions, code, zolt::resultView(result.data()));
-  return result;
-}
-
-Vector grid(int n) {
+Vector grid(std::size_t n, double reach = 8.0) {
   Vector x;
-  for (int i = 0; i < n; ++i) {
-    x.push_back(8.0 * i / (n < 2 ? 1 : n - 1));
+  for (std::size_t i = 0; i < n; ++i) {
+    x.push_back(reach * static_cast<double>(i) / static_cast<double>(n < 2 ? 1 : n - 1));
   }
   return x;
 }
@@ -81,204 +45,312 @@ Vector steps(const Vector& x) {
 }
 
 TEST(Analyses, BadInput) {
-  constexpr int kEach = -1;  // one point short of what the entry takes
+  constexpr std::size_t kShort = 1000;  // one point short of what the entry takes
   struct Row {
     const char* what;
-    int points;
-    int yPoints;
+    std::size_t points, yPoints;
     double temperature;
     Vector (*signal)(const Vector& x);
-    double xFactor;
+    double reach;
     int codes[Kinds];
   };
   const auto flat = [](const Vector& x) { return Vector(x.size(), 1000.0); };
   const auto returning = [](const Vector& x) {
     Vector y = steps(x);
-    for (std::size_t i = x.size() / 2; i < x.size(); ++i) {
-      y[i] = y[x.size() - 1 - i];
-    }
+    std::copy(y.begin(), y.begin() + static_cast<std::ptrdiff_t>(y.size() / 2), y.rbegin());
     return y;
   };
   for (const Row& row : {
-           Row{"no points", 0, 0, 25, steps, 1, {1, 1, 1}},
-           Row{"one point short", kEach, kEach, 25, steps, 1, {1, 1, 1}},
-           Row{"y shorter", 48, 47, 25, steps, 1, {1, 1, 1}},
-           Row{"y longer", 48, 49, 25, steps, 1, {1, 1, 1}},
-           Row{"y empty", 48, 0, 25, steps, 1, {1, 1, 1}},
-           Row{"too cold", 48, 48, std::nextafter(0, -1), steps, 1, {1, 1, 1}},
-           Row{"too warm", 48, 48, std::nextafter(100, 101), steps, 1, {1, 1, 1}},
-           Row{"infinitely warm", 48, 48, kInf, steps, 1, {1, 1, 1}},
-           Row{"a signal that returns", 48, 48, 25, returning, 1, {32, 32, 32}},
+           Row{"no points", 0, 0, 25, steps, 8, {1, 1, 1}},
+           Row{"one point short", kShort, kShort, 25, steps, 8, {1, 1, 1}},
+           Row{"y shorter", 48, 47, 25, steps, 8, {1, 1, 1}},
+           Row{"y longer", 48, 49, 25, steps, 8, {1, 1, 1}},
+           Row{"y empty", 48, 0, 25, steps, 8, {1, 1, 1}},
+           Row{"too cold", 48, 48, std::nextafter(0, -1), steps, 8, {1, 1, 1}},
+           Row{"too warm", 48, 48, std::nextafter(100, 101), steps, 8, {1, 1, 1}},
+           Row{"infinitely warm", 48, 48, kInf, steps, 8, {1, 1, 1}},
+           Row{"a signal that returns", 48, 48, 25, returning, 8, {32, 32, 32}},
            Row{"x does not move", 48, 48, 25, steps, 0, {32, 32, 32}},
            // The ratio of nothing to nothing is no number, which does not count as flat.
-           Row{"constant signal", 48, 48, 25, flat, 1, {34, 36, 34}},
+           Row{"constant signal", 48, 48, 25, flat, 8, {34, 36, 34}},
            Row{"constant signal, no range of x", 48, 48, 25, flat, 0, {32, 32, 32}},
        }) {
     for (int kind = 0; kind < Kinds; ++kind) {
-      for (int transitions = 1; transitions <= 3; ++transitions) {
-        Vector x = grid(row.points == kEach ? kFewest[kind] - 1 : row.points);
-        Vector y = row.signal(grid(row.yPoints == kEach ? kFewest[kind] - 1 : row.yPoints));
-        for (double& value : x) {
-          value *= row.xFactor;
-        }
-        int code = row.codes[kind];
-        if (code == 34 && kind == Full && transitions == 2) {
-          code = 33;  // three states alone tell that no start described the curve
-        }
+      for (int states = 2; states <= 4; ++states) {
+        const auto length = [&](std::size_t n) { return n == kShort ? kFewest[kind] - 1 : n; };
+        const int told = row.codes[kind];
+        // Three states alone tell that no start described the curve.
+        const int code = told == 34 && kind == Full && states == 3 ? 33 : told;
         // The first tests of the user entries answer in the shape of two states.
-        const bool twoStateShape = kind == User && code != 34;
-        expectSame(nameOf(static_cast<Kind>(kind), transitions) + row.what + ", ",
-                   failure(twoStateShape ? 1 : transitions, code),
-                   analyse(static_cast<Kind>(kind), transitions, x, y, row.temperature));
+        const int shape = kind == User && code != 34 ? 2 : states;
+        EXPECT_EQ(difference(contract::failure(shape, code),
+                             analyse(nameOf(kind, states), grid(length(row.points), row.reach),
+                                     row.signal(grid(length(row.yPoints))), row.temperature)),
+                  "")
+            << nameOf(kind, states) << ", " << row.what;
       }
+    }
+  }
+}
+
+// The means of the first and the last five readings differ by at least one standard deviation.
+TEST(Analyses, ATransitionIsOneStandardDeviation) {
+  for (const auto& [scatter, refused] : {std::pair{2.060, false}, {2.063, true}}) {
+    // Ends at 0 and 1; two readings between them scatter until the deviation of all is 1, too.
+    const Vector y{0, 0, 0, 0, 0, 0.5 + scatter, 0.5 - scatter, 1, 1, 1, 1, 1};
+    for (int kind = 0; kind < Kinds; ++kind) {
+      const Vector r = analyse(nameOf(kind, 2), grid(y.size()), y);
+      EXPECT_EQ(int(r[ZOLTA_FIT_CODE]) == ZOLTA_CODE_NO_TRANSITION, refused) << nameOf(kind, 2);
     }
   }
 }
 
 TEST(Analyses, ShortCurvesAreHandedDown) {
   struct Row {
-    Kind kind;
-    int transitions, smaller, first, last;
+    int kind, states, smaller;
+    std::size_t first, last;
   };
   for (const Row& row :
-       {Row{Full, 2, 1, 8, 17}, Row{Full, 3, 1, 8, 17}, Row{Full, 3, 2, 18, 23},
-        Row{Midpoint, 2, 1, 6, 9}, Row{Midpoint, 3, 1, 6, 9}, Row{Midpoint, 3, 2, 10, 13},
-        Row{User, 2, 1, 8, 17}, Row{User, 3, 1, 8, 17}, Row{User, 3, 2, 18, 23}}) {
-    for (int n = row.first; n <= row.last; ++n) {
+       {Row{Full, 3, 2, 8, 17}, Row{Full, 4, 2, 8, 17}, Row{Full, 4, 3, 18, 23},
+        Row{Midpoint, 3, 2, 6, 9}, Row{Midpoint, 4, 2, 6, 9}, Row{Midpoint, 4, 3, 10, 13},
+        Row{User, 3, 2, 8, 17}, Row{User, 4, 2, 8, 17}, Row{User, 4, 3, 18, 23}}) {
+    const std::string name = nameOf(row.kind, row.states), smaller = nameOf(row.kind, row.smaller);
+    for (std::size_t n = row.first; n <= row.last; ++n) {
       // The smaller analysis makes its own tests, that of the temperature among them.
       for (double temperature : {25.0, 200.0}) {
         const Vector x = grid(n), y = steps(x);
-        expectSame(nameOf(row.kind, row.transitions) + std::to_string(n) + " points, ",
-                   analyse(row.kind, row.smaller, x, y, temperature),
-                   analyse(row.kind, row.transitions, x, y, temperature));
+        EXPECT_EQ(difference(analyse(smaller, x, y, temperature), analyse(name, x, y, temperature)),
+                  "")
+            << name << " " << n;
       }
     }
     const Vector x = grid(row.last + 1), y = steps(x);
-    EXPECT_NE(analyse(row.kind, row.smaller, x, y), analyse(row.kind, row.transitions, x, y))
-        << nameOf(row.kind, row.transitions) << row.last + 1 << " points";
+    EXPECT_NE(analyse(smaller, x, y), analyse(name, x, y)) << name << " " << row.last + 1;
   }
 }
 
-TEST(Analyses, TheLongestCurveAndTheBoundsOfTemperature) {
-  const Vector x = grid(385), y = steps(x);
-  constexpr decltype(&zolt::internalAnalysis<1>) kInternal[] = {
-      zolt::internalAnalysis<1>, zolt::internalAnalysis<2>, zolt::internalAnalysis<3>};
-  for (int transitions = 1; transitions <= 3; ++transitions) {
-    const std::string name = nameOf(Full, transitions);
-    for (std::size_t n : {384u, 385u}) {
-      const zolt::Curve curve = zolt::Curve{x, y}.part(0, n);
-      Result result;
-      kInternal[transitions - 1](curve, 25, zolt::resultView(result.data()));
-      EXPECT_EQ(codeOf(result) == ZOLTA_CODE_BAD_INPUT, n > 384) << name << n;
-    }
-    EXPECT_NE(codeOf(analyse(Full, transitions, x, y)), ZOLTA_CODE_BAD_INPUT) << name;
+TEST(Analyses, TheBoundsOfTemperatureAndLengthAreInside) {
+  for (int states = 2; states <= 4; ++states) {
     for (double temperature : {0.0, 100.0}) {
-      const Vector shortX = grid(48), shortY = steps(shortX);
-      const Result result = analyse(Midpoint, transitions, shortX, shortY, temperature);
-      EXPECT_NE(codeOf(result), ZOLTA_CODE_BAD_INPUT) << name << temperature;
+      const Vector x = grid(48);
+      EXPECT_GT(analyse(nameOf(Midpoint, states), x, steps(x), temperature)[ZOLTA_RT], 500);
     }
+    const Vector x = grid(384);
+    EXPECT_GT(analyse(nameOf(Full, states), x, steps(x))[ZOLTA_RT], 500) << states;
   }
 }
 
 // What a clean curve was made of comes back, in ascending order and in the right elements.
 TEST(Analyses, CleanCurvesAreRecovered) {
-  constexpr std::size_t kCm[] = {ZOLTA_CM1, ZOLTA_CM2, ZOLTA_CM3};
-  constexpr std::size_t kDG[] = {ZOLTA_DG1, ZOLTA_DG2, ZOLTA_DG3};
-  constexpr std::size_t kWeight[] = {ZOLTA_WEIGHT1, ZOLTA_WEIGHT2};
   struct Tolerance {
     double Cm, dG, weight, rSquared;
   };
   const Tolerance tolerances[Kinds] = {
       {0.1, 0.2, 0.03, 0.9999}, {0.15, 0.35, 0.05, 0.999}, {1e-6, 1e-5, 1e-6, 1 - 1e-12}};
-  for (int transitions = 1; transitions <= 3; ++transitions) {
+  const int codes[Kinds] = {0, ZOLTA_CODE_MIDPOINT_FIT, ZOLTA_CODE_BOTH_BASELINES};
+  for (int states = 2; states <= 4; ++states) {
     for (std::uint64_t seed = 0; seed < 12; ++seed) {
-      CurveRecipe recipe;
-      recipe.transitions = transitions;
-      recipe.falling = seed % 2 == 1;
-      recipe.slopes = seed % 4 < 2 ? 0.0003 : 0.003;
-      const GeneratedCurve curve = generateCurve(recipe, seed);
-      const std::array<double, 4> baselines{curve.baselines[0], curve.baselines[1],
-                                            curve.baselines[2], curve.baselines[3]};
+      const GeneratedCurve curve = generateCurve({.transitions = states - 1,
+                                                  .slopes = seed % 4 < 2 ? 0.0003 : 0.003,
+                                                  .falling = seed % 2 == 1},
+                                                 seed);
       for (int kind = 0; kind < Kinds; ++kind) {
-        const Result result =
-            analyse(static_cast<Kind>(kind), transitions, curve.x, curve.y, 25, baselines);
-        const Tolerance& tolerance = tolerances[kind];
-        const auto where = [&](const char* what) {
-          return nameOf(static_cast<Kind>(kind), transitions) + "seed " + std::to_string(seed) +
-                 ", " + what + " ";
-        };
-        for (std::size_t t = 0; t < curve.midpoints.size(); ++t) {
-          EXPECT_NEAR(result[kCm[t]], curve.midpoints[t], tolerance.Cm) << where("midpoint") << t;
-          EXPECT_NEAR(result[kDG[t]], curve.energies[t], tolerance.dG * curve.energies[t])
-              << where("energy") << t;
-          if (t + 1 < curve.midpoints.size()) {
-            EXPECT_NEAR(result[kWeight[t]], curve.weights[t], tolerance.weight)
-                << where("weight") << t;
-          }
+        const Vector r = analyse(nameOf(kind, states), curve.x, curve.y, 25, baselinesOf(curve));
+        const auto& [Cm, dG, weight, rSquared] = tolerances[kind];
+        SCOPED_TRACE(nameOf(kind, states) + ", seed " + std::to_string(seed));
+        const std::size_t count = curve.midpoints.size();
+        for (std::size_t t = 0; t < count; ++t) {
+          const std::size_t at[] = {ZOLTA_DG1, ZOLTA_DG2, ZOLTA_DG3};
+          EXPECT_NEAR(r[at[t] + 1], curve.midpoints[t], Cm) << t;
+          EXPECT_NEAR(r[at[t]], curve.energies[t], dG * curve.energies[t]) << t;
         }
-        EXPECT_GE(result[ZOLTA_R_SQUARED], tolerance.rSquared) << where("R-squared");
-        EXPECT_EQ(result[ZOLTA_RT], (25 + 273.15) * 1.9872) << where("RT");
-        if (kind != Full) {
-          EXPECT_EQ(codeOf(result),
-                    kind == User ? ZOLTA_CODE_BOTH_BASELINES : ZOLTA_CODE_MIDPOINT_FIT)
-              << where("code");
+        for (std::size_t t = 0; t + 1 < count; ++t) {
+          const std::size_t at[] = {ZOLTA_WEIGHT1, ZOLTA_WEIGHT2};
+          EXPECT_NEAR(r[at[t]], curve.weights[t], weight) << t;
         }
+        EXPECT_GE(r[ZOLTA_R_SQUARED], rSquared);
+        const int code = kind == Full ? codes[Full] : static_cast<int>(r[ZOLTA_FIT_CODE]);
+        EXPECT_EQ(code, codes[kind]);
       }
     }
   }
 }
 
+// An exact curve on flat baselines 10 and 60, of transitions told as m-value, Cm and weight.
+struct Made {
+  double m, Cm, weight;
+};
+Vector signalOf(const std::vector<Made>& transitions, const Vector& x) {
+  Vector y;
+  for (double at : x) {
+    double sum = 0.0;
+    for (const auto& [m, Cm, weight] : transitions) {
+      const double K = std::exp(-m * (Cm - at) / (298.15 * 1.9872));
+      sum += weight * (10 + 60 * K) / (1 + K);
+    }
+    y.push_back(sum);
+  }
+  return y;
+}
+
+// Accepted are m-values from 100 to 15000, midpoints up to the last x, and weights from 0.08 to
+// 0.92 of two transitions and from 0.06 to 0.94 of three; of the midpoint fits, which end near the
+// truth, weights from 0.15 and from 0.12.
+TEST(Analyses, OnlyPlausibleFitsAreAccepted) {
+  struct Row {
+    int kind;
+    double reach;
+    std::vector<Made> transitions;
+    bool accepted;
+  };
+  for (const Row& row : {
+           Row{User, 8, {{101, 4, 1}}, true},
+           Row{User, 8, {{99, 4, 1}}, false},
+           Row{User, 1, {{14990, 0.5, 1}}, true},
+           Row{User, 1, {{15010, 0.5, 1}}, false},
+           Row{User, 8, {{1500, 7.99, 1}}, true},
+           Row{User, 8, {{1500, 8.01, 1}}, false},
+           Row{User, 8, {{2500, 2.5, 0.0801}, {2500, 5.5, 0.9199}}, true},
+           Row{User, 8, {{2500, 2.5, 0.0799}, {2500, 5.5, 0.9201}}, false},
+           Row{User, 8, {{1500, 2, 0.9199}, {2500, 5.5, 0.0801}}, true},
+           Row{User, 8, {{1500, 2, 0.9201}, {2500, 5.5, 0.0799}}, false},
+           Row{User, 8, {{4500, 1.5, 0.0601}, {4500, 4, 0.4}, {4500, 6.5, 0.5399}}, true},
+           Row{User, 8, {{4500, 1.5, 0.0599}, {4500, 4, 0.4}, {4500, 6.5, 0.5401}}, false},
+           Row{User, 8, {{4500, 1.5, 0.4}, {4500, 4, 0.0601}, {4500, 6.5, 0.5399}}, true},
+           Row{User, 8, {{4500, 1.5, 0.4}, {4500, 4, 0.0599}, {4500, 6.5, 0.5401}}, false},
+           Row{Midpoint, 8, {{2500, 2.5, 0.1505}, {2500, 5.5, 0.8495}}, true},
+           Row{Midpoint, 8, {{2500, 2.5, 0.1495}, {2500, 5.5, 0.8505}}, false},
+           Row{Midpoint, 8, {{4500, 1.5, 0.1205}, {4500, 4, 0.4}, {4500, 6.5, 0.4795}}, true},
+           Row{Midpoint, 8, {{4500, 1.5, 0.1195}, {4500, 4, 0.4}, {4500, 6.5, 0.4805}}, false},
+       }) {
+    const Vector x = grid(96, row.reach);
+    const std::string name = nameOf(row.kind, static_cast<int>(row.transitions.size()) + 1);
+    const Vector r = analyse(name, x, signalOf(row.transitions, x), 25, {10, 0, 60, 0});
+    const auto& [m, Cm, weight] = row.transitions[0];
+    const bool recovered = std::fabs(r[ZOLTA_DG1] / r[ZOLTA_CM1] / m - 1) < 0.01 &&
+                           std::fabs(r[ZOLTA_CM1] - Cm) < 0.01;
+    EXPECT_EQ(recovered, row.accepted)
+        << name << " " << m << " " << Cm << " " << weight << ": " << r[ZOLTA_FIT_CODE] << " "
+        << r[ZOLTA_DG1] << " " << r[ZOLTA_CM1] << " " << r[ZOLTA_WEIGHT1];
+  }
+}
+
+// The elements that follow from a result's own parameters.
+TEST(Analyses, ElementsFollowFromTheParameters) {
+  std::vector<std::pair<GeneratedCurve, Vector>> fits;
+  for (int index = 0; index < 120; ++index) {
+    const GeneratedCurve curve = assortedCurve(index);
+    for (const char* name : {"2state_chalf", "2state", "3state", "4state_chalf"}) {
+      fits.emplace_back(curve, analyse(name, curve.x, curve.y, curve.temperature));
+    }
+  }
+  std::erase_if(fits, [](const auto& fit) { return fit.second[ZOLTA_RT] == -1.0; });
+  EXPECT_GT(fits.size(), 200u);
+  for (const auto& [curve, r] : fits) {
+    const double RT = r[ZOLTA_RT], w1 = r[ZOLTA_WEIGHT1], w2 = r[ZOLTA_WEIGHT2];
+    const std::size_t count = r[ZOLTA_DG3] != 0.0 ? 3 : r[ZOLTA_DG2] != 0.0 ? 2 : 1;
+    const Vector weights[] = {{1}, {w1, 1 - w1}, {w1, w2, 1 - w1 - w2}};
+    constexpr std::size_t kEnergies[] = {ZOLTA_DG1, ZOLTA_DG2, ZOLTA_DG3};
+    double sse = 0.0, sum = 0.0, sst = 0.0;
+    for (std::size_t i = 0; i < curve.x.size(); ++i) {
+      const double x = curve.x[i], native = r[0] + r[1] * x, denatured = r[2] + r[3] * x;
+      double signal = 0.0;
+      for (std::size_t t = 0; t < count; ++t) {
+        const double K = std::exp(-r[kEnergies[t]] * (1 - x / r[kEnergies[t] + 1]) / RT);
+        signal += weights[count - 1][t] * (native + denatured * K) / (1 + K);
+      }
+      sse += (curve.y[i] - signal) * (curve.y[i] - signal);
+      sum += curve.y[i];
+    }
+    for (double y : curve.y) {
+      sst += std::pow(y - sum / static_cast<double>(curve.y.size()), 2);
+    }
+    EXPECT_NEAR(r[ZOLTA_R_SQUARED], 1 - sse / sst, 1e-9);
+    for (std::size_t t = 0; t < count; ++t) {
+      const double dG = r[kEnergies[t]], width = r[ZOLTA_DG1_WIDTH] / r[ZOLTA_DG1];
+      EXPECT_DOUBLE_EQ(r[ZOLTA_K1_PPM + t], std::exp(-(dG / RT)) * 1e6);
+      EXPECT_NEAR(r[ZOLTA_DG1_WIDTH + t], width * dG, 1e-12 * std::fabs(width * dG));
+      EXPECT_TRUE(t == 0 || r[kEnergies[t] + 1] >= r[kEnergies[t - 1] + 1]) << "order of Cm";
+    }
+  }
+}
+
 TEST(UserBaselines, WhatIsNotGivenComesFromTheEnds) {
-  for (int transitions = 1; transitions <= 3; ++transitions) {
-    CurveRecipe recipe;
-    recipe.transitions = transitions;
-    const GeneratedCurve curve = generateCurve(recipe, 5);
+  for (int states = 2; states <= 4; ++states) {
+    const GeneratedCurve curve = generateCurve({.transitions = states - 1}, 5);
+    const std::string name = nameOf(User, states);
     const double first = curve.y.front(), last = curve.y.back();
     // With four states, slope and intercept of the denatured end stand in each other's place.
-    const std::array<double, 4> ends = transitions == 3 ? std::array{first, 0.001, 0.001, last}
-                                                        : std::array{first, 0.001, last, 0.001};
-    const Result wanted = analyse(User, transitions, curve.x, curve.y, 25, ends);
-    for (const std::array<double, 4>& notGiven :
-         {std::array{0.0, 0.0, 0.0, 0.0}, std::array{2.5, -2.5, -1.0, 1.0}}) {
-      expectSame(nameOf(User, transitions), wanted,
-                 analyse(User, transitions, curve.x, curve.y, 25, notGiven));
+    const Vector ends =
+        states == 4 ? Vector{first, 0.001, 0.001, last} : Vector{first, 0.001, last, 0.001};
+    const Vector wanted = analyse(name, curve.x, curve.y, 25, ends);
+    for (const Vector& notGiven : {Vector{0, 0, 0, 0}, {2.5, -2.5, -1, 1}}) {
+      EXPECT_EQ(difference(wanted, analyse(name, curve.x, curve.y, 25, notGiven)), "") << name;
     }
+    // A pair whose sum is below 0 is given, and so is one that is no number.
+    EXPECT_NE(wanted, analyse(name, curve.x, curve.y, 25, {-1, 0, last, 0.001})) << name;
+    EXPECT_NE(wanted, analyse(name, curve.x, curve.y, 25, {kNaN, 1, last, 0.001})) << name;
   }
 }
 
 TEST(UserBaselines, WrongOnesGiveWayToTheFullAnalysis) {
-  for (int transitions = 1; transitions <= 3; ++transitions) {
-    CurveRecipe recipe;
-    recipe.transitions = transitions;
-    const GeneratedCurve curve = generateCurve(recipe, 9);
-    expectSame(nameOf(User, transitions), analyse(Full, transitions, curve.x, curve.y),
-               analyse(User, transitions, curve.x, curve.y, 25, {500, 3, -70, 9}));
+  const Vector wrong{500, 3, -70, 9};
+  for (int states = 2; states <= 4; ++states) {
+    const GeneratedCurve curve = generateCurve({.transitions = states - 1}, 9);
+    const std::string name = nameOf(User, states);
+    EXPECT_EQ(difference(analyse(nameOf(Full, states), curve.x, curve.y),
+                         analyse(name, curve.x, curve.y, 25, wrong)),
+              "")
+        << name;
     // Where that finds nothing either, its own code is not passed on.
-    Vector noise;
     Random random(4);
+    Vector noise;
     for (std::size_t i = 0; i < curve.x.size(); ++i) {
       noise.push_back(random.between(0, 1) + (i + 5 >= curve.x.size() ? 1.2 : 0));
     }
-    expectSame(nameOf(User, transitions) + "noise, ",
-               failure(transitions, ZOLTA_CODE_NO_ACCEPTABLE_FIT),
-               analyse(User, transitions, curve.x, noise, 25, {500, 3, -70, 9}));
+    EXPECT_EQ(difference(contract::failure(states, ZOLTA_CODE_NO_ACCEPTABLE_FIT),
+                         analyse(name, curve.x, noise, 25, wrong)),
+              "")
+        << name;
   }
 }
 
-TEST(MidpointFit, PoorCurvesAreRejected) {
-  for (int transitions = 1; transitions <= 3; ++transitions) {
-    const Vector x = grid(40);
-    Vector zigzag;
-    for (std::size_t i = 0; i < x.size(); ++i) {
-      zigzag.push_back((i % 2 == 1 ? 3 : -3) + (x[i] > 4 ? 4.5 : 0));
+// A fit on the caller's baselines stands from an R-squared of 0.9, a midpoint fit from 0.5: a clean
+// curve with more and more of a ripple passes until the ripple takes that share of the squares.
+TEST(Analyses, PoorFitsAreRejected) {
+  const Vector x = grid(96);
+  const Vector clean = signalOf({{1500, 4, 1}}, x);
+  const auto rippled = [&](double height) {
+    Vector y = clean;
+    for (std::size_t i = 0; i < y.size(); ++i) {
+      y[i] += i % 2 == 0 ? height : -height;
     }
-    // One NaN stops every fit at its start, and no sum of squares is left to judge it by.
-    Vector holed = steps(x);
-    holed[20] = kNaN;
-    for (const Vector& y : {zigzag, holed}) {
-      expectSame(nameOf(Midpoint, transitions), failure(transitions, ZOLTA_CODE_MIDPOINT_REJECTED),
-                 analyse(Midpoint, transitions, x, y));
+    return y;
+  };
+  struct Row {
+    int kind, accepted, rejected;
+    double rSquared;
+  };
+  for (const Row& row : {Row{User, ZOLTA_CODE_BOTH_BASELINES, ZOLTA_CODE_NO_ACCEPTABLE_FIT, 0.9},
+                         {Midpoint, ZOLTA_CODE_MIDPOINT_FIT, ZOLTA_CODE_MIDPOINT_REJECTED, 0.5}}) {
+    double least = 1.0, mostRejected = 0.0;
+    for (double height = 4; height < 30; height += 0.02) {
+      const Vector r = analyse(nameOf(row.kind, 2), x, rippled(height), 25, {10, 0, 60, 0});
+      const int code = static_cast<int>(r[ZOLTA_FIT_CODE]);
+      EXPECT_TRUE(code == row.accepted || code == row.rejected) << height << " " << code;
+      (code == row.accepted ? least : mostRejected) =
+          code == row.accepted ? std::min(least, r[ZOLTA_R_SQUARED]) : height;
     }
+    EXPECT_NEAR(least, row.rSquared, 0.002);
+    EXPECT_GT(mostRejected, 0.0);
+  }
+  // One NaN stops every fit at its start, and no sum of squares is left to judge it by.
+  Vector holed = steps(x);
+  holed[20] = kNaN;
+  for (int states = 2; states <= 4; ++states) {
+    EXPECT_EQ(difference(contract::failure(states, ZOLTA_CODE_MIDPOINT_REJECTED),
+                         analyse(nameOf(Midpoint, states), x, holed)),
+              "");
   }
 }
 

@@ -1,194 +1,149 @@
-// Smoothers, emission smoothing, m-value fits and the pH calibration.
+// Smoothing, m-value fits, the pH calibration and normalisation.
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <limits>
-
 #include "smoothing/smoothing.h"
-#include "support/records.h"
+#include "support/exports.h"
 
 namespace {
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-using Vector = std::vector<double>;
-
-void expectRow(const Vector& got, const Vector& wanted, double tolerance) {
-  ASSERT_EQ(got.size(), wanted.size());
-  for (std::size_t i = 0; i < got.size(); ++i) {
-    if (std::isnan(wanted[i])) {
-      EXPECT_TRUE(std::isnan(got[i])) << i;
-    } else {
-      EXPECT_NEAR(got[i], wanted[i], tolerance) << i;
-    }
-  }
+Vector smoothed(const Vector& y, double width) {
+  Arguments a;
+  a.y = y;
+  a.width = width;
+  return Called("emission_smooth", a).real(0);
 }
 
-TEST(Smoothing, MovingAverage) {
-  struct Row {
-    Vector y;
-    double span;
-    Vector smooth;
-  };
-  for (const Row& row :
-       {Row{{4, 4, 4, 4, 4, 4}, 5, {4, 4, 4, 4, 4, 4}}, Row{{3, 1, 7}, 2, {3, 1, 7}},
-        Row{{3, 1}, 20, {3, 1}}, Row{{1, 4, 7, 13}, 4, {1, 4, 8, 13}},
-        Row{{0, 3, 9, 0, 0, 6}, 5, {0, 4, 2.4, 3.6, 2, 6}},
-        Row{{1, 0, 0, 0, 9, 0, 0, 0, 0, 2},
-            20,
-            {1, 1.0 / 3, 2, 10.0 / 7, 10.0 / 9, 11.0 / 9, 11.0 / 7, 0.4, 2.0 / 3, 2}},
-        Row{{1, 2, 6}, kNaN, {1, 3, 6}}, Row{{2, kNaN, 6, 7}, 3, {2, 4, 6.5, 7}},
-        Row{{1, kNaN, kNaN, kNaN, 5}, 3, {1, 1, kNaN, 5, 5}}, Row{{}, 5, {}}}) {
-    Vector smooth(row.y.size());
-    zolt::smoothMoving(row.y, row.span, smooth);
-    expectRow(smooth, row.smooth, 1e-14);
-  }
-}
-
-TEST(Smoothing, ParabolasPassTheSavitzkyGolayFilter) {
-  for (std::size_t n : {1u, 2u, 3u, 4u, 5u, 6u, 30u}) {
-    Vector parabola(n), smooth(n);
-    for (std::size_t i = 0; i < n; ++i) {
-      const auto t = static_cast<double>(i);
-      parabola[i] = 3 - 2 * t + .5 * t * t;
-    }
-    zolt::smoothSGolay(parabola, smooth);
-    expectRow(smooth, parabola, 1e-11);
-    if (n < 5) {
-      continue;
-    }
-    // A hole is filled from the points around it.
-    Vector holed = parabola;
-    holed[1] = holed[n - 1] = kNaN;
-    zolt::smoothSGolay(holed, smooth);
-    expectRow(smooth, parabola, 1e-11);
-  }
-}
-
-TEST(Smoothing, SavitzkyGolayWeightsAndMissingRows) {
-  Vector smooth(7);
-  zolt::smoothSGolay(Vector{0, 0, 0, 1, 0, 0, 0}, smooth);
-  expectRow(smooth, {-5.0 / 35, 6.0 / 35, 12.0 / 35, 17.0 / 35, 12.0 / 35, 6.0 / 35, -5.0 / 35},
-            1e-15);
-  zolt::smoothSGolay(Vector(7, kNaN), smooth);
-  expectRow(smooth, Vector(7, 0.0), 0.0);
-}
-
-TEST(EmissionSmooth, WindowFollowsTheWidth) {
-  const Vector y{0, 9, 0, 0, 0, 30, 0, 0};
+// The window follows from the width: 1 point below 0.9338, then 3, from 2 on 5 and so forth, always
+// odd; at the ends it shrinks to what lies on both sides.
+TEST(EmissionSmooth, IsAMovingAverage) {
+  const Vector bump{0, 9, 0, 0, 0, 30, 0, 0};
   const Vector three{0, 3, 3, 0, 10, 10, 10, 0};
   const Vector seven{0, 3, 9.0 / 5, 39.0 / 7, 39.0 / 7, 6, 10, 0};
   struct Row {
     double width;
-    Vector out;
+    Vector y, smooth;
   };
-  for (const Row& row :
-       {Row{-4, y}, Row{0.93379, y}, Row{0.9337995337995338, three}, Row{1.0, three},
-        Row{1.4, three}, Row{3.0, seven}, Row{500, seven}, Row{kNaN, seven}}) {
-    Vector out(y.size());
-    RowSize outSize(99);
-    ZOLTA_emission_smooth(y.data(), RowSize(y.size()), row.width, out.data(), outSize.pair);
-    expectRow(out, row.out, 1e-14);
-    EXPECT_EQ(outSize.pair[1], 8) << row.width;
+  for (const Row& row : {Row{-4, bump, bump},
+                         {0.93379, bump, bump},
+                         {0.9337995337995338, bump, three},
+                         {1.4, bump, three},
+                         {3, bump, seven},
+                         {500, bump, seven},
+                         {kNaN, bump, seven},
+                         {1, {4, 4, 4, 4}, {4, 4, 4, 4}},
+                         {1, {3, 1}, {3, 1}},
+                         {1, {2, kNaN, 6, 7}, {2, 4, 6.5, 7}},
+                         {1, {1, kNaN, kNaN, kNaN, 5}, {1, 1, kNaN, 5, 5}},
+                         {3, {}, {}}}) {
+    EXPECT_EQ(difference(row.smooth, smoothed(row.y, row.width), 1e-14), "") << row.width;
   }
-  RowSize outSize(99);
-  ZOLTA_emission_smooth(y.data(), RowSize(0), 3.0, nullptr, outSize.pair);
-  EXPECT_EQ(outSize.pair[1], 0);
 }
 
-using MFit = decltype(&ZOLTA_mfit1storder);
+// The second smoother of the model picker, which no export shows by itself.
+TEST(Smoothing, ParabolasPassTheSavitzkyGolayFilter) {
+  const auto filtered = [](const Vector& y) {
+    Vector out(y.size());
+    zolt::smoothSGolay(y, out);
+    return out;
+  };
+  for (std::size_t n : {1u, 2u, 3u, 4u, 5u, 6u, 30u}) {
+    Vector parabola;
+    for (std::size_t i = 0; i < n; ++i) {
+      const auto t = static_cast<double>(i);
+      parabola.push_back(3 - 2 * t + .5 * t * t);
+    }
+    EXPECT_EQ(difference(parabola, filtered(parabola), 1e-11), "") << n;
+    // Holes are filled from the points around them, where enough are left.
+    Vector holed = parabola;
+    holed[n > 4 ? 1 : 0] = holed[n - 1] = n > 4 ? kNaN : parabola[n - 1];
+    holed[0] = parabola[0];
+    EXPECT_EQ(difference(parabola, filtered(holed), 1e-11), "") << n;
+  }
+  EXPECT_EQ(difference({-5.0 / 35, 6.0 / 35, 12.0 / 35, 17.0 / 35, 12.0 / 35, 6.0 / 35, -5.0 / 35},
+                       filtered({0, 0, 0, 1, 0, 0, 0}), 1e-15),
+            "");
+  EXPECT_EQ(filtered(Vector(7, kNaN)), Vector(7, 0.0));
+}
 
 TEST(MValueFits, RecoverTheirOwnCurve) {
   const double standIn = 0.01;  // of the 0 in x: 1 over the ratio 100 of the extremes
   struct Row {
-    MFit fit;
+    const char* fit;
     double (*curve)(double);
   };
   for (const Row& row :
-       {Row{ZOLTA_mfit1storder, [](double x) { return 2 - 3 * x; }},
-        Row{ZOLTA_mfit2ndorder, [](double x) { return 2 - 3 * x + .25 * x * x; }},
-        Row{ZOLTA_mfitlog, [](double x) { return 2 - 3 * std::log(x == 0 ? .01 : x); }}}) {
-    const Vector x{0, 1, 10, 100};
-    Vector y, strided, scale;
-    for (double value : x) {
-      y.push_back(row.curve(value));
-      strided.insert(strided.end(), {row.curve(value), kNaN});
-      scale.insert(scale.end(), {value + standIn, kNaN, kNaN});
+       {Row{"mfit1storder", [](double x) { return 2 - 3 * x; }},
+        {"mfit2ndorder", [](double x) { return 2 - 3 * x + .25 * x * x; }},
+        {"mfitlog", [](double x) { return 2 - 3 * std::log(x == 0 ? .01 : x); }}}) {
+    Arguments a;
+    a.x = Vector{0, 1, 10, 100};
+    Vector fitted, drawn;
+    // y lies at every second place, the factors at every third.
+    for (double x : a.x.values) {
+      a.y.values.insert(a.y.values.end(), {row.curve(x), kNaN});
+      a.scale.values.insert(a.scale.values.end(), {x + standIn, kNaN, kNaN});
+      fitted.push_back(row.curve(x) * (x + standIn));
     }
-    const std::int32_t yStrides[2] = {2, 4};
-    const std::int32_t scaleStrides[2] = {3, 4};
-    Vector fitted(4);
-    RowSize fittedSize(99);
-    RealRecord xGrid, yGrid;
-    row.fit(x.data(), RowSize(4), strided.data(), yStrides, scale.data(), scaleStrides, 6,
-            fitted.data(), fittedSize.pair, &xGrid, &yGrid);
-    for (std::size_t i = 0; i < 4; ++i) {
-      EXPECT_NEAR(fitted[i], y[i] * (x[i] + standIn), 1e-9 * std::fabs(y[i] * x[i]) + 1e-9);
+    a.y.size = {2, 4};
+    a.scale.size = {3, 4};
+    a.n = 6;
+    const Vector grid{0, 20, 40, 60, 80, 100};
+    for (double x : grid) {
+      drawn.push_back(row.curve(x));
     }
-    EXPECT_EQ(fittedSize.pair[1], 4);
-    EXPECT_EQ(xGrid.row(), (Vector{0, 20, 40, 60, 80, 100}));
-    for (std::size_t k = 0; k < 6; ++k) {
-      EXPECT_NEAR(yGrid.row()[k], row.curve(20.0 * static_cast<double>(k)), 1e-8);
-    }
-  }
-}
-
-TEST(MValueFits, Shapes) {
-  const Vector x{0, 1, 2}, y{1, 5, 6};
-  for (MFit fit : {ZOLTA_mfit1storder, ZOLTA_mfit2ndorder, ZOLTA_mfitlog}) {
-    struct Row {
-      std::size_t points;
-      int nGrid;
-      Vector xGrid;
-    };
-    for (const Row& row : {Row{3, 0, {}}, Row{3, -1, {}}, Row{3, 1, {2}}, Row{0, 2, {0, 0}}}) {
-      Vector fitted(3);
-      RowSize fittedSize(99);
-      RealRecord xGrid, yGrid;
-      const RowSize size(row.points);
-      fit(x.data(), size, y.data(), size, y.data(), size, row.nGrid, fitted.data(), fittedSize.pair,
-          &xGrid, &yGrid);
-      EXPECT_EQ(fittedSize.pair[1], static_cast<int>(row.points));
-      EXPECT_EQ(xGrid.row(), row.xGrid);
-      EXPECT_EQ(yGrid.row().size(), row.xGrid.size());
-      if (row.points == 0) {
-        EXPECT_EQ(yGrid.row(), row.xGrid);
-      }
-    }
+    const Called site(row.fit, a);
+    EXPECT_EQ(difference(fitted, site.real(0), 3e-4), "") << row.fit;
+    EXPECT_EQ(difference(grid, site.real(2)), "") << row.fit;
+    EXPECT_EQ(difference(drawn, site.real(3), 1e-8), "") << row.fit;
   }
 }
 
 TEST(PhEquation, GivesTheConstantFirst) {
+  const auto calibrated = [](const Vector& first, const Vector& second, const Vector& pH) {
+    Arguments a;
+    a.scale = first;
+    a.y = second;
+    a.x = pH;
+    return Called("pHequation", a).real(0);
+  };
+  const auto curve = [](const Vector& p, double x) {
+    return p[0] + x * (p[1] + x * (p[2] + x * (p[3] + x * p[4])));
+  };
   struct Row {
     double quartic;
     std::size_t points;
-    bool fewer;  // than the quartic needs: only its curve is told
+    double tolerance;  // of the coefficients, which fewer points than they are leave open
   };
-  for (const Row& row : {Row{0.0, 20, false}, Row{2e-4, 20, false}, Row{0.0, 3, true}}) {
-    Vector a, b, pH;
+  for (const Row& row : {Row{0, 20, 1e-9}, {2e-4, 20, 1e-9}, {0, 3, kInf}}) {
     const Vector c{.4, .05, -.02, .001, row.quartic};
-    const auto curve = [](const auto& p, double x) {
-      return p[0] + x * (p[1] + x * (p[2] + x * (p[3] + x * p[4])));
-    };
+    Vector first, second, pH, wanted, got;
     for (std::size_t i = 0; i < row.points; ++i) {
       pH.push_back(.4 * static_cast<double>(i) - 3);
-      b.push_back(50 * curve(c, pH.back()));
-      a.push_back(50 - b.back());
+      wanted.push_back(curve(c, pH.back()));
+      second.push_back(50 * wanted.back());
+      first.push_back(50 - second.back());
     }
-    Vector out(5, -1);
-    const RowSize size(row.points);
-    ZOLTA_pHequation(a.data(), size, b.data(), size, pH.data(), size, out.data());
-    for (std::size_t i = 0; i < row.points; ++i) {
-      EXPECT_NEAR(curve(out, pH[i]), curve(c, pH[i]), 1e-9);
+    const Vector p = calibrated(first, second, pH);
+    for (double at : pH) {
+      got.push_back(curve(p, at));
     }
-    if (!row.fewer) {
-      expectRow(out, c, 1e-9);
-    }
+    EXPECT_EQ(difference(wanted, got, 1e-9), "");
+    EXPECT_EQ(difference(c, p, row.tolerance), "");
   }
   // A point without a signal makes every residual nothing, and the cubic wins the tie.
-  Vector zero{0, 1, 1, 1, 1, 1}, pH{1, 2, 3, 4, 5, 6}, out(5, -1);
-  ZOLTA_pHequation(zero.data(), RowSize(6), zero.data(), RowSize(6), pH.data(), RowSize(6),
-                   out.data());
-  expectRow(out, {kNaN, kNaN, kNaN, kNaN, 0.0}, 0.0);
+  const Vector gap{0, 1, 1, 1, 1, 1};
+  EXPECT_EQ(difference({kNaN, kNaN, kNaN, kNaN, 0}, calibrated(gap, gap, {1, 2, 3, 4, 5, 6})), "");
+}
+
+TEST(Normalisation, ScalesOnlyByAReferenceAboveZero) {
+  for (const auto& [reference, factor] :
+       {std::pair{4.0, .5}, {0.0, 1.0}, {-1.0, 1.0}, {kNaN, 1.0}}) {
+    Arguments a;
+    a.y = Vector{1, -3};
+    a.reference = reference;
+    a.value = 2.0;
+    EXPECT_EQ(Called("dGtrend_normalization", a).real(0), (Vector{factor, -3 * factor}));
+  }
 }
 
 }  // namespace

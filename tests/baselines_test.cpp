@@ -1,118 +1,117 @@
-// Estimates of the baselines from the ends of a curve, and how known pairs replace them.
+// Held baselines: a result whose code names an estimate of a baseline holds that estimate, as told
+// here once more from the ends of the curve.
 #include <gtest/gtest.h>
 
-#include <limits>
-#include <vector>
-
-#include "analysis/baseline_estimates.h"
-#include "support/bits.h"
+#include "support/exports.h"
+#include "support/generated_curves.h"
+#include "support/literal_solver.h"
 
 namespace {
 
-using Vector = std::vector<double>;
-using zolt::Baseline;
-using zolt::Baselines;
+struct Baseline {
+  double intercept, slope;
+};
 
-Vector ramp(std::size_t n) {
-  Vector x;
-  for (std::size_t i = 0; i < n; ++i) {
-    x.push_back(0.5 * static_cast<double>(i));
-  }
-  return x;
+// The least-squares line through `count` points from `first` on.
+Baseline lineThrough(const GeneratedCurve& curve, std::size_t first, std::size_t count) {
+  literal::Matrix a(static_cast<int>(count), 2, 1.0);
+  std::copy_n(&curve.x[first], count, a.values.begin());
+  const Vector line =
+      literal::solveLeastSquares(a, Vector(&curve.y[first], &curve.y[first] + count));
+  return {line[1], line[0]};
 }
 
-void expectPair(const char* what, const Baselines& got, const Baselines& wanted) {
-  const double pairs[][2] = {{wanted.native.intercept, got.native.intercept},
-                             {wanted.native.slope, got.native.slope},
-                             {wanted.denatured.intercept, got.denatured.intercept},
-                             {wanted.denatured.slope, got.denatured.slope}};
-  for (int i = 0; i < 4; ++i) {
-    EXPECT_NEAR(pairs[i][1], pairs[i][0], 1e-12)
-        << what << ", baseline number " << i << " " << wantedGot(pairs[i][0], pairs[i][1]);
-  }
+// Whether some slope between neighbours lies farther from `mean` than the mean's own size.
+bool disagree(const Vector& slopes, double mean) {
+  return std::any_of(slopes.begin(), slopes.end(),
+                     [mean](double s) { return std::fabs(s - mean) > std::fabs(mean); });
 }
 
-TEST(WindowBaselines, FollowTheSlopes) {
+double sumOf(const Vector& values) {
+  double sum = 0.0;
+  for (double value : values) {
+    sum += value;
+  }
+  return sum;
+}
+
+enum Estimate { ThreePoint, End, Window };
+
+Baseline nativeOf(const GeneratedCurve& curve, Estimate estimate) {
+  const Vector &x = curve.x, &y = curve.y;
+  const Vector slopes{(y[0] - y[1]) / (x[0] - x[1]), (y[1] - y[2]) / (x[1] - x[2])};
+  if (estimate == ThreePoint) {
+    return {(y[0] + y[1] + y[2]) / 3, (y[2] - y[0]) / (x[2] - x[0])};
+  }
+  return estimate == Window && disagree(slopes, sumOf(slopes) / 2) ? lineThrough(curve, 0, 3)
+                                                                   : Baseline{y[0], 0.001};
+}
+
+Baseline denaturedOf(const GeneratedCurve& curve, Estimate estimate) {
+  const Vector &x = curve.x, &y = curve.y;
+  const std::size_t n = x.size();
+  const double slope = (y[n - 1] - y[n - 3]) / (x[n - 1] - x[n - 3]);
+  if (estimate == ThreePoint) {
+    return {(y[n - 3] + y[n - 2] + y[n - 1]) / 3 - slope * x[n - 1], slope};
+  }
+  // The window grows from the last four slopes to the last eleven; their sum is divided by one less
+  // than there are.
+  for (std::size_t count = 4; estimate == Window && count <= 11; ++count) {
+    Vector slopes;
+    for (std::size_t i = n - 1 - count; i + 1 < n; ++i) {
+      slopes.push_back((y[i] - y[i + 1]) / (x[i] - x[i + 1]));
+    }
+    if (disagree(slopes, sumOf(slopes) / static_cast<double>(count - 1))) {
+      return lineThrough(curve, n - count, count);
+    }
+  }
+  return {estimate == Window ? y[n - 1] - 0.001 * y[n - 1] : y[n - 1], 0.001};
+}
+
+TEST(HeldBaselines, AreTheEstimatesThatTheCodeNames) {
   struct Row {
-    const char* what;
-    Vector y;
-    Baselines wanted;
-  };
-  const Row rows[] = {
-      // The deviation of equal slopes from a mean one value short never stops the scan.
-      {"straight",
-       {10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23},
-       {{10, 0.001}, {0.999 * 23, 0.001}}},
-      // The first two slopes disagree in sign: a line through three points.
-      {"bent at the left",
-       {10, 9, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24},
-       {{32 / 3.0 - 1.5, 3}, {0.999 * 24, 0.001}}},
-      // The last slope stands out at once: a line through the last four points.
-      {"bent at the right",
-       {10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 20, 20, 26},
-       {{10, 0.001}, {20 + 1.5 - 3.6 * 5.75, 3.6}}},
-      // Level ends are no disagreement, and zeros are replaced.
-      {"zero", Vector(14, 0.0), {{0, 0.001}, {0, 0.001}}},
-      {"level", Vector(14, 5.0), {{5, 0.001}, {0.999 * 5, 0.001}}},
-  };
-  for (const Row& row : rows) {
-    const Vector x = ramp(row.y.size());
-    expectPair(row.what, zolt::windowBaselines({x, row.y}), row.wanted);
-  }
-  // Equal x count as slope 0, which agrees with any one neighbour.
-  Vector x = ramp(14);
-  x[1] = x[0];
-  expectPair("equal x", zolt::windowBaselines({x, rows[1].y}), {{10, 0.001}, {0.999 * 24, 0.001}});
-}
-
-TEST(WindowBaselines, ShortCurvesStayInside) {
-  for (std::size_t n = 5; n <= 12; ++n) {
-    const Vector x = ramp(n);
-    Vector y = x;
-    y[n / 2] += 40;
-    const Baselines pair = zolt::windowBaselines({x, y});
-    EXPECT_TRUE(pair.denatured.slope == pair.denatured.slope) << n;
-  }
-}
-
-TEST(EstimateBaselines, ThreePointsAndEnds) {
-  const Vector x{0, 1, 2, 4, 8, 9, 10}, y{1, 3, 8, 20, 40, 44, 43};
-  const auto estimates = zolt::estimateBaselines({x, y});
-  expectPair("three points", estimates[zolt::Estimate::ThreePoint],
-             {{4, 3.5}, {127 / 3.0 - 1.5 * 10, 1.5}});
-  expectPair("ends", estimates[zolt::Estimate::End], {{1, 0.001}, {43, 0.001}});
-}
-
-TEST(SeedBaselines, KnownPairsReplaceEstimates) {
-  const Vector x = ramp(8), y{7, 7, 7, 8, 9, 10, 10, 10};
-  const zolt::Curve curve{x, y};
-  const auto estimates = zolt::estimateBaselines(curve);
-  using zolt::Estimate;
-  struct Row {
-    const char* what;
+    const char* analysis;
+    int curve, code;
+    bool native;  // whether that side is an estimate, too, and not known from other fits
     Estimate estimate;
-    Baseline native, denatured;
-    Baselines wanted;
   };
   for (const Row& row : {
-           Row{"none", Estimate::End, {}, {}, {{7, 0.001}, {10, 0.001}}},
-           Row{"a sum of 0 is not given",
-               Estimate::End,
-               {2.5, -2.5},
-               {},
-               {{7, 0.001}, {10, 0.001}}},
-           Row{"intercept 0", Estimate::End, {0, 0.5}, {}, {{7, 0.5}, {10, 0.001}}},
-           Row{"slope 0", Estimate::End, {}, {3, 0}, {{7, 0.001}, {3, 0.001}}},
-           Row{"both", Estimate::End, {1, 2}, {3, 4}, {{1, 2}, {3, 4}}},
-           Row{"zeros stay", Estimate::ThreePoint, {0, 0.5}, {3, 0}, {{0, 0.5}, {3, 0}}},
-           Row{"zeros stay", Estimate::Window, {0, 0.5}, {3, 0}, {{0, 0.5}, {3, 0}}},
+           Row{"2state", 404, ZOLTA_2STATE_END_POINT, true, End},
+           {"2state", 132, ZOLTA_2STATE_THREE_POINT, true, ThreePoint},
+           {"2state", 108, ZOLTA_2STATE_WINDOW, true, Window},
+           {"2state", 133, ZOLTA_2STATE_WINDOW, true, Window},
+           {"2state", 186, ZOLTA_2STATE_WINDOW, true, Window},
+           {"2state", 110, ZOLTA_2STATE_NATIVE_END_POINT, false, End},
+           {"2state", 23, ZOLTA_2STATE_NATIVE_END_POINT_HINT, false, End},
+           {"2state", 91, ZOLTA_2STATE_NATIVE_THREE_POINT, false, ThreePoint},
+           {"2state", 17, ZOLTA_2STATE_NATIVE_THREE_POINT_HINT, false, ThreePoint},
+           {"2state", 141, ZOLTA_2STATE_NATIVE_WINDOW, false, Window},
+           {"2state", 4, ZOLTA_2STATE_NATIVE_WINDOW_HINT, false, Window},
+           {"2state", 329, ZOLTA_2STATE_DENATURED_END_POINT, true, End},
+           {"2state", 111, ZOLTA_2STATE_DENATURED_THREE_POINT_HINT, true, ThreePoint},
+           {"2state", 262, ZOLTA_2STATE_DENATURED_WINDOW, true, Window},
+           {"3state", 63, ZOLTA_3STATE_END_POINT, true, End},
+           {"3state", 114, ZOLTA_3STATE_THREE_POINT, true, ThreePoint},
+           {"3state", 98, ZOLTA_3STATE_WINDOW, true, Window},
+           {"3state", 54, ZOLTA_3STATE_NATIVE_WINDOW, false, Window},
+           {"3state", 143, ZOLTA_3STATE_DENATURED_END_POINT, true, End},
+           {"4state", 235, ZOLTA_4STATE_WINDOW, true, Window},
+           {"4state", 54, ZOLTA_4STATE_NATIVE_WINDOW, false, Window},
+           {"4state", 26, ZOLTA_4STATE_NATIVE_THREE_POINT, false, ThreePoint},
        }) {
-    expectPair(row.what,
-               zolt::seedBaselines(curve, estimates, row.estimate, {row.native, row.denatured}),
-               row.wanted);
+    const GeneratedCurve curve = assortedCurve(row.curve);
+    Arguments a;
+    a.x = curve.x;
+    a.y = curve.y;
+    a.temperature = curve.temperature;
+    const Vector r = Called(row.analysis, a).real(0);
+    SCOPED_TRACE(std::string(row.analysis) + ", curve " + std::to_string(row.curve));
+    EXPECT_EQ(r[ZOLTA_FIT_CODE], row.code);
+    const Baseline native = nativeOf(curve, row.estimate);
+    const Baseline denatured = denaturedOf(curve, row.estimate);
+    EXPECT_EQ(row.native ? difference({native.intercept, native.slope}, {r[0], r[1]}) : "", "");
+    EXPECT_EQ(difference({denatured.intercept, denatured.slope}, {r[2], r[3]}), "");
   }
-  // A pair whose sum is no number counts as given.
-  EXPECT_TRUE(zolt::isGiven({std::numeric_limits<double>::quiet_NaN(), 1}));
 }
 
 }  // namespace

@@ -1,19 +1,11 @@
 // Fitted curves, spike and outlier marks, and the choice of the number of states.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
-#include <limits>
 #include <numeric>
 
-#include "curve_tools/outlier_removal.h"
-#include "support/records.h"
+#include "support/exports.h"
 
 namespace {
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-using Vector = std::vector<double>;
-using Mask = std::vector<std::int32_t>;
 
 // aN, bN, aU, bU, dG1, Cm1, dG2, Cm2, w1, dG3, Cm3, w2, RT
 Vector resultOf(Vector elements) {
@@ -24,32 +16,40 @@ const Vector kTwo = resultOf({1, .1, 5, -.2, 3000, 3, 0, 0, 0, 0, 0, 0, 592});
 const Vector kThree = resultOf({1, .1, 5, -.2, 3000, 2, 6000, 4, .3, 0, 0, 0, 592});
 const Vector kFour = resultOf({1, .1, 5, -.2, 2000, 1, 6000, 3, .3, 9000, 5, .25, 592});
 
-using Export = decltype(&ZOLTA_ChemDenatFDFitCurve);
-
 struct Drawn {
   Vector x, y;
 };
-Drawn draw(Export fitCurve, const Vector& x, const Vector& result, int n) {
-  RealRecord xFit, yFit;
-  fitCurve(x.data(), RowSize(x.size()), result.data(), n, &xFit, &yFit);
-  return {xFit.row(), yFit.row()};
+Drawn draw(const char* what, const Vector& x, const Vector& result, int n) {
+  Arguments a;
+  a.x = x;
+  a.result = result;
+  a.n = n;
+  const Called site("ChemDenat" + std::string(what) + "FitCurve", a);
+  return {site.real(0), site.real(1)};
 }
 
 TEST(FittedCurves, GridFollowsTheEndsOfX) {
   struct Row {
-    Export fitCurve;
+    const char* curve;
     int n;
     Vector x, grid;
   };
-  const Export signal = ZOLTA_ChemDenatFluorescenceFitCurve;
-  const Export slope = ZOLTA_ChemDenatFirstDerivativeFitCurve;
-  for (const Row& row :
-       {Row{signal, 0, {0, 6}, {}}, Row{signal, -2, {0, 6}, {}}, Row{signal, 1, {0, 6}, {6}},
-        Row{signal, 2, {0, 9, 6}, {0, 6}}, Row{signal, 4, {6, 0}, {6, 4, 2, 0}},
-        Row{signal, 2, {}, {0, 0}}, Row{slope, 0, {0, 6}, {}}, Row{slope, -2, {0, 6}, {}},
-        Row{slope, 1, {0, 6}, {0}}, Row{slope, 3, {0, 6}, {0, 2, 4}},
-        Row{slope, 2, {6, 0}, {6, 3}}}) {
-    const Drawn drawn = draw(row.fitCurve, row.x, kTwo, row.n);
+  const char* const signal = "Fluorescence";
+  const char* const slope = "FirstDerivative";
+  const double most = std::numeric_limits<double>::max();
+  for (const Row& row : {Row{signal, 0, {0, 6}, {}},
+                         {signal, -2, {0, 6}, {}},
+                         {signal, 1, {0, 6}, {6}},
+                         {signal, 2, {0, 9, 6}, {0, 6}},
+                         {signal, 4, {6, 0}, {6, 4, 2, 0}},
+                         {signal, 3, {-most, most}, {-most, 0, most}},
+                         {signal, 2, {}, {0, 0}},
+                         {slope, 0, {0, 6}, {}},
+                         {slope, -2, {0, 6}, {}},
+                         {slope, 1, {0, 6}, {0}},
+                         {slope, 3, {0, 6}, {0, 2, 4}},
+                         {slope, 2, {6, 0}, {6, 3}}}) {
+    const Drawn drawn = draw(row.curve, row.x, kTwo, row.n);
     EXPECT_EQ(drawn.x, row.grid) << row.n;
     EXPECT_EQ(drawn.y.size(), row.grid.size()) << row.n;
   }
@@ -60,33 +60,37 @@ TEST(FittedCurves, ValuesOfEveryModel) {
     const double K = std::exp(-dG * (1 - x / Cm) / 592);
     return K / (1 + K);
   };
+  struct Row {
+    const Vector& result;
+    std::function<double(double)> fraction;
+  };
   const Vector x{0, 7};
-  for (int i = 0; i <= 7; ++i) {
-    const auto at = static_cast<std::size_t>(i);
-    const double f2 = fraction(3000, 3, i);
-    const double f3 = .3 * fraction(3000, 2, i) + .7 * fraction(6000, 4, i);
-    const double f4 =
-        .3 * fraction(2000, 1, i) + .25 * fraction(6000, 3, i) + .45 * fraction(9000, 5, i);
-    for (const auto& [result, f] : {std::pair{kTwo, f2}, {kThree, f3}, {kFour, f4}}) {
-      EXPECT_NEAR(draw(ZOLTA_ChemDenatFDFitCurve, x, result, 8).y[at], f, 1e-14);
-      EXPECT_NEAR(draw(ZOLTA_ChemDenatFluorescenceFitCurve, x, result, 8).y[at],
-                  (1 - f) * (1 + .1 * i) + f * (5 - .2 * i), 1e-13);
+  for (const Row& row :
+       {Row{kTwo, [&](double at) { return fraction(3000, 3, at); }},
+        {kThree,
+         [&](double at) { return .3 * fraction(3000, 2, at) + .7 * fraction(6000, 4, at); }},
+        {kFour, [&](double at) {
+           return .3 * fraction(2000, 1, at) + .25 * fraction(6000, 3, at) +
+                  .45 * fraction(9000, 5, at);
+         }}}) {
+    Vector fractions, signals, slopes;
+    for (double at = 0; at <= 7; ++at) {
+      const double f = row.fraction(at);
+      fractions.push_back(f);
+      signals.push_back((1 - f) * (1 + .1 * at) + f * (5 - .2 * at));
+      slopes.push_back(row.fraction(at + 1) - f);
     }
-    const double next = fraction(3000, 3, i + .5);
-    EXPECT_NEAR(draw(ZOLTA_ChemDenatFirstDerivativeFitCurve, x, kTwo, 14).y[2 * at % 14],
-                i < 7 ? (next - f2) / .5 : (fraction(3000, 3, .5) - fraction(3000, 3, 0)) / .5,
-                1e-13);
+    slopes.pop_back();
+    EXPECT_EQ(difference(fractions, draw("FD", x, row.result, 8).y, 1e-14), "");
+    EXPECT_EQ(difference(signals, draw("Fluorescence", x, row.result, 8).y, 1e-13), "");
+    EXPECT_EQ(difference(slopes, draw("FirstDerivative", x, row.result, 7).y, 1e-13), "");
   }
-  EXPECT_EQ(draw(ZOLTA_ChemDenatFDFitCurve, {0, 6}, kTwo, 3).y[1], 0.5);
-}
-
-TEST(FittedCurves, NoModelIsAFlatLineOfZeros) {
+  EXPECT_EQ(draw("FD", {0, 6}, kTwo, 3).y[1], 0.5);
   for (double RT : {-1.0, 0.0, kNaN}) {
-    Vector result = kTwo;
-    result[ZOLTA_RT] = RT;
-    for (Export fitCurve : {ZOLTA_ChemDenatFluorescenceFitCurve, ZOLTA_ChemDenatFDFitCurve,
-                            ZOLTA_ChemDenatFirstDerivativeFitCurve}) {
-      EXPECT_EQ(draw(fitCurve, {0, 6}, result, 3).y, Vector(3, 0.0));
+    Vector none = kTwo;
+    none[ZOLTA_RT] = RT;
+    for (const char* curve : {"Fluorescence", "FD", "FirstDerivative"}) {
+      EXPECT_EQ(draw(curve, {0, 6}, none, 3).y, Vector(3, 0.0)) << RT;
     }
   }
 }
@@ -94,70 +98,62 @@ TEST(FittedCurves, NoModelIsAFlatLineOfZeros) {
 TEST(Spikes, Marks) {
   struct Row {
     Vector lifted;  // the signal plus 1
-    Mask mask;
+    Whole mask;
   };
-  for (const Row& row :
-       {Row{{1, 1, 6, 1, 1}, {1, 1, 0, 1, 1}}, Row{{1, 2, 4}, {1, 0, 1}},
-        Row{{1, 9, 1, 1, 1}, {1, 0, 1, 1, 1}}, Row{{1, 1, 1, 2}, {1, 1, 1, 0}},
-        Row{{1, 1, 5, 5, 1, 1}, {1, 1, 1, 1, 1, 1}}, Row{{1, 5, 5, 1, 1}, {0, 1, 1, 1, 1}},
-        Row{{5, 6, 5}, {1, 1, 1}}, Row{{-3, -3.5, -3}, {1, 0, 1}}, Row{{1, kNaN, 9}, {1, 1, 1}},
-        Row{{1, 2}, {0, 1}}, Row{{5, 4}, {0, 1}}, Row{{5, 4.5}, {1, 1}}, Row{{7}, {1}},
-        Row{{}, {}}}) {
+  for (const Row& row : {Row{{1, 1, 6, 1, 1}, {1, 1, 0, 1, 1}},
+                         {{1, 2, 4}, {1, 0, 1}},
+                         {{1, 9, 1, 1, 1}, {1, 0, 1, 1, 1}},
+                         {{1, 1, 1, 2}, {1, 1, 1, 0}},
+                         {{1, 1, 5, 5, 1, 1}, {1, 1, 1, 1, 1, 1}},
+                         {{1, 5, 5, 1, 1}, {0, 1, 1, 1, 1}},
+                         {{5, 6, 5}, {1, 1, 1}},
+                         {{5, 6.01, 5}, {1, 0, 1}},
+                         {{-3, -3.5, -3}, {1, 0, 1}},
+                         {{1, kNaN, 9}, {1, 1, 1}},
+                         {{1, 2}, {0, 1}},
+                         {{5, 4}, {0, 1}},
+                         {{5, 4.5}, {1, 1}},
+                         {{7}, {1}},
+                         {{}, {}}}) {
     Vector y = row.lifted;
     for (double& value : y) {
       value -= 1.0;
     }
-    Mask mask(y.size(), -5);
-    RowSize maskSize(99);
-    ZOLTA_ChemDenatKillSpikes(y.data(), RowSize(y.size()), mask.data(), maskSize.pair);
-    EXPECT_EQ(mask, row.mask) << testing::PrintToString(row.lifted);
-    EXPECT_EQ(maskSize.pair[1], static_cast<int>(y.size()));
+    Arguments a;
+    a.y = y;
+    EXPECT_EQ(Called("ChemDenatKillSpikes", a).whole(0), row.mask)
+        << testing::PrintToString(row.lifted);
   }
 }
 
-// A fit that is 0 everywhere, so that a reading is its own distance from the fit.
-const Vector kZeroFit = resultOf({0, 0, 0, 0, 3000, 3, 0, 0, 0, 0, 0, 0, 592});
-
-TEST(Outliers, ReportedWithoutLimitButRemovedUpToAQuarter) {
+// Beside a fit that is 0 everywhere a reading is its own distance from the fit.
+TEST(Outliers, AreFartherThanAPartOfTheDeviation) {
   struct Row {
-    std::size_t points, far;
-    bool failed;
-    std::size_t marked, left;
+    const char* what;
+    Vector y;
+    double RT;
+    Whole mask;
   };
-  for (const Row& row : {Row{12, 3, false, 3, 9}, Row{12, 4, false, 4, 12}, Row{3, 1, false, 1, 3},
-                         Row{12, 0, false, 0, 12}, Row{12, 3, true, 0, 12}, Row{5, 5, false, 5, 5},
-                         Row{400, 100, false, 100, 300}}) {
-    Vector x(row.points), y(row.points, 0.0), result = kZeroFit;
-    std::iota(x.begin(), x.end(), 0.0);
-    std::fill_n(y.begin() + (row.points > 5 ? 2 : 0), row.far, 1.0);
-    result[ZOLTA_RT] = row.failed ? -1 : 592;
-    Mask mask(row.points, -5);
-    RowSize maskSize(99);
-    ZOLTA_ChemDenatOutlierRemoval(x.data(), RowSize(row.points), y.data(), RowSize(row.points),
-                                  result.data(), mask.data(), maskSize.pair);
-    const auto marked = static_cast<std::size_t>(std::count(mask.begin(), mask.end(), 0));
-    EXPECT_EQ(marked, row.marked) << row.points;
-    EXPECT_EQ(maskSize.pair[1], static_cast<int>(row.points));
-    Vector xKept, yKept;
-    zolt::ChemDenatOutlierRemovalArrays(x, y, zolt::resultView(result.data()), xKept, yKept);
-    EXPECT_EQ(xKept.size(), row.left) << row.points;
-    EXPECT_EQ(yKept.size(), row.left);
-    if (row.left == 9) {
-      EXPECT_EQ(xKept, (Vector{0, 1, 5, 6, 7, 8, 9, 10, 11}));
-    }
+  // Four readings 1, -1, t and -t have the deviation sqrt((1 + t t) / 2), which t is 0.15 of at
+  // 0.10667.
+  for (const Row& row : {
+           Row{"a little nearer", {1, -1, 0.1066, -0.1066}, 592, {0, 0, 1, 1}},
+           {"a little farther", {1, -1, 0.1068, -0.1068}, 592, {0, 0, 0, 0}},
+           {"a few", {0, 0, 1, 0, 0, 0, 0, 0}, 592, {1, 1, 0, 1, 1, 1, 1, 1}},
+           {"all alike", {0, 0, 0, 0}, 592, {1, 1, 1, 1}},
+           {"no fit", {0, 0, 9, 0}, -1, {1, 1, 1, 1}},
+       }) {
+    Arguments a;
+    a.result = resultOf({0, 0, 0, 0, 3000, 3, 0, 0, 0, 0, 0, 0, row.RT});
+    a.y = row.y;
+    a.x = Vector(row.y.size(), 1.0);
+    EXPECT_EQ(Called("ChemDenatOutlierRemoval", a).whole(0), row.mask) << row.what;
+    a.x.values.push_back(7.0);
+    a.x = a.x.values;
+    EXPECT_EQ(Called("ChemDenatOutlierRemoval", a).whole(0), Whole(row.y.size() + 1, 1))
+        << "lengths that differ mark nothing";
   }
 }
-
-TEST(Outliers, DifferentLengthsMarkNothing) {
-  const Vector x{0, 1, 2, 3}, y{5, 0, 0};
-  Mask mask(4, -5);
-  RowSize maskSize(99);
-  ZOLTA_ChemDenatOutlierRemoval(x.data(), RowSize(4), y.data(), RowSize(3), kZeroFit.data(),
-                                mask.data(), maskSize.pair);
-  EXPECT_EQ(mask, Mask(4, 1));
-}
-
-int pick(const Vector& y) { return ZOLTA_ChemDenatModelPicker(y.data(), RowSize(y.size())); }
 
 Vector sigmoids(std::size_t n, int count) {
   Vector y(n);
@@ -170,8 +166,13 @@ Vector sigmoids(std::size_t n, int count) {
   return y;
 }
 
-TEST(ModelPicker, CountsCleanTransitions) {
-  for (std::size_t n : {std::size_t{48}, std::size_t{96}, std::size_t{256}, std::size_t{257}}) {
+TEST(ModelPicker, CountsCleanTransitionsAndTakesAllElseForOne) {
+  const auto pick = [](const Vector& y) {
+    Arguments a;
+    a.y = y;
+    return Called("ChemDenatModelPicker", a).whole(0)[0];
+  };
+  for (std::size_t n : {48u, 96u, 256u, 257u, 384u}) {
     for (int transitions : {1, 2, 3}) {
       EXPECT_EQ(pick(sigmoids(n, transitions)), transitions + 1) << n;
     }
@@ -180,9 +181,6 @@ TEST(ModelPicker, CountsCleanTransitions) {
   Vector holes = sigmoids(96, 2);
   holes[10] = holes[50] = holes[51] = kNaN;
   EXPECT_EQ(pick(holes), 3);
-}
-
-TEST(ModelPicker, DegenerateSignalsAreOneTransition) {
   for (const Vector& y : {Vector{}, Vector{1, 2}, Vector(385, 1.0), Vector(48, 7.0),
                           Vector(48, kNaN), Vector(3, 0.0), sigmoids(385, 3)}) {
     EXPECT_EQ(pick(y), 2) << y.size();

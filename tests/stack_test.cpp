@@ -3,10 +3,7 @@
 #include <pthread.h>
 #include <sys/mman.h>
 
-#include <algorithm>
-#include <limits>
-
-#include "support/hostile_curves.h"
+#include "support/arbitrary.h"
 #include "support/sample_arguments.h"
 
 namespace {
@@ -28,7 +25,7 @@ std::size_t deepestUse(const Arguments& arguments) {
   EXPECT_EQ(pthread_attr_setstack(&attributes, stack, kStack), 0);
   pthread_t thread;
   const auto callAll = [](void* given) -> void* {
-    for (const Export& entry : kExports) {
+    for (const Export& entry : kAll) {
       CallSite site(Placement::shared, 0x5A);
       entry.call(*static_cast<const Arguments*>(given), site);
     }
@@ -53,11 +50,10 @@ TEST(Stack, OfAQuarterMebibyteServesEveryExport) {
     }
   }
   // Curves that lead through the systems of the solver's rare cases.
-  for (auto kind : {hostile::X::huge, hostile::X::denormal, hostile::X::infinite}) {
+  for (std::uint64_t seed = 0; seed < 30; ++seed) {
+    Bytes bytes(reinterpret_cast<const std::uint8_t*>(&seed), sizeof seed);
     Arguments arguments = sampleArguments(96, 3);
-    const hostile::Curve curve = hostile::make(kind, hostile::Y::farOffset, 96, 1);
-    arguments.x = curve.x;
-    arguments.y = curve.y;
+    makeCurve(bytes, 96, arguments);
     deepest = std::max(deepest, deepestUse(arguments));
   }
   std::printf("deepest use of the stack: %zu bytes, the thread's own included\n", deepest);

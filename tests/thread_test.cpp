@@ -29,7 +29,7 @@ TEST(Threads, GetTheSerialResultsFromSharedInputs) {
   const Arguments shared[] = {sampleArguments(24, 1), sampleArguments(26, 3)};
   std::vector<std::vector<unsigned char>> serial;
   for (const Arguments& arguments : shared) {
-    for (const Export& entry : kExports) {
+    for (const Export& entry : kAll) {
       serial.push_back(outcomeOf(entry, arguments));
     }
   }
@@ -45,8 +45,8 @@ TEST(Threads, GetTheSerialResultsFromSharedInputs) {
       do {
         for (std::size_t k = 0; k < serial.size(); ++k) {
           const std::size_t call = (k + t * serial.size() / kThreads) % serial.size();
-          const Export& entry = kExports[call % std::size(kExports)];
-          if (outcomeOf(entry, shared[call / std::size(kExports)]) != serial[call]) {
+          const Export& entry = kAll[call % std::size(kAll)];
+          if (outcomeOf(entry, shared[call / std::size(kAll)]) != serial[call]) {
             faults[t] = entry.name;
           }
           calls.fetch_add(1, std::memory_order_relaxed);

@@ -36,20 +36,6 @@ void emxInit(Record** record, std::int32_t numDimensions) {
   *record = made;
 }
 
-// Releases a record and, when it owns them, its elements. A null pointer is left alone.
-template <class Record>
-void emxFree(Record** record) {
-  if (*record == nullptr) {
-    return;
-  }
-  if ((*record)->data != nullptr && (*record)->canFreeData) {
-    std::free((*record)->data);
-  }
-  std::free((*record)->size);
-  std::free(*record);
-  *record = nullptr;
-}
-
 // Makes room for the extents already written in `size`. The first `oldCount` elements are carried
 // over when the buffer has to move; a record over the caller's memory then becomes an owner, and
 // the caller's buffer stays as it was. A record never shrinks.

@@ -75,11 +75,4 @@ double populationStdDev(Row v) {
 double arrayMaxSkipNaN(Row v) { return extremeSkipNaN(v, std::greater<>()); }
 double arrayMinSkipNaN(Row v) { return extremeSkipNaN(v, std::less<>()); }
 
-bool allTrue(std::span<const bool> v) {
-  return std::all_of(v.begin(), v.end(), [](bool b) { return b; });
-}
-bool anyTrue(std::span<const bool> v) {
-  return std::any_of(v.begin(), v.end(), [](bool b) { return b; });
-}
-
 }  // namespace zolt

@@ -92,7 +92,4 @@ double populationStdDev(Row v);
 double arrayMaxSkipNaN(Row v);
 double arrayMinSkipNaN(Row v);
 
-bool allTrue(std::span<const bool> v);
-bool anyTrue(std::span<const bool> v);
-
 }  // namespace zolt

@@ -1,4 +1,5 @@
-"""One list of exports: the committed one, the header's, the library's, and the Python package's.
+"""One list of exports: the committed one, the header's, the library's, the tests' table
+and the Python package's.
 
 Usage: check_exports.py LIBRARY, at the top of the source tree.
 """
@@ -35,6 +36,10 @@ def names_in_library(library):
     return names, re.findall(r"\(NEEDED\).*\[(.*)\]", output_of("readelf", "-dW", library))
 
 
+def names_in_tests():
+    return re.findall(r"\b(ZOLTA_\w+)[\",]", Path("tests/support/exports.h").read_text())
+
+
 def names_in_package():
     for node in ast.parse(Path("python/zolt/_library.py").read_text()).body:
         if isinstance(node, ast.Assign) and node.targets[0].id == "EXPORTS":
@@ -51,6 +56,7 @@ def main(library):
     for place, names in (
         ("header", names_in_header()),
         ("library", exported),
+        ("table of the tests", names_in_tests()),
         ("Python package", names_in_package()),
     ):
         if sorted(names) != sorted(wanted):

@@ -4,39 +4,34 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <span>
 #include <stdexcept>
-#include <vector>
 
+#include "values.h"
 #include "zolt_fitting_engine.h"
 
 // Plain storage with its size pair. Storage that is empty under a length above 0 is handed over as
 // a null pointer.
-struct Array {
-  std::vector<double> values;
+template <class Element>
+struct Sized {
+  std::vector<Element> values;
   std::array<std::int32_t, 2> size{1, 0};
 
-  Array() = default;
-  Array(std::vector<double> row)
+  Sized() = default;
+  Sized(std::vector<Element> row)
       : values(std::move(row)), size{1, static_cast<std::int32_t>(values.size())} {}
   std::size_t length() const {
     return values.empty() || size[1] < 0 ? 0 : static_cast<std::size_t>(size[1]);
   }
 };
-
-struct Flags {
-  std::vector<std::int32_t> values;
-  std::array<std::int32_t, 2> size{1, 0};
-
-  Flags() = default;
-  Flags(std::vector<std::int32_t> row)
-      : values(std::move(row)), size{1, static_cast<std::int32_t>(values.size())} {}
-};
+using Array = Sized<double>;
+using Flags = Sized<std::int32_t>;
 
 enum class Placement {
   shared,   // inputs where the test has them, for threads that share them
@@ -87,18 +82,17 @@ class Block {
 
 class CallSite {
  public:
+  using Bytes = std::span<const unsigned char>;
+  enum class Holds { doubles, integers, sizePair };
+
   // `capacity` is that of output records, whose storage is the test's until they outgrow it.
-  CallSite(Placement place, unsigned char garbageByte, std::size_t capacity = 0)
+  CallSite(Placement place, unsigned char garbageByte, std::int32_t capacity = 0)
       : placement(place), garbage(garbageByte), recordCapacity(capacity) {}
   CallSite(const CallSite&) = delete;
   CallSite& operator=(const CallSite&) = delete;
   ~CallSite() {
-    for (const Output& output : outputs) {
-      release(output.real);
-      release(output.integers);
-    }
-    for (const InputRecord& input : inputRecords) {
-      release(input.record);
+    for (const auto& release : releases) {
+      release();
     }
   }
 
@@ -112,151 +106,131 @@ class CallSite {
       std::memcpy(block.first, values.data(), values.size_bytes());
     }
     block.makeReadOnly();
-    inputs.push_back({&block, std::as_bytes(values)});
+    checks.push_back([&block, values] {
+      return values.empty() || std::memcmp(block.first, values.data(), values.size_bytes()) == 0;
+    });
     return reinterpret_cast<const T*>(block.first);
   }
-  const double* in(const std::vector<double>& values) { return in(std::span(values)); }
-  const double* in(const Array& array) {
-    return array.values.empty() && array.size[1] > 0 ? nullptr : in(array.values);
+  const double* in(const Vector& values) { return in(std::span(values)); }
+  template <class Element>
+  const Element* in(const Sized<Element>& row) {
+    return row.values.empty() && row.size[1] > 0 ? nullptr : in(std::span(row.values));
   }
-  const std::int32_t* in(const Flags& flags) {
-    return flags.values.empty() && flags.size[1] > 0 ? nullptr : in(std::span(flags.values));
-  }
-  template <class Row>
-  const std::int32_t* size(const Row& row) {
+  template <class Element>
+  const std::int32_t* sizeOf(const Sized<Element>& row) {
     return in(std::span<const std::int32_t>(row.size));
   }
-  const emxArray_real_T* inRecord(const std::vector<double>& values) {
+  const emxArray_real_T* inRecord(const Vector& values) {
     // A wrapper has no constant form; nothing writes through it.
     auto* data = const_cast<double*>(in(values));
     const auto length = static_cast<std::int32_t>(values.size());
-    inputRecords.push_back({ZOLTA_emxCreateWrapper_real_T(data, 1, length), data, length});
-    return inputRecords.back().record;
+    auto* record = ZOLTA_emxCreateWrapper_real_T(data, 1, length);
+    releases.push_back([record] { release(record); });
+    checks.push_back([=] {
+      return record->data == data && record->size[0] == 1 && record->size[1] == length &&
+             record->allocatedSize == length && record->numDimensions == 2 && !record->canFreeData;
+    });
+    return record;
   }
 
   template <class T>
   T* out(std::size_t count) {
-    Block& block = newBlock(count * sizeof(T));
-    fill(block);
-    outputs.push_back({&block, nullptr, nullptr});
-    return reinterpret_cast<T*>(block.first);
+    return storage<T>(count, std::is_same_v<T, double> ? Holds::doubles : Holds::integers);
   }
-  std::int32_t* outSize() { return out<std::int32_t>(2); }
+  std::int32_t* outSize() { return storage<std::int32_t>(2, Holds::sizePair); }
   emxArray_real_T* realRecord() {
-    auto* record = ZOLTA_emxCreateWrapper_real_T(storage<double>(), 1, capacity());
-    outputs.push_back({nullptr, record, nullptr});
-    return record;
+    auto* data = recordStorage<double>();
+    return outRecord(ZOLTA_emxCreateWrapper_real_T(data, 1, recordCapacity), Holds::doubles);
   }
-  emxArray_int32_T* intRecord() {
-    auto* record = ZOLTA_emxCreateWrapper_int32_T(storage<std::int32_t>(), 1, capacity());
-    outputs.push_back({nullptr, nullptr, record});
-    return record;
+  emxArray_int32_T* wholeRecord() {
+    auto* data = recordStorage<std::int32_t>();
+    return outRecord(ZOLTA_emxCreateWrapper_int32_T(data, 1, recordCapacity), Holds::integers);
   }
 
   // The elements of output k, in the order in which the outputs were made.
-  template <class T>
-  std::vector<T> values(std::size_t k) const {
-    const std::span<const unsigned char> bytes = bytesOf(outputs.at(k));
-    std::vector<T> row(bytes.size() / sizeof(T));
-    if (!row.empty()) {
-      std::memcpy(row.data(), bytes.data(), bytes.size());
-    }
-    return row;
-  }
+  Vector real(std::size_t k) const { return values<double>(k); }
+  Whole whole(std::size_t k) const { return values<std::int32_t>(k); }
+  Holds holds(std::size_t k) const { return outputs.at(k).holds; }
   std::size_t count() const { return outputs.size(); }
 
   // All outputs as bytes, with the sizes of the records.
   std::vector<unsigned char> written() const {
     std::vector<unsigned char> all;
     for (const Output& output : outputs) {
-      const auto bytes = bytesOf(output);
-      const std::int32_t* size = output.real       ? output.real->size
-                                 : output.integers ? output.integers->size
-                                                   : nullptr;
-      if (size != nullptr) {
-        const auto* sizeBytes = reinterpret_cast<const unsigned char*>(size);
-        all.insert(all.end(), sizeBytes, sizeBytes + 2 * sizeof(*size));
+      for (const Bytes bytes : {Bytes(output.sizeBytes), output.bytes()}) {
+        all.insert(all.end(), bytes.begin(), bytes.end());
       }
-      all.insert(all.end(), bytes.begin(), bytes.end());
     }
     return all;
   }
 
   bool inputsUntouched() const {
-    for (const auto& [block, original] : inputs) {
-      if (!original.empty() && std::memcmp(block->first, original.data(), original.size()) != 0) {
-        return false;
-      }
+    return std::all_of(checks.begin(), checks.end(), [](const auto& holds) { return holds(); });
+  }
+
+  template <class Record>
+  static void release(Record* record) {
+    if (record->canFreeData) {
+      std::free(record->data);
     }
-    for (const auto& [record, data, length] : inputRecords) {
-      if (record->data != data || record->size[0] != 1 || record->size[1] != length ||
-          record->allocatedSize != length || record->numDimensions != 2 || record->canFreeData) {
-        return false;
-      }
-    }
-    return true;
+    std::free(record->size);
+    std::free(record);
   }
 
  private:
-  struct Input {
-    const Block* block;
-    std::span<const std::byte> original;
-  };
-  struct InputRecord {
-    emxArray_real_T* record;
-    const double* data;
-    std::int32_t length;
-  };
   struct Output {
-    const Block* block;
-    emxArray_real_T* real;
-    emxArray_int32_T* integers;
+    Holds holds;
+    std::function<Bytes()> bytes;
+    Bytes sizeBytes;
   };
 
   Block& newBlock(std::size_t bytes) {
     blocks.push_back(std::make_unique<Block>(bytes, placement == Placement::guarded));
     return *blocks.back();
   }
-  void fill(Block& block) {
-    if (block.length > 0) {
-      std::memset(block.first, garbage, block.length);
-    }
-  }
-  std::int32_t capacity() const { return static_cast<std::int32_t>(recordCapacity); }
   template <class T>
-  T* storage() {
-    Block& block = newBlock(recordCapacity * sizeof(T));
-    fill(block);
+  Block& garbageFor(std::size_t count) {
+    Block& block = newBlock(count * sizeof(T));
+    std::fill_n(block.first, block.length, garbage);
+    return block;
+  }
+  template <class T>
+  T* storage(std::size_t count, Holds holds) {
+    const Block& block = garbageFor<T>(count);
+    outputs.push_back({holds, [&block] { return Bytes(block.first, block.length); }, {}});
     return reinterpret_cast<T*>(block.first);
   }
+  template <class T>
+  T* recordStorage() {
+    return reinterpret_cast<T*>(garbageFor<T>(static_cast<std::size_t>(recordCapacity)).first);
+  }
   template <class Record>
-  static void release(Record* record) {
-    if (record != nullptr) {
-      if (record->canFreeData) {
-        std::free(record->data);
-      }
-      std::free(record->size);
-      std::free(record);
+  Record* outRecord(Record* record, Holds holds) {
+    const auto elements = [record] {
+      const auto count = static_cast<std::size_t>(record->size[0] * record->size[1]);
+      return Bytes(reinterpret_cast<const unsigned char*>(record->data),
+                   count * sizeof(*record->data));
+    };
+    const auto* size = reinterpret_cast<const unsigned char*>(record->size);
+    outputs.push_back({holds, elements, Bytes(size, 2 * sizeof(*record->size))});
+    releases.push_back([record] { release(record); });
+    return record;
+  }
+  template <class T>
+  std::vector<T> values(std::size_t k) const {
+    const Bytes bytes = outputs.at(k).bytes();
+    std::vector<T> row(bytes.size() / sizeof(T));
+    if (!row.empty()) {
+      std::memcpy(row.data(), bytes.data(), bytes.size());
     }
-  }
-  template <class Record>
-  static std::span<const unsigned char> elementsOf(const Record* record) {
-    const auto count = static_cast<std::size_t>(record->size[0]) *
-                       static_cast<std::size_t>(record->size[1]) * sizeof(*record->data);
-    return {reinterpret_cast<const unsigned char*>(record->data), count};
-  }
-  static std::span<const unsigned char> bytesOf(const Output& output) {
-    return output.real ? elementsOf(output.real)
-           : output.integers
-               ? elementsOf(output.integers)
-               : std::span<const unsigned char>(output.block->first, output.block->length);
+    return row;
   }
 
   Placement placement;
   unsigned char garbage;
-  std::size_t recordCapacity;
+  std::int32_t recordCapacity;
   std::vector<std::unique_ptr<Block>> blocks;
-  std::vector<Input> inputs;
-  std::vector<InputRecord> inputRecords;
+  std::vector<std::function<bool()>> checks;    // of the inputs
+  std::vector<std::function<void()>> releases;  // of all records
   std::vector<Output> outputs;
 };

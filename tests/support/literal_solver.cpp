@@ -5,7 +5,6 @@
 #include <numeric>
 
 #include "elementary/exponential.h"
-#include "frame/scalar_kit.h"
 
 namespace literal {
 namespace {
@@ -16,7 +15,7 @@ constexpr double kSmallestNormal = 2.2250738585072014e-308;
 constexpr double kSafeMinimum = 1.0020841800044864e-292;
 constexpr double kSafeMinimumReciprocal = 9.9792015476736e+291;
 
-using zolt::isNaNValue;
+bool isNaN(double v) { return std::isnan(v); }
 std::size_t place(int i) { return static_cast<std::size_t>(i); }
 
 double scaledNorm(const double* v, int count) {
@@ -38,34 +37,19 @@ double scaledNorm(const double* v, int count) {
   return count < 1 ? 0.0 : scale * std::sqrt(sum);
 }
 
-// Largest singular value of the square array whose first column is free and whose rest is 1.0.
-double squareNorm(const Matrix& beta) {
-  if (beta.columns == 1) {
-    return std::fabs(beta.values[0]);
+double hypotenuse(double a, double b) {
+  const double large = std::max(std::fabs(a), std::fabs(b));
+  const double small = std::min(std::fabs(a), std::fabs(b));
+  if (isNaN(a) || isNaN(b)) {
+    return kNaN;
   }
-  if (std::any_of(beta.values.begin(), beta.values.end(), isNaNValue)) {
-    return 0.0;
-  }
-  // A power of two keeps the squares of huge elements in range and changes no bits of others.
-  const double largest =
-      std::fabs(*std::max_element(beta.values.begin(), beta.values.end(),
-                                  [](double u, double v) { return std::fabs(u) < std::fabs(v); }));
-  const double scale = largest > 1e150 ? 0x1p-600 : 1.0;
-  const double c = beta.columns;
-  double sum = 0.0;
-  for (int i = 0; i < beta.rows; ++i) {
-    sum += beta.at(i, 0) * scale;
-  }
-  const double mean = sum / c;
-  double squares = 0.0;
-  for (int i = 0; i < beta.rows; ++i) {
-    const double deviation = beta.at(i, 0) * scale - mean;
-    squares += deviation * deviation;
-  }
-  const double p = std::sqrt(c) * mean;
-  const double q = std::sqrt(c * (c - 1.0)) * scale;
-  const double r = std::sqrt(squares);
-  return 0.5 * (zolt::scalarHypot(p, q - r) + zolt::scalarHypot(p, q + r)) / scale;
+  const double ratio = small / large;
+  return large == small ? large * 1.4142135623730951 : large * std::sqrt(ratio * ratio + 1.0);
+}
+
+// The free parameters with the filler that makes them a square array.
+double arrayNormOf(const Matrix& beta) {
+  return arrayNorm(Vector(beta.values.begin(), beta.values.begin() + beta.rows));
 }
 
 // Makes the reflector of column i and returns its tau.
@@ -78,7 +62,7 @@ double reflector(Matrix& a, int i) {
   }
   double alpha = a.at(i, i);
   const auto signedLength = [&] {
-    const double length = zolt::scalarHypot(alpha, norm);
+    const double length = hypotenuse(alpha, norm);
     return alpha >= 0.0 ? -length : length;
   };
   double beta = signedLength();
@@ -161,8 +145,8 @@ double transition(const double* p, double x, double dG, double Cm, double RT) {
 }
 
 double peak(const double* p, double x) {
-  return p[0] *
-         zolt::exponential(-((x - p[1]) * (x - p[1]) / (2.0 * zolt::scalarPower(p[2], 2.0))));
+  const double square = isNaN(p[2]) ? 0.0 : p[2] * p[2];  // a power of no number is 0
+  return p[0] * zolt::exponential(-((x - p[1]) * (x - p[1]) / (2.0 * square)));
 }
 
 double modelAt(const Vector& p, double x) {
@@ -188,7 +172,7 @@ double modelAt(const Vector& p, double x) {
 
 // A model seen through its mask: the held values in one list, the free ones at the front of beta.
 struct Problem {
-  const std::vector<std::uint8_t>& mask;
+  const Mask& mask;
   const Vector& x;
   const Vector& y;
   Vector held;
@@ -211,14 +195,16 @@ struct Problem {
   }
 };
 
-Matrix jacobian(const Problem& problem, const Matrix& beta, const Vector& fitted) {
+Matrix jacobian(const Problem& problem, const Matrix& beta, const Vector& fitted,
+                const std::function<double(const Vector&)>& normOfZero) {
   const int n = static_cast<int>(fitted.size());
   const int unknowns = static_cast<int>(beta.values.size());
   Matrix jacobian(n, unknowns);
   for (int j = 0; j < unknowns; ++j) {
     double increment = 6.0555e-06 * beta.values[place(j)];
     if (beta.values[place(j)] == 0.0) {
-      const double size = std::sqrt(squareNorm(beta));
+      const double size =
+          std::sqrt(normOfZero(Vector(beta.values.begin(), beta.values.begin() + beta.rows)));
       increment = 6.0555e-06 * (size == 0.0 ? size + 1.0 : size);
     }
     Matrix moved = beta;
@@ -238,7 +224,7 @@ Vector dampedStep(const Matrix& jacobian, const Vector& residuals, double lambda
   Matrix a(n + unknowns, unknowns);
   Vector b(residuals);
   b.resize(place(n + unknowns), 0.0);
-  bool number = std::none_of(b.begin(), b.end(), isNaNValue);
+  bool number = std::none_of(b.begin(), b.end(), isNaN);
   for (int j = 0; j < unknowns; ++j) {
     double squares = 0.0, sum = 0.0;
     for (int i = 0; i < n; ++i) {
@@ -247,12 +233,61 @@ Vector dampedStep(const Matrix& jacobian, const Vector& residuals, double lambda
       sum += jacobian.at(i, j);
     }
     a.at(n + j, j) = std::sqrt(lambda * squares);
-    number = number && !isNaNValue(sum + a.at(n + j, j));
+    number = number && !isNaN(sum + a.at(n + j, j));
   }
   return number ? solveLeastSquares(a, b) : Vector(place(unknowns), 0.0);
 }
 
 }  // namespace
+
+double arrayNorm(const Vector& firstColumn) {
+  const std::size_t c = firstColumn.size();
+  if (c > 1 && std::any_of(firstColumn.begin(), firstColumn.end(), isNaN)) {
+    return 0.0;
+  }
+  // A power of two keeps the squares of huge elements in range and changes no bits of others.
+  const bool huge = std::any_of(firstColumn.begin(), firstColumn.end(),
+                                [](double value) { return std::fabs(value) > 1e150; });
+  const double scale = huge ? 0x1p-600 : 1.0;
+  std::vector<Vector> columns(c, Vector(c, scale));
+  std::transform(firstColumn.begin(), firstColumn.end(), columns[0].begin(),
+                 [scale](double value) { return value * scale; });
+  const auto dot = [c](const Vector& a, const Vector& b) {
+    double sum = 0.0;
+    for (std::size_t i = 0; i < c; ++i) {
+      sum += a[i] * b[i];
+    }
+    return sum;
+  };
+  bool turned = true;
+  for (int sweep = 0; sweep < 10 && turned; ++sweep) {
+    turned = false;
+    for (std::size_t p = 0; p < c; ++p) {
+      for (std::size_t q = p + 1; q < c; ++q) {
+        const double pp = dot(columns[p], columns[p]), qq = dot(columns[q], columns[q]);
+        const double pq = dot(columns[p], columns[q]);
+        if (std::fabs(pq) <= 1e-17 * std::sqrt(pp * qq)) {
+          continue;
+        }
+        turned = true;
+        const double zeta = (qq - pp) / (2.0 * pq);
+        const double t = (zeta < 0.0 ? -1.0 : 1.0) / (std::fabs(zeta) + std::hypot(1.0, zeta));
+        const double cosine = 1.0 / std::hypot(1.0, t), sine = t * cosine;
+        for (std::size_t i = 0; i < c; ++i) {
+          const double a = columns[p][i], b = columns[q][i];
+          columns[p][i] = cosine * a - sine * b;
+          columns[q][i] = sine * a + cosine * b;
+        }
+      }
+    }
+  }
+  double greatest = 0.0;
+  for (const Vector& column : columns) {
+    const double length = scaledNorm(column.data(), static_cast<int>(c));
+    greatest = length <= greatest ? greatest : length;
+  }
+  return greatest / scale;
+}
 
 Vector solveLeastSquares(Matrix a, Vector b) {
   const int m = a.rows, n = a.columns;
@@ -290,8 +325,8 @@ Vector solveLeastSquares(Matrix a, Vector b) {
   return x;
 }
 
-Fitted maskedFit(const std::vector<std::uint8_t>& mask, const Vector& x, const Vector& y,
-                 const Vector& start) {
+Fitted maskedFit(const Mask& mask, const Vector& x, const Vector& y, const Vector& start,
+                 const std::function<double(const Vector&)>& normOfZero) {
   const int free = static_cast<int>(std::count(mask.begin(), mask.end(), 0));
   Problem problem{mask, x, y, {}};
   Matrix beta(free, free, 1.0);
@@ -315,14 +350,14 @@ Fitted maskedFit(const std::vector<std::uint8_t>& mask, const Vector& x, const V
     }
   };
   evaluate();
-  bool done = std::any_of(y.begin(), y.end(), isNaNValue) ||
-              std::any_of(fitted.begin(), fitted.end(), isNaNValue);
+  bool done =
+      std::any_of(y.begin(), y.end(), isNaN) || std::any_of(fitted.begin(), fitted.end(), isNaN);
   double lambda = 0.01;
   for (int iteration = 0; iteration < 200 && !done; ++iteration) {
     const Matrix betaold = beta;
     const Vector former = residuals;
     const double sseold = sse;
-    const Matrix derivatives = jacobian(problem, beta, fitted);
+    const Matrix derivatives = jacobian(problem, beta, fitted, normOfZero);
     Vector step;
     const auto tryStep = [&] {
       step = dampedStep(derivatives, former, lambda);
@@ -345,7 +380,7 @@ Fitted maskedFit(const std::vector<std::uint8_t>& mask, const Vector& x, const V
       }
     }
     const double stepNorm = scaledNorm(step.data(), static_cast<int>(step.size()));
-    done = 1e-8 * (kSqrtEpsilon + squareNorm(beta)) > stepNorm ||
+    done = 1e-8 * (kSqrtEpsilon + arrayNormOf(beta)) > stepNorm ||
            std::fabs(sse - sseold) <= 1e-8 * sse || stalled;
   }
   return {problem.merged(beta), fitted[0], sse};

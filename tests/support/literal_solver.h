@@ -5,12 +5,17 @@
 // c * c columns, stored by columns, and every value of the model is made afresh from its equation.
 #pragma once
 
-#include <cstdint>
-#include <vector>
+#include <functional>
+
+#include "values.h"
 
 namespace literal {
 
-using Vector = std::vector<double>;
+using Mask = std::vector<std::uint8_t>;  // 1 for a parameter that is held
+
+// The greatest singular value of the square array whose first column is given and whose other
+// elements are 1.0, by rotations of its columns until all are orthogonal.
+double arrayNorm(const Vector& firstColumn);
 
 // The model is told by the length of its parameter vector: 7, 10 and 13 for one, two and three
 // transitions, 3, 6 and 9 for as many peaks.
@@ -19,8 +24,12 @@ struct Fitted {
   double firstValue;
   double sse;
 };
-Fitted maskedFit(const std::vector<std::uint8_t>& mask, const Vector& x, const Vector& y,
-                 const Vector& start);
+
+// `normOfZero` is asked for the norm where a parameter of exactly 0 takes its increment from it:
+// there alone the last bit of a norm comes into the result, and any method of working accuracy may
+// give it.
+Fitted maskedFit(const Mask& mask, const Vector& x, const Vector& y, const Vector& start,
+                 const std::function<double(const Vector&)>& normOfZero = arrayNorm);
 
 // A matrix stored by columns.
 struct Matrix {
