@@ -1,8 +1,11 @@
-/* Uses the library as a C program does: a hand-made result drawn into records that grow, with and
+/* The interface as a C compiler sees it: where the fields of the records lie on platforms with
+ * 64-bit pointers, and that the two wrapper makers are one entry. Then uses the library as a C
+ * program does: a hand-made result drawn into records that grow, with and
  * without storage of the caller's. */
 #include "zolt_fitting_engine.h"
 /* Twice, since a header may come in by more than one way. */
 #include <math.h>
+#include <stddef.h>
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -25,6 +28,26 @@ static void release(emxArray_real_T* record) {
   free(record);
 }
 
+#define EXPECT_LAYOUT(record)                                                                  \
+  expect(sizeof(record) == 32 && offsetof(record, data) == 0 && offsetof(record, size) == 8 && \
+             offsetof(record, allocatedSize) == 16 && offsetof(record, numDimensions) == 20 && \
+             offsetof(record, canFreeData) == 24,                                              \
+         "the layout of " #record)
+
+static void expect_interface(void) {
+  typedef void (*entry)(void);
+  /* Volatile, as a compiler may hold two names for two addresses. */
+  volatile entry real = (entry)ZOLTA_emxCreateWrapper_real_T;
+  volatile entry whole = (entry)ZOLTA_emxCreateWrapper_int32_T;
+  expect(real == whole, "the two wrapper makers have one address");
+  EXPECT_LAYOUT(emxArray_real_T);
+  EXPECT_LAYOUT(emxArray_int32_T);
+  EXPECT_LAYOUT(emxArray_boolean_T);
+  expect(sizeof(bool) == 1, "a boolean takes one byte");
+  expect(ZOLTA_RESULT_LENGTH == 24 && ZOLTA_FIT_CODE == 13, "the places of a result");
+  expect(ZOLTA_4STATE_THIRDS_WEIGHT2 == 71, "the highest fit code");
+}
+
 int main(void) {
   const double x[] = {0.0, 8.0};
   const int32_t size[] = {1, 2};
@@ -38,6 +61,7 @@ int main(void) {
   result[ZOLTA_DG1] = 5000.0;
   result[ZOLTA_CM1] = 4.0;
   result[ZOLTA_RT] = (25.0 + 273.15) * 1.9872;
+  expect_interface();
   expect(yFit->data == NULL && yFit->allocatedSize == 0, "an empty wrapper holds nothing");
 
   ZOLTA_ChemDenatFluorescenceFitCurve(x, size, result, 3, xFit, yFit);

@@ -50,22 +50,16 @@ inline bool hasFitShape(const Vector& r, int states) {
 }
 
 inline bool isFitCode(int code, const Entry& entry, int states) {
-  if (entry.midpoint) {
-    return code == ZOLTA_CODE_MIDPOINT_FIT;
-  }
-  return (code >= 2 && code <= 31) || (states == 4 && code >= 35 && code <= 71);
+  return entry.midpoint ? code == ZOLTA_CODE_MIDPOINT_FIT
+                        : (code >= 2 && code <= 31) || (states == 4 && code >= 35 && code <= 71);
 }
 
+// A path's candidate without a dG of 0 or above leaves its code on a vector without a fit.
 inline bool isFailureCode(int code, const Entry& entry, int states) {
-  if (entry.midpoint) {
-    return code == 1 || code == 32 || code == 35 || code == 36;
-  }
-  // A path's candidate without a dG of 0 or above leaves its code on a vector without a fit.
-  return code == 1 || code == 32 || code == 34 || (code == 33 && states == 3) ||
-         isFitCode(code, entry, states);
+  return code == 1 || code == 32 || isFitCode(code, entry, states) ||
+         (entry.midpoint ? code == 36 : code == 34 || (code == 33 && states == 3));
 }
 
-// All faults begin with what the vector says of itself.
 inline std::string faultOfAnalysis(std::string_view name, const Arguments& a, const Vector& r) {
   const Entry entry(name);
   const std::size_t n = a.x.length();
