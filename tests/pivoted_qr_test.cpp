@@ -125,9 +125,12 @@ TEST(FactorBySquares, TellsColumnsApartBeyondTheBound) {
                            Row{"beyond", 4, true}, Row{"the second leads", -1.5, true}}) {
       System system{points, 3};
       system.fill(random);
-      system.copy(0, 1,
-                  1 - row.apart * bound);  // sums differ by 2 apart bound, the bound is of two
-      system.copy(0, 2, 0.5);
+      // The same elements the other way round, so that the sums differ by twice apart times bound
+      // of one; the bound is of both.
+      for (int k = 0; k < points; ++k) {
+        system.at(k, 1) = (1 - row.apart * bound) * system.at(points - 1 - k, 0);
+        system.at(k, 2) *= 0.01;
+      }
       const int done = factorBothWays(system, row.what);
       EXPECT_EQ(done > 0, row.told) << row.what << ", " << points << " points";
     }
