@@ -8,7 +8,8 @@ from zolt.codes import all_codes
 
 HEAD = """# What the fit codes mean
 
-Made by `docs/make_fit_codes.py` from `python/zolt/codes.py`. In Python, `fit.code` is the number and
+Made by `docs/make_fit_codes.py` from the names in the C header and their words in
+`python/zolt/codes.py`. In Python, `fit.code` is the number and
 `fit.reason` the sentence; `zolt.explain(code, states)` looks one up.
 
 The code says **how** a fit was found, not how good it is: that is told by R² and the intervals (see
@@ -30,7 +31,8 @@ was known of them. What is known in the starts:
 | three points at each end | a straight line through the first, or last, three readings |
 | flat baselines from the end points | the first and the last reading, slope 0 |
 | stretches of constant slope | the longest run of readings at each end over which the slope stays |
-| midpoint from the derivative peak | Cm where the smoothed curve is steepest |
+| midpoint from the derivative peak | Cm at the centre of a bell curve fitted to the slopes of the curve |
+| midpoint held at the mean of the good first fits | Cm from those fits with R² of at least 0.99 |
 | ranked candidates, best candidate | an earlier fit of the same curve |
 | in two halves, three parts | each part fitted alone as two states, then put together |
 | weights held | the share of each transition kept from such a fit |

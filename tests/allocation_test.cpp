@@ -105,8 +105,8 @@ TEST(Allocations, AreNoneInTheSolver) {
   const std::array<double, 13> start{
       4000, 2, 8000, 4, 12000, 6, 0.35, 0.3, curve.y.front(), 0, curve.y.back(), 0, 592};
   const long before = allocations;
-  const auto fitted =
-      zolt::maskedFit(zolt::fit4State_all, zolt::Curve{curve.x, curve.y}, start, workspace);
+  const auto fitted = zolt::maskedFit<zolt::UnfoldingModel<3>>(
+      zolt::holdMask<3>({}), zolt::Curve{curve.x, curve.y}, start, workspace);
   EXPECT_EQ(allocations, before);
   EXPECT_NE(fitted.p, start);
 }

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "analysis/internal_forms.h"
+#include "analysis/entries.h"
 #include "support/bits.h"
 #include "support/generated_curves.h"
 #include "support/records.h"
@@ -161,8 +161,8 @@ TEST(Analyses, ShortCurvesAreHandedDown) {
 
 TEST(Analyses, TheLongestCurveAndTheBoundsOfTemperature) {
   const Vector x = grid(385), y = steps(x);
-  constexpr decltype(&zolt::twoStateInternal) kInternal[] = {
-      zolt::twoStateInternal, zolt::threeStateInternal, zolt::fourStateInternal};
+  constexpr decltype(&zolt::internalAnalysis<1>) kInternal[] = {
+      zolt::internalAnalysis<1>, zolt::internalAnalysis<2>, zolt::internalAnalysis<3>};
   for (int transitions = 1; transitions <= 3; ++transitions) {
     const std::string name = nameOf(Full, transitions);
     for (std::size_t n : {384u, 385u}) {

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "auxiliary/smoothing.h"
+#include "smoothing/smoothing.h"
 #include "support/records.h"
 
 namespace {

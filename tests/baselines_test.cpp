@@ -11,7 +11,7 @@ namespace {
 
 using Vector = std::vector<double>;
 using zolt::Baseline;
-using zolt::BaselinePair;
+using zolt::Baselines;
 
 Vector ramp(std::size_t n) {
   Vector x;
@@ -21,7 +21,7 @@ Vector ramp(std::size_t n) {
   return x;
 }
 
-void expectPair(const char* what, const BaselinePair& got, const BaselinePair& wanted) {
+void expectPair(const char* what, const Baselines& got, const Baselines& wanted) {
   const double pairs[][2] = {{wanted.native.intercept, got.native.intercept},
                              {wanted.native.slope, got.native.slope},
                              {wanted.denatured.intercept, got.denatured.intercept},
@@ -36,7 +36,7 @@ TEST(WindowBaselines, FollowTheSlopes) {
   struct Row {
     const char* what;
     Vector y;
-    BaselinePair wanted;
+    Baselines wanted;
   };
   const Row rows[] = {
       // The deviation of equal slopes from a mean one value short never stops the scan.
@@ -70,7 +70,7 @@ TEST(WindowBaselines, ShortCurvesStayInside) {
     const Vector x = ramp(n);
     Vector y = x;
     y[n / 2] += 40;
-    const BaselinePair pair = zolt::windowBaselines({x, y});
+    const Baselines pair = zolt::windowBaselines({x, y});
     EXPECT_TRUE(pair.denatured.slope == pair.denatured.slope) << n;
   }
 }
@@ -92,7 +92,7 @@ TEST(SeedBaselines, KnownPairsReplaceEstimates) {
     const char* what;
     Estimate estimate;
     Baseline native, denatured;
-    BaselinePair wanted;
+    Baselines wanted;
   };
   for (const Row& row : {
            Row{"none", Estimate::End, {}, {}, {{7, 0.001}, {10, 0.001}}},

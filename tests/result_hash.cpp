@@ -1,6 +1,5 @@
 #include "result_hash.h"
 
-#include <cmath>
 #include <span>
 #include <vector>
 
@@ -189,18 +188,6 @@ std::uint64_t resultHash() {
   }
   for (std::uint64_t seed = 0; seed < kSeries; ++seed) {
     addSeries(hash, 2 + static_cast<int>(seed % 3), seed);
-  }
-  return hash.state;
-}
-
-std::uint64_t mathLibraryHash() {
-  Hash hash;
-  Random random(1);
-  for (int i = 0; i < 100000; ++i) {
-    const double v = random.between(-40, 40);
-    hash.add(std::exp(v));
-    hash.add(std::log(v * v + 0.1));
-    hash.add(std::pow(v * v + 0.1, 0.3));
   }
   return hash.state;
 }

@@ -4,7 +4,8 @@
 #include <cmath>
 #include <limits>
 
-#include "analysis/unfolding_statistics.h"
+#include "analysis/packaging.h"
+#include "elementary/exponential.h"
 #include "support/bits.h"
 #include "support/generated_curves.h"
 
@@ -208,24 +209,27 @@ void expectPackaged(const zolt::Parameters<Transitions>& p) {
   const GeneratedCurve curve = generateCurve(recipe, 1);
   std::array<double, ZOLTA_RESULT_LENGTH> result;
   result.fill(7);
-  zolt::package<Transitions>({curve.x, curve.y}, p, 42, zolt::resultView(result.data()));
+  const zolt::Curve points{curve.x, curve.y};
+  const auto misfit = zolt::misfitOf<Transitions>(points, p);
+  const auto yardstick = zolt::yardstickOf(points.y);
+  zolt::package<Transitions>(points, p, misfit, yardstick, 42, zolt::resultView(result.data()));
   EXPECT_EQ(zolt::parametersOf<Transitions>(zolt::resultView(std::as_const(result).data())), p);
   EXPECT_EQ(result[ZOLTA_FIT_CODE], 42);
-  EXPECT_EQ(result[ZOLTA_R_SQUARED],
-            zolt::rSquaredOfParameters<Transitions>({curve.x, curve.y}, p));
+  EXPECT_EQ(result[ZOLTA_R_SQUARED], zolt::rSquared(misfit, yardstick));
   for (std::size_t t = 0; t < 3; ++t) {
     const bool there = t < Transitions;
     const double dG = there ? p[2 * t] : 0;
     const double ppm = result[ZOLTA_K1_PPM + t];
     EXPECT_EQ(result[ZOLTA_DG1_WIDTH + t] != 0, there) << t;
-    EXPECT_EQ(ppm, there ? std::exp(-(dG / p[Order::RT])) * 1e6 : 0.0) << t;
+    EXPECT_EQ(ppm, there ? zolt::exponential(-(dG / p[Order::RT])) * 1e6 : 0.0) << t;
   }
   EXPECT_EQ(result[21] + result[22] + result[23], 0.0);
 
   for (double dG : {-1.0, kNaN}) {
     auto without = p;
     without[0] = dG;
-    zolt::package<Transitions>({curve.x, curve.y}, without, 9, zolt::resultView(result.data()));
+    zolt::package<Transitions>(points, without, misfit, yardstick, 9,
+                               zolt::resultView(result.data()));
     std::array<double, ZOLTA_RESULT_LENGTH> shape;
     zolt::writeFailure(Transitions, 9, zolt::resultView(shape.data()));
     EXPECT_EQ(result, shape) << Transitions << " transitions";

@@ -8,13 +8,15 @@ import pytest
 from zolt import codes
 
 WINDOW, THREE_POINTS = "constant slope", "three points"
+PEAK, MEAN = "midpoint from the derivative peak", "mean of the good first fits"
 ROWS = [
     # states, code, held, words of the seed
     (2, 2, "both baselines", "averaged"),
-    (2, 5, "native baseline", f"{WINDOW}, midpoint"),
-    (2, 10, "denatured baseline", "refitted"),
+    (2, 5, "native baseline", f"{WINDOW}, midpoint held at the {MEAN}"),
+    (2, 10, "denatured baseline", "ranked candidates refitted"),
+    (2, 20, "denatured baseline", f"freely, midpoint held at the {MEAN}"),
     (2, 21, "native baseline", "freely"),
-    (2, 23, "", f"{WINDOW}, midpoint"),
+    (2, 23, "", f"{WINDOW}, {PEAK}"),
     (2, 25, "", "refitted with its slopes"),
     (2, 31, "", "end points"),
     (3, 5, "native baseline", f"{WINDOW}, weight"),
@@ -27,7 +29,8 @@ ROWS = [
     (4, 35, "denatured baseline", "freely, both weights held"),
     (4, 39, "denatured baseline", "freely, first weight held"),
     (4, 40, "", f"{WINDOW}, all weights fitted"),
-    (4, 44, "", "weights of the best candidate held"),
+    (4, 44, "", "fitted freely, weights of the best candidate held"),
+    (4, 49, "", "midpoints of the best candidate, both weights held"),
     (4, 71, "", "three parts, second weight held"),
 ]
 
@@ -36,7 +39,7 @@ ROWS = [
 def test_a_code_names_its_path(states, number, held, words):
     code = codes.explain(number, states)
     assert (code.status, code.held) == ("fitted", held)
-    assert words in code.seed and code.sentence.endswith(".")
+    assert words in code.seed and code.sentence.endswith(f"{code.seed}." if number > 4 else ".")
 
 
 @pytest.mark.parametrize("states, last", [(2, 31), (3, 31), (4, 71)])
@@ -56,7 +59,10 @@ def test_the_same_number_depends_on_what_was_asked():
     assert codes.explain(99, 2).status == codes.explain(float("nan")).status == "unknown code"
 
 
-def test_the_page_of_codes_is_up_to_date():
-    docs = Path(__file__).resolve().parents[2] / "docs"
-    page = runpy.run_path(str(docs / "make_fit_codes.py"))["page"]()
-    assert (docs / "fit_codes.md").read_text(encoding="utf-8") == page
+@pytest.mark.parametrize("script, page", [
+    ("script/make_code_names.py", "python/zolt/code_names.py"),
+    ("docs/make_fit_codes.py", "docs/fit_codes.md"),
+])  # fmt: skip
+def test_what_is_made_from_the_header_is_up_to_date(script, page):
+    root = Path(__file__).resolve().parents[2]
+    assert (root / page).read_text(encoding="utf-8") == runpy.run_path(str(root / script))["page"]()

@@ -1,20 +1,22 @@
 """What a fit code says, in words.
 
-A code names the path by which a fit was found. The paths are regular, so the sentences are put
-together: the stage of the search, the side whose baseline was known beforehand, and the start that
-won. Only the failures and the two special entries have sentences of their own.
+A code names the path by which a fit was found. The paths are regular, and so are their names in the
+C header: the side whose baseline was known, the start, and what was held beside it. The sentences
+are put together from these parts. Only the failures and the two special entries have sentences of
+their own.
 """
 
 from dataclasses import dataclass
 
-BAD_INPUT, NO_TRANSITION, NO_CANDIDATE, NO_FIT, MIDPOINT, MIDPOINT_REJECTED = 1, 32, 33, 34, 35, 36
-BOTH_GIVEN, NATIVE_GIVEN, DENATURED_GIVEN = 2, 3, 4
+from .code_names import COMMON, PATHS
 
-_ENDS3 = "baselines from three points at each end"
-_ENDS1 = "flat baselines from the end points"
-_WINDOW = "baselines from the stretches of constant slope"
-_HINT = "midpoint from the derivative peak"
-_WEIGHT = "weight of the transitions held"
+BAD_INPUT = COMMON["BAD_INPUT"]
+NO_TRANSITION = COMMON["NO_TRANSITION"]
+NO_CANDIDATE = COMMON["NO_CANDIDATE"]
+NO_FIT = COMMON["NO_ACCEPTABLE_FIT"]
+MIDPOINT = COMMON["MIDPOINT_FIT"]
+MIDPOINT_REJECTED = COMMON["MIDPOINT_REJECTED"]
+BOTH_GIVEN = COMMON["BOTH_BASELINES"]
 
 
 @dataclass(frozen=True)
@@ -33,66 +35,55 @@ class Code:
         return self.status in ("fitted", "midpoint fitted")
 
 
-def _families(extra, *starts):
-    """Every start plain and with one thing more known, as neighbouring columns."""
-    return [text for start in starts for text in (start, f"{start}, {extra}")]
+_ENDS3 = "baselines from three points at each end"
+_SIDES = {"NATIVE": "native", "DENATURED": "denatured"}
 
-
-def _weighted(start, *, free="all weights fitted"):
-    """The four members of a group of four-state starts."""
-    holds = (free, "second weight held", "first weight held", "both weights held")
-    return [f"{start}, {hold}" for hold in holds]
-
-
-_GIVEN_STARTS = ("the other baseline fitted freely", _ENDS3, _ENDS1, _WINDOW)
-
-# Starts by column: of the tables in which one baseline was known, and of the first stage.
-_GIVEN = {
-    2: [*_families(_HINT, *_GIVEN_STARTS), "the ranked candidates refitted"],
-    3: _families(_WEIGHT, *_GIVEN_STARTS),
-    4: [text for start in _GIVEN_STARTS for text in _weighted(start)],
+# The starts, by what is left of a name without its side and its extras.
+_STARTS = {
+    "ALL_FREE": f"{_ENDS3}, then fitted freely",
+    "FREE_SIDE": "the other baseline fitted freely",
+    "THREE_POINT": _ENDS3,
+    "END_POINT": "flat baselines from the end points",
+    "WINDOW": "baselines from the stretches of constant slope",
+    "HALVES": "the curve fitted in two halves",
+    "HALVES_PEAKS": "the curve fitted in two parts, split at the derivative peaks",
+    "HALVES_BEST": "the curve fitted in two parts, split at the midpoints of the best candidate",
+    "THIRDS": "the curve fitted in three parts",
+    "THIRDS_PEAKS": "the curve fitted in three parts, split at the derivative peaks",
+    "THIRDS_BEST": "the curve fitted in three parts, split at the midpoints of the best candidate",
+    "REFIT": "the best candidate refitted with its slopes held",
 }
-_FIRST = {
-    2: [
-        *(start := [f"{_ENDS3}, then fitted freely", _ENDS3, _ENDS1, _WINDOW]),
-        *(f"{text}, {_HINT}" for text in start),
-        "the best candidate refitted with its slopes held",
-    ],
-    3: [
-        *start,
-        "the curve fitted in two halves",
-        "the curve fitted in two parts, split at the derivative peaks",
-        "the curve fitted in two parts, split at the midpoints of the best candidate",
-        *(f"{text}, {_WEIGHT}" for text in start),
-    ],
-    4: [
-        *(
-            text
-            for group in (
-                *start,
-                "the curve fitted in three parts",
-                "the curve fitted in three parts, split at the derivative peaks",
-                "the curve fitted in three parts, split at the midpoints of the best candidate",
-            )
-            for text in _weighted(group)
-        ),
-        *(f"{text}, weights of the best candidate held" for text in start),
-    ],
-}
+_REFIT_OF_KNOWN_SIDE = "the ranked candidates refitted"
 
-# The order in which the ladders try the columns. A code follows from the place in this order.
-_GIVEN_ORDER = {
-    2: [7, 6, 8, 3, 2, 5, 4, 1, 0],
-    3: [7, 6, 3, 2, 5, 4, 1, 0],
-    4: [12, 15, 13, 14, 4, 7, 5, 6, 8, 11, 9, 10, 0, 3, 1, 2],
+# What a name adds to its start. A midpoint is known from the derivative before any fit, and from the
+# good fits once a baseline is known.
+_EXTRAS = {
+    "HINT": "midpoint from the derivative peak",
+    "WEIGHT": "weight of the transitions held",
+    "WEIGHT1": "first weight held",
+    "WEIGHT2": "second weight held",
+    "WEIGHTS": "both weights held",
 }
-_FIRST_ORDER = {
-    2: [7, 3, 8, 4, 0, 5, 1, 6, 2],
-    3: [10, 3, 6, 7, 0, 8, 1, 9, 2, 5, 4],
-    4: [12, 15, 14, 13, 28, 31, 30, 29, 24, 27, 26, 25, 0, 3, 2, 1]
-    + [4, 7, 6, 5, 8, 11, 10, 9, 20, 23, 22, 21, 16, 19, 18, 17],
-}
-_FIRST_LADDER_START = {2: 23, 3: 21, 4: 40}
+_HINT_OF_KNOWN_SIDE = "midpoint held at the mean of the good first fits"
+_BEST_WEIGHTS = "weights of the best candidate held"
+_ALL_WEIGHTS_FREE = "all weights fitted"
+
+
+def _side_and_seed(name, states):
+    """The side that a path's name tells as known, or "", and its start in words."""
+    first, _, rest = name.partition("_")
+    side = _SIDES.get(first, "")
+    start, extra = rest if side else name, ""
+    if start.endswith("_BEST_WEIGHTS") and not start.startswith("THIRDS"):
+        start, extra = start.removesuffix("_BEST_WEIGHTS"), _BEST_WEIGHTS
+    elif start.rpartition("_")[2] in _EXTRAS:
+        start, _, key = start.rpartition("_")
+        extra = _HINT_OF_KNOWN_SIDE if side and key == "HINT" else _EXTRAS[key]
+    elif states == 4:
+        extra = _ALL_WEIGHTS_FREE
+    seed = _REFIT_OF_KNOWN_SIDE if side and start == "REFIT" else _STARTS[start]
+    return side, f"{seed}, {extra}" if extra else seed
+
 
 _FAILURES = {
     BAD_INPUT: ("bad input", "The input cannot be analysed: x and y must have equal length, there "
@@ -107,12 +98,15 @@ _FAILURES = {
 }  # fmt: skip
 
 
-def _given_codes(states):
-    """Codes of the first ladder in its order: native and denatured table by turns."""
-    numbers = [n for n in range(5, 40) if not NO_TRANSITION <= n <= NO_FIT]
-    for place, column in enumerate(_GIVEN_ORDER[states]):
-        yield numbers[2 * place], "native", column
-        yield numbers[2 * place + 1], "denatured", column
+def _path(number, name, states):
+    side, seed = _side_and_seed(name, states)
+    if side:
+        return Code(number, "fitted", f"Best fit of the candidates that use a known {side} "
+                    f"baseline; it started from: {seed}.", "ladder over known baselines", seed,
+                    f"{side} baseline")  # fmt: skip
+    return Code(number, "fitted", "No baseline could be confirmed at the ends of the curve; best of "
+                f"the unaided fits, which started from: {seed}.", "ladder over unaided fits",
+                seed)  # fmt: skip
 
 
 def _table(states):
@@ -121,26 +115,13 @@ def _table(states):
              "curve, and the fit with them held is excellent (R² at least 0.99).",
              "both baselines known", "averaged baselines", "both baselines")
     ]  # fmt: skip
-    for number, side in ((NATIVE_GIVEN, "native"), (DENATURED_GIVEN, "denatured")):
+    for key, side in _SIDES.items():
         codes.append(
-            Code(number, "fitted", f"The {side} baseline was found in agreement with its end of the "
-                 "curve and used in the fit, which is excellent (R² at least 0.99).",
-                 f"{side} baseline known", "first qualifying start", f"{side} baseline")
+            Code(COMMON[f"{key}_BASELINE"], "fitted", f"The {side} baseline was found in agreement "
+                 "with its end of the curve and used in the fit, which is excellent (R² at least "
+                 "0.99).", f"{side} baseline known", "first qualifying start", f"{side} baseline")
         )  # fmt: skip
-    for number, side, column in _given_codes(states):
-        seed = _GIVEN[states][column]
-        codes.append(
-            Code(number, "fitted", f"Best fit of the candidates that use a known {side} baseline; "
-                 f"it started from: {seed}.", "ladder over known baselines", seed,
-                 f"{side} baseline")
-        )  # fmt: skip
-    for place, column in enumerate(_FIRST_ORDER[states]):
-        seed = _FIRST[states][column]
-        codes.append(
-            Code(_FIRST_LADDER_START[states] + place, "fitted", "No baseline could be confirmed at "
-                 f"the ends of the curve; best of the unaided fits, which started from: {seed}.",
-                 "ladder over unaided fits", seed)
-        )  # fmt: skip
+    codes += [_path(number, name, states) for number, name in PATHS[states].items()]
     codes += [Code(number, *texts, stage="failure") for number, texts in _FAILURES.items()
               if number != MIDPOINT_REJECTED]  # fmt: skip
     return {code.number: code for code in codes}

@@ -14,20 +14,20 @@ constexpr int kShortestSpan = 4;
 
 Baseline toBaseline(const Line& line) { return {line.intercept, line.slope}; }
 
-BaselinePair threePoint(const Curve& curve) {
+Baselines threePoint(const Curve& curve) {
   const Row x = curve.x;
   const Row y = curve.y;
   const std::size_t n = x.size();
-  BaselinePair pair;
-  pair.native.intercept = (y[0] + y[1] + y[2]) / 3.0;
-  pair.native.slope = (y[2] - y[0]) / (x[2] - x[0]);
-  pair.denatured.slope = (y[n - 1] - y[n - 3]) / (x[n - 1] - x[n - 3]);
-  pair.denatured.intercept =
-      (y[n - 3] + y[n - 2] + y[n - 1]) / 3.0 - pair.denatured.slope * x[n - 1];
-  return pair;
+  Baselines lines;
+  lines.native.intercept = (y[0] + y[1] + y[2]) / 3.0;
+  lines.native.slope = (y[2] - y[0]) / (x[2] - x[0]);
+  lines.denatured.slope = (y[n - 1] - y[n - 3]) / (x[n - 1] - x[n - 3]);
+  lines.denatured.intercept =
+      (y[n - 3] + y[n - 2] + y[n - 1]) / 3.0 - lines.denatured.slope * x[n - 1];
+  return lines;
 }
 
-BaselinePair endValues(const Curve& curve) {
+Baselines endValues(const Curve& curve) {
   return {{curve.y[0], kFlatSlope}, {curve.lastY(), kFlatSlope}};
 }
 
@@ -42,7 +42,7 @@ void replaceZeros(Baseline& baseline, double endValue) {
 
 }  // namespace
 
-BaselinePair windowBaselines(const Curve& curve) {
+Baselines windowBaselines(const Curve& curve) {
   const Row x = curve.x;
   const Row y = curve.y;
   const int last = curve.points() - 2;  // index of the last slope
@@ -55,35 +55,36 @@ BaselinePair windowBaselines(const Curve& curve) {
     return x[k] == x[k + 1] ? 0.0 : (y[k] - y[k + 1]) / (x[k] - x[k + 1]);
   };
 
-  BaselinePair pair{{y[0], kFlatSlope}, {}};
+  Baselines lines{{y[0], kFlatSlope}, {}};
   const double firstMean = (slope(0) + slope(1)) / 2.0;
   if (absValue(slope(0) - firstMean) > absValue(firstMean) ||
       absValue(slope(1) - firstMean) > absValue(firstMean)) {
-    pair.native = toBaseline(lineFit(x.first(3), y.first(3)));
+    lines.native = toBaseline(lineFit(x.first(3), y.first(3)));
   }
 
-  pair.denatured = {curve.lastY() - 0.001 * curve.lastY(), kFlatSlope};
+  // The flat slope times y, not times x (design.md: flat denatured baseline).
+  lines.denatured = {curve.lastY() - 0.001 * curve.lastY(), kFlatSlope};
   for (int k = 0; k < kSpans; ++k) {
     const int first = last - k - (kShortestSpan - 1);
     double mean = 0.0;
     for (int i = first; i <= last; ++i) {
       mean += slope(i);
     }
-    mean /= k + 3;  // one less than there are values: a lone deviation must be large to count
+    mean /= k + 3;  // one less than there are values (design.md: spans of slopes)
     bool disagree = false;
     for (int i = first; i <= last && !disagree; ++i) {
       disagree = absValue(slope(i) - mean) > absValue(mean);
     }
     if (disagree) {
       const auto width = static_cast<std::size_t>(std::min(k + 4, curve.points()));
-      pair.denatured = toBaseline(lineFit(x.last(width), y.last(width)));
+      lines.denatured = toBaseline(lineFit(x.last(width), y.last(width)));
       break;
     }
   }
 
-  replaceZeros(pair.native, y[0]);
-  replaceZeros(pair.denatured, curve.lastY());
-  return pair;
+  replaceZeros(lines.native, y[0]);
+  replaceZeros(lines.denatured, curve.lastY());
+  return lines;
 }
 
 BaselineEstimates estimateBaselines(const Curve& curve) {
@@ -91,23 +92,23 @@ BaselineEstimates estimateBaselines(const Curve& curve) {
 }
 
 BaselineEstimates endEstimates(const Curve& curve) {
-  return {{BaselinePair{}, endValues(curve), BaselinePair{}}};
+  return {{Baselines{}, endValues(curve), Baselines{}}};
 }
 
-BaselinePair seedBaselines(const Curve& curve, const BaselineEstimates& estimates,
-                           Estimate estimate, const BaselinePair& given) {
-  BaselinePair pair = estimates[estimate];
+Baselines seedBaselines(const Curve& curve, const BaselineEstimates& estimates, Estimate estimate,
+                        const Baselines& given) {
+  Baselines lines = estimates[estimate];
   if (isGiven(given.native)) {
-    pair.native = given.native;
+    lines.native = given.native;
   }
   if (isGiven(given.denatured)) {
-    pair.denatured = given.denatured;
+    lines.denatured = given.denatured;
   }
   if (estimate == Estimate::End) {
-    replaceZeros(pair.native, curve.y[0]);
-    replaceZeros(pair.denatured, curve.lastY());
+    replaceZeros(lines.native, curve.y[0]);
+    replaceZeros(lines.denatured, curve.lastY());
   }
-  return pair;
+  return lines;
 }
 
 }  // namespace zolt

@@ -13,7 +13,7 @@ struct Baseline {
   double slope = 0.0;
 };
 
-struct BaselinePair {
+struct Baselines {
   Baseline native;
   Baseline denatured;
 };
@@ -21,7 +21,8 @@ struct BaselinePair {
 // The slope of a baseline that is taken to be flat.
 inline constexpr double kFlatSlope = 0.001;
 
-// A pair counts as given when its two values do not sum to 0.
+// A baseline counts as given when its two values do not sum to 0: (2.5, -2.5) is taken for unknown
+// like (0, 0) (design.md: given baselines).
 inline bool isGiven(const Baseline& baseline) { return baseline.intercept + baseline.slope != 0.0; }
 
 // The three ways to estimate both baselines.
@@ -32,25 +33,25 @@ enum class Estimate {
 };
 
 struct BaselineEstimates {
-  std::array<BaselinePair, 3> pairs;
-  const BaselinePair& operator[](Estimate estimate) const {
-    return pairs[static_cast<std::size_t>(estimate)];
+  std::array<Baselines, 3> byEstimate;
+  const Baselines& operator[](Estimate estimate) const {
+    return byEstimate[static_cast<std::size_t>(estimate)];
   }
 };
 
 // All three estimates of a curve of at least 5 points.
 BaselineEstimates estimateBaselines(const Curve& curve);
 
-// The end values alone.
+// The end values alone, for the entries that need no more.
 BaselineEstimates endEstimates(const Curve& curve);
 
 // Where consecutive slopes stop agreeing with their mean, a line through the points up to there;
 // else a flat baseline from the end value.
-BaselinePair windowBaselines(const Curve& curve);
+Baselines windowBaselines(const Curve& curve);
 
-// The given pair, else the estimate; with Estimate::End an intercept of exactly 0 becomes the end
-// value of y and a slope of exactly 0 the flat slope.
-BaselinePair seedBaselines(const Curve& curve, const BaselineEstimates& estimates,
-                           Estimate estimate, const BaselinePair& given);
+// The given baselines, each else the estimate. With Estimate::End an intercept of exactly 0 becomes
+// the end value of y and a slope of exactly 0 the flat slope.
+Baselines seedBaselines(const Curve& curve, const BaselineEstimates& estimates, Estimate estimate,
+                        const Baselines& given);
 
 }  // namespace zolt

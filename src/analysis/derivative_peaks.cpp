@@ -20,17 +20,14 @@ template <int Peaks>
 struct PeakStarts;
 template <>
 struct PeakStarts<1> {
-  static constexpr auto& fit = fitGauss1;
   static constexpr PeakStart rows[] = {{0.5, 0.4}};
 };
 template <>
 struct PeakStarts<2> {
-  static constexpr auto& fit = fitGauss2;
   static constexpr PeakStart rows[] = {{0.33, 0.25}, {0.66, 0.25}};
 };
 template <>
 struct PeakStarts<3> {
-  static constexpr auto& fit = fitGauss3;
   static constexpr PeakStart rows[] = {{0.3, 0.25}, {0.5, 0.25}, {0.7, 0.25}};
 };
 
@@ -49,7 +46,8 @@ std::array<double, Peaks> derivativePeaks(const Curve& curve, FitWorkspace& work
     slope[i] = (y[i] - y[i + 1]) / (x[i] - x[i + 1]);
   }
 
-  // The largest signed slope serves as height, so a falling curve starts from a small one.
+  // The largest signed slope serves as height, so a falling curve starts from a small one
+  // (design.md: signed slopes).
   const double height = arrayMaxSkipNaN(slope);
   std::array<double, 3 * Peaks> start{};
   for (std::size_t k = 0; k < Peaks; ++k) {
@@ -58,7 +56,7 @@ std::array<double, Peaks> derivativePeaks(const Curve& curve, FitWorkspace& work
     start[3 * k + 1] = row.centre * middle.back();
     start[3 * k + 2] = row.width * middle.back();
   }
-  const auto peaks = maskedFit(PeakStarts<Peaks>::fit, Curve{middle, slope}, start, workspace).p;
+  const auto peaks = maskedFit<GaussianModel<Peaks>>({}, Curve{middle, slope}, start, workspace).p;
 
   std::array<double, Peaks> centres{};
   bool outside = false;

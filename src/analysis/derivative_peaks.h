@@ -13,8 +13,4 @@ namespace zolt {
 template <int Peaks>
 std::array<double, Peaks> derivativePeaks(const Curve& curve, FitWorkspace& workspace);
 
-inline constexpr auto& derivativePeaks2 = derivativePeaks<1>;
-inline constexpr auto& derivativePeaks3 = derivativePeaks<2>;
-inline constexpr auto& derivativePeaks4 = derivativePeaks<3>;
-
 }  // namespace zolt

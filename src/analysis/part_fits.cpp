@@ -34,7 +34,7 @@ PartFit fitPart(const Setting& setting, Span span, double dG, double Cm) {
   const Curve part = setting.curve.part(static_cast<std::size_t>(span.first - 1),
                                         static_cast<std::size_t>(span.last - span.first + 1));
   const Yardstick yardstick = yardstickOf(part.y);
-  const auto fitFrom = [&](const BaselinePair& lines) {
+  const auto fitBetween = [&](const Baselines& lines) {
     const Parameters<1> start{dG,
                               Cm,
                               lines.native.intercept,
@@ -42,15 +42,15 @@ PartFit fitPart(const Setting& setting, Span span, double dG, double Cm) {
                               lines.denatured.intercept,
                               lines.denatured.slope,
                               setting.RT};
-    return asCandidate<1>(part, maskedFit(fit2State_all, part, start, setting.workspace));
+    return fitCurve<1>(setting, part, {}, start);
   };
 
-  const Candidate<1> fromLines = fitFrom(
+  const Candidate<1> fromLines = fitBetween(
       {lineThrough(setting.curve, span.first - 1), lineThrough(setting.curve, span.last - 3)});
   const double r = rSquared(fromLines.misfit, yardstick);
   const PartFit fit{part, fromLines.p};
   if (fit.failed() || r < kGoodPart) {
-    const Candidate<1> fromEnds = fitFrom({{part.y[0], kFlatSlope}, {part.lastY(), kFlatSlope}});
+    const Candidate<1> fromEnds = fitBetween({{part.y[0], kFlatSlope}, {part.lastY(), kFlatSlope}});
     const PartFit again{part, fromEnds.p};
     if (!again.failed() && rSquared(fromEnds.misfit, yardstick) > r) {
       return again;
@@ -75,7 +75,7 @@ double joinWeight(const Curve& curve, const PartFit& left, const PartFit& right,
   return share > kMostShare || share < kLeastShare ? 0.5 : share;
 }
 
-Transition transitionAt(const Curve& curve, int point, double mValue) {
+TransitionStart transitionAt(const Curve& curve, int point, double mValue) {
   const double Cm = at(curve.x, point);
   return {mValue * Cm, Cm};
 }

@@ -6,7 +6,7 @@
 namespace zolt {
 
 // A part of a curve and its fit. The fit is used as it comes, without the filter of candidates; it
-// counts as failed only when its dG is exactly -1.
+// counts as failed only when its dG is exactly -1 (design.md: failed candidates).
 struct PartFit {
   Curve part;
   Parameters<1> p;
@@ -17,6 +17,14 @@ struct PartFit {
   Baseline denatured() const { return {p[ParameterOrder<1>::aU], p[ParameterOrder<1>::bU]}; }
   bool failed() const { return dG() == -1.0; }
   bool isPlausible() const { return plausible<1>(p, part.x); }
+};
+
+// The start that the parts of a curve make when they are put together. Where the fit from it fails,
+// sound parts stand as they are, unfitted.
+template <int Transitions>
+struct Joined {
+  Parameters<Transitions> start;
+  std::optional<Parameters<Transitions>> unfitted;
 };
 
 // Points `first` to `last` of a curve, counted from 1.
@@ -42,24 +50,24 @@ double joinWeight(const Curve& curve, const PartFit& left, const PartFit& right,
                   double height);
 
 // Whether a transition may be taken over from a part. The midpoint is compared with the last y of
-// the whole curve, not with the last x: this is meant.
+// the whole curve, not with the last x (design.md: usable parts).
 inline bool isUsable(const PartFit& fit, const Curve& curve) {
   return fit.dG() >= 0.0 && fit.Cm() >= 0.0 && curve.lastY() >= fit.Cm();
 }
 
 // Midpoint at a point of the curve (counted from 1), with a free energy of a fixed m-value.
-struct Transition {
+struct TransitionStart {
   double dG;
   double Cm;
 };
 inline constexpr double kFirstMValue = 1500.0;
 inline constexpr double kLaterMValue = 2500.0;
-Transition transitionAt(const Curve& curve, int point, double mValue);
+TransitionStart transitionAt(const Curve& curve, int point, double mValue);
 
 // The first transition and the native baseline of a joined start. When the left fit is not usable,
 // its baseline still serves if `keepsUnusableBaseline` and the fit did not fail.
 struct FirstPart {
-  Transition transition;
+  TransitionStart transition;
   Baseline native;
 };
 FirstPart firstPart(const Curve& curve, const PartFit& left, int point, bool keepsUnusableBaseline);

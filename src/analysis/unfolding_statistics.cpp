@@ -1,27 +1,11 @@
 #include "analysis/unfolding_statistics.h"
 
-#include <iterator>
-
 namespace zolt {
 namespace {
 
-// Made by script/make_t_quantiles.py.
-constexpr double kTQuantiles[] = {
-#include "analysis/t_quantiles.inc"
-};
-static_assert(std::size(kTQuantiles) == kLargestCurve);
-
+// Squares by the library's power, which takes a NaN for 0.
 double sumOfSquaresAboutMean(Row y) {
-  double sum = 0.0;
-  for (double value : y) {
-    sum += value;
-  }
-  const double mean = sum / static_cast<double>(y.size());
-  double sst = 0.0;
-  for (double value : y) {
-    sst += scalarPower(value - mean, 2.0);
-  }
-  return sst;
+  return sumAboutMean(y, [](double deviation) { return scalarPower(deviation, 2.0); });
 }
 
 }  // namespace
@@ -48,17 +32,6 @@ double rSquared(Row y, Row fitted) {
     misfit.sse += scalarPower(y[i] - fitted[i], 2.0);
   }
   return rSquared(misfit, {sumOfSquaresAboutMean(y), 0.0});
-}
-
-double tQuantileTable(std::size_t degrees) { return kTQuantiles[degrees - 1]; }
-
-double confidenceWidth(double Cm1, const Curve& curve, const Misfit& misfit) {
-  if (Cm1 < 0.0 || curve.x.size() != curve.y.size() || misfit.firstValue <= -1.0) {
-    return -1.0;
-  }
-  const std::size_t n = curve.x.size();
-  return tQuantileTable(std::min<std::size_t>(n, kLargestCurve)) *
-         std::sqrt(misfit.sse / (static_cast<double>(n) - 2.0));
 }
 
 }  // namespace zolt

@@ -1,12 +1,12 @@
-// The measures by which every candidate fit is judged, and the packager that turns a candidate into
-// a ResultVector. One template over the number of transitions serves the three models.
+// The measures by which every candidate fit is judged: R-squared, the filter of plausible
+// parameters, the order of the transitions, and the agreement with the ends of the curve. One
+// template over the number of transitions serves the three models.
 #pragma once
 
 #include <algorithm>
 
-#include "fit/masked_fit.h"
+#include "fit/levenberg_marquardt.h"
 #include "frame/curve.h"
-#include "frame/result_vector.h"
 #include "frame/scalar_kit.h"
 
 namespace zolt {
@@ -20,11 +20,10 @@ struct Yardstick {
 Yardstick yardstickOf(Row y);
 
 // 1 - sse/sst of fitted values against y, or -1 when that cannot be formed, is negative, or the
-// first fitted value is exactly -1. A fitted value that is NaN adds nothing to sse.
+// first fitted value is exactly -1 (design.md: failed candidates). A fitted value that is NaN adds
+// nothing to sse (design.md: powers).
 double rSquared(Row y, Row fitted);
-
-// One-sided 0.95 quantile of Student's t for `degrees` (1 to 384) degrees of freedom.
-double tQuantileTable(std::size_t degrees);
+double rSquared(const Misfit& misfit, const Yardstick& yardstick);
 
 // The misfit of any parameters. A point at which the model is NaN adds nothing.
 template <int Transitions>
@@ -39,34 +38,6 @@ Misfit misfitOf(const Curve& curve, const Parameters<Transitions>& p) {
     misfit.sse += scalarPower(curve.y[i] - value, 2.0);
   }
   return misfit;
-}
-
-double rSquared(const Misfit& misfit, const Yardstick& yardstick);
-
-template <int Transitions>
-double rSquaredOfParameters(const Curve& curve, const Parameters<Transitions>& p) {
-  return rSquared(misfitOf<Transitions>(curve, p), yardstickOf(curve.y));
-}
-
-// A parameter vector with its misfit. Whoever has both never evaluates the curve again.
-template <int Transitions>
-struct Candidate {
-  Parameters<Transitions> p;
-  Misfit misfit;
-};
-
-template <int Transitions>
-Candidate<Transitions> candidateOf(const Curve& curve, const Parameters<Transitions>& p) {
-  return {p, misfitOf<Transitions>(curve, p)};
-}
-
-// What a masked fit leaves, as a candidate. The fit's own sum of squares serves unless a NaN is in
-// it, which the measure of candidates passes over.
-template <int Transitions>
-Candidate<Transitions> asCandidate(const Curve& curve,
-                                   const Fitted<ParameterOrder<Transitions>::count>& fitted) {
-  return isNaNValue(fitted.misfit.sse) ? candidateOf<Transitions>(curve, fitted.p)
-                                       : Candidate<Transitions>{fitted.p, fitted.misfit};
 }
 
 // Accepted range of the m-value dG/Cm in cal/mol per unit of x.
@@ -136,8 +107,8 @@ bool orderTransitions(Parameters<Transitions>& p) {
   } else if constexpr (Transitions == 3) {
     double& f1 = p[Order::weight(0)];
     double& f2 = p[Order::weight(1)];
-    const bool firstPair = p[Order::Cm(0)] > p[Order::Cm(1)];
-    if (firstPair) {
+    const bool firstTwo = p[Order::Cm(0)] > p[Order::Cm(1)];
+    if (firstTwo) {
       swapTransitions(0, 1);
       std::swap(f1, f2);
     }
@@ -154,12 +125,13 @@ bool orderTransitions(Parameters<Transitions>& p) {
       f2 = 1.0 - f1 - f2;
       return true;
     }
-    return firstPair;
+    return firstTwo;
   }
   return false;
 }
 
-// Fraction denatured of a parameter vector at x.
+// Fraction denatured of a parameter vector at x. A weight multiplies K before the division here,
+// and K/(1 + K) in the drawn curves; the two round differently (design.md: weighted fractions).
 template <int Transitions>
 double unfoldingFraction(const Parameters<Transitions>& p, double x) {
   using Order = ParameterOrder<Transitions>;
@@ -181,7 +153,7 @@ struct EndAgreement {
 
 // An end agrees when at least 3 of its 5 points, read as a fraction of the range of y from the
 // native intercept, lie within 0.02 of the fraction denatured. The native intercept serves at both
-// ends, and the slopes play no part.
+// ends, and the slopes play no part (design.md: end agreement).
 template <int Transitions>
 EndAgreement baselineCheck(const Curve& curve, const Parameters<Transitions>& p,
                            const Yardstick& yardstick) {
@@ -209,59 +181,5 @@ EndAgreement baselineCheck(const Curve& curve, const Parameters<Transitions>& p,
   };
   return {agrees(0), agrees(n - kEndPoints)};
 }
-
-// Student t quantile times the residual standard error, or -1. The quantile is entered at the
-// number of points and the error formed with two fewer; the two counts differ on purpose.
-double confidenceWidth(double Cm1, const Curve& curve, const Misfit& misfit);
-
-// Fills all 24 elements from a curve, a candidate and a fit code. A candidate whose first dG is
-// negative or NaN gives the failure shape of its model with this code.
-template <int Transitions>
-void packageCandidate(const Curve& curve, const Candidate<Transitions>& candidate,
-                      const Yardstick& yardstick, int code, ResultVector result) {
-  using Order = ParameterOrder<Transitions>;
-  const auto& [p, misfit] = candidate;
-  if (!(p[Order::dG(0)] >= 0.0)) {
-    writeFailure(Transitions, code, result);
-    return;
-  }
-  const double width = confidenceWidth(p[Order::Cm(0)], curve, misfit);
-  writeParameters<Transitions>(p, result);
-  result[ZOLTA_FIT_CODE] = code;
-  result[ZOLTA_R_SQUARED] = rSquared(misfit, yardstick);
-  for (int t = 0; t < Transitions; ++t) {
-    const double dG = p[Order::dG(t)];
-    result[static_cast<std::size_t>(ZOLTA_DG1_WIDTH + t)] = dG * width;
-    result[static_cast<std::size_t>(ZOLTA_K1_PPM + t)] = std::exp(-(dG / p[Order::RT])) * 1e6;
-  }
-}
-
-// The same from parameters alone.
-template <int Transitions>
-void package(const Curve& curve, const Parameters<Transitions>& p, int code, ResultVector result) {
-  packageCandidate<Transitions>(curve, candidateOf<Transitions>(curve, p), yardstickOf(curve.y),
-                                code, result);
-}
-
-inline constexpr auto& twoStateFraction = unfoldingFraction<1>;
-inline constexpr auto& twoStatePlausible = plausible<1>;
-inline constexpr auto& twoStateBaselineCheck = baselineCheck<1>;
-inline constexpr auto& packageTwoState = package<1>;
-
-inline constexpr auto& threeStateFraction = unfoldingFraction<2>;
-inline constexpr auto& threeStatePlausible = plausible<2>;
-inline constexpr auto& threeStatePlausibleStrict = plausibleStrict<2>;
-inline constexpr auto& threeStateOrder = orderTransitions<2>;
-inline constexpr auto& threeStateBaselineCheck = baselineCheck<2>;
-inline constexpr auto& threeStateRSquared = rSquaredOfParameters<2>;
-inline constexpr auto& threeStateConfidenceWidth = confidenceWidth;
-inline constexpr auto& packageThreeState = package<2>;
-
-inline constexpr auto& fourStateFraction = unfoldingFraction<3>;
-inline constexpr auto& fourStatePlausible = plausible<3>;
-inline constexpr auto& fourStatePlausibleStrict = plausibleStrict<3>;
-inline constexpr auto& fourStateOrder = orderTransitions<3>;
-inline constexpr auto& fourStateBaselineCheck = baselineCheck<3>;
-inline constexpr auto& packageFourState = package<3>;
 
 }  // namespace zolt

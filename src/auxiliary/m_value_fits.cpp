@@ -1,11 +1,11 @@
 // Simple curves through m-values: a line, a parabola, and a line in the logarithm of x. Each gives
 // the fitted values at the points, times a factor a point, and the curve itself on an even grid.
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 #include "auxiliary/polynomial_fit.h"
 #include "auxiliary/strided_copy.h"
+#include "elementary/logarithm.h"
 #include "fit/linear_algebra.h"
 #include "frame/array_records.h"
 #include "frame/curve.h"
@@ -47,13 +47,13 @@ double standInForZero(Row x) {
 
 struct LogarithmicLine {
   static auto through(Row x, Row y) {
-    const auto logarithm = [standIn = standInForZero(x)](double at) {
-      return std::log(at != 0.0 ? at : standIn);
+    const auto logarithmAt = [standIn = standInForZero(x)](double at) {
+      return logarithm(at != 0.0 ? at : standIn);
     };
     std::vector<double> logs(x.size());
-    std::transform(x.begin(), x.end(), logs.begin(), logarithm);
-    return [line = lineFit(logs, y), logarithm](double at) {
-      return line.intercept + line.slope * logarithm(at);
+    std::transform(x.begin(), x.end(), logs.begin(), logarithmAt);
+    return [line = lineFit(logs, y), logarithmAt](double at) {
+      return line.intercept + line.slope * logarithmAt(at);
     };
   }
 };
@@ -67,8 +67,8 @@ void fitMValues(const double* xData, const int32_t* xSize, const double* yData,
   fittedSize[0] = 1;
   fittedSize[1] = static_cast<int32_t>(x.size());
   if (x.empty()) {
-    std::ranges::fill(resizeRow(xGrid, nGrid), 0.0);
-    std::ranges::fill(resizeRow(yGrid, nGrid), 0.0);
+    zeroRow(xGrid, nGrid);
+    zeroRow(yGrid, nGrid);
     return;
   }
   const std::vector<double> y = stridedCopy(yData, ySize, x.size());
@@ -78,7 +78,7 @@ void fitMValues(const double* xData, const int32_t* xSize, const double* yData,
     fitted[i] = scale[i] * curve(x[i]);
   }
   const Row grid = linearGrid(arrayMinSkipNaN(x), arrayMaxSkipNaN(x), nGrid, xGrid);
-  std::ranges::transform(grid, resizeRow(yGrid, nGrid).begin(), curve);
+  std::transform(grid.begin(), grid.end(), resizeRow(yGrid, nGrid).begin(), curve);
 }
 
 }  // namespace

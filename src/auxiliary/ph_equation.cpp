@@ -22,7 +22,8 @@ struct Calibration {
 template <std::size_t Degree>
 Calibration calibrate(Row x, Row ratio) {
   Calibration fit;
-  std::ranges::reverse_copy(polyFit<Degree>(x, ratio), fit.coefficients.begin());
+  const auto highestFirst = polyFit<Degree>(x, ratio);
+  std::reverse_copy(highestFirst.begin(), highestFirst.end(), fit.coefficients.begin());
   const auto& c = fit.coefficients;
   for (std::size_t i = 0; i < x.size(); ++i) {
     double value = c[0] + c[1] * x[i];
@@ -52,5 +53,5 @@ extern "C" void ZOLTA_pHequation(const double* a, const int32_t* aSize, const do
   const Calibration quartic = calibrate<4>(pH, ratio);
   // The cubic wins a tie.
   const Calibration& better = quartic.squares >= cubic.squares ? cubic : quartic;
-  std::ranges::copy(better.coefficients, out);
+  std::copy(better.coefficients.begin(), better.coefficients.end(), out);
 }

@@ -14,27 +14,30 @@ namespace {
 
 using Evaluator = void (*)(ConstResultVector, Row, std::span<double>);
 
-// One evaluator for each number of transitions.
-struct Evaluators {
-  Evaluator one, two, three;
-};
-
-constexpr Evaluators kSignal{twoStateCurveFromResult, threeStateCurveFromResult,
-                             fourStateCurveFromResult};
-constexpr Evaluators kFraction{fractionFromResult<1>, fractionFromResult<2>, fractionFromResult<3>};
+// K/(1 + K) is rounded before the weight multiplies it, unlike in the check of the ends (design.md:
+// weighted fractions).
+template <int Transitions>
+void fractionOf(const Parameters<Transitions>& p, Row x, std::span<double> out) {
+  using Order = ParameterOrder<Transitions>;
+  const auto weights = weightsOf<Transitions>(p.data());
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    double fraction = 0.0;
+    for (int t = 0; t < Transitions; ++t) {
+      const double K = equilibriumConstant(x[i], p[Order::dG(t)], p[Order::Cm(t)], p[Order::RT]);
+      const double term = weights[static_cast<std::size_t>(t)] * (K / (1.0 + K));
+      fraction = t == 0 ? term : fraction + term;
+    }
+    out[i] = fraction;
+  }
+}
 
 // A vector without a fit has no positive thermal energy, and its curve is 0 everywhere.
-void evaluate(const Evaluators& evaluators, ConstResultVector result, Row x,
-              std::span<double> out) {
-  if (!(result[ZOLTA_RT] > 0.0)) {
-    std::ranges::fill(out, 0.0);
-    return;
+void evaluate(Evaluator evaluator, ConstResultVector result, Row x, std::span<double> out) {
+  if (result[ZOLTA_RT] > 0.0) {
+    evaluator(result, x, out);
+  } else {
+    std::fill(out.begin(), out.end(), 0.0);
   }
-  const int transitions = transitionsOf(result);
-  const Evaluator evaluator = transitions == 1   ? evaluators.one
-                              : transitions == 2 ? evaluators.two
-                                                 : evaluators.three;
-  evaluator(result, x, out);
 }
 
 struct Ends {
@@ -44,14 +47,27 @@ struct Ends {
 // The range to draw, in the direction of x; without any x it shrinks to 0.
 Ends endsOf(Row x) { return x.empty() ? Ends{0.0, 0.0} : Ends{x.front(), x.back()}; }
 
-void drawCurve(const Evaluators& evaluators, Row x, ConstResultVector result, int32_t n,
+void drawCurve(Evaluator evaluator, Row x, ConstResultVector result, int32_t n,
                emxArray_real_T* xFit, emxArray_real_T* yFit) {
   const auto [first, last] = endsOf(x);
   const Row grid = linearGrid(first, last, n, xFit);
-  evaluate(evaluators, result, grid, resizeRow(yFit, n));
+  evaluate(evaluator, result, grid, resizeRow(yFit, n));
 }
 
 }  // namespace
+
+void signalFromResult(ConstResultVector result, Row x, std::span<double> out) {
+  withTransitions(transitionsOf(result), [&](auto transitions) {
+    unfoldingCurve<transitions>(parametersOf<transitions>(result), x, out);
+  });
+}
+
+void fractionFromResult(ConstResultVector result, Row x, std::span<double> out) {
+  withTransitions(transitionsOf(result), [&](auto transitions) {
+    fractionOf<transitions>(parametersOf<transitions>(result), x, out);
+  });
+}
+
 }  // namespace zolt
 
 extern "C" void ZOLTA_ChemDenatFluorescenceFitCurve(const double* x, const int32_t* xSize,
@@ -59,14 +75,14 @@ extern "C" void ZOLTA_ChemDenatFluorescenceFitCurve(const double* x, const int32
                                                     emxArray_real_T* xFit,
                                                     emxArray_real_T* yFit) noexcept {
   using namespace zolt;
-  drawCurve(kSignal, rowView(x, xSize), resultView(result), n, xFit, yFit);
+  drawCurve(signalFromResult, rowView(x, xSize), resultView(result), n, xFit, yFit);
 }
 
 extern "C" void ZOLTA_ChemDenatFDFitCurve(const double* x, const int32_t* xSize,
                                           const double* result, int32_t n, emxArray_real_T* xFit,
                                           emxArray_real_T* yFit) noexcept {
   using namespace zolt;
-  drawCurve(kFraction, rowView(x, xSize), resultView(result), n, xFit, yFit);
+  drawCurve(fractionFromResult, rowView(x, xSize), resultView(result), n, xFit, yFit);
 }
 
 // Each slope stands at the left end of its interval, so the grid has one point more than wanted
@@ -86,8 +102,8 @@ extern "C" void ZOLTA_ChemDenatFirstDerivativeFitCurve(const double* x, const in
   std::vector<double> fraction(points);
   const auto [first, last] = endsOf(rowView(x, xSize));
   linearGrid(first, last, grid);
-  evaluate(kFraction, resultView(result), grid, fraction);
-  std::ranges::copy_n(grid.begin(), n, kept.begin());
+  evaluate(fractionFromResult, resultView(result), grid, fraction);
+  std::copy_n(grid.begin(), n, kept.begin());
   for (std::size_t i = 0; i + 1 < points; ++i) {
     slopes[i] = (fraction[i] - fraction[i + 1]) / (grid[i] - grid[i + 1]);
   }

@@ -18,31 +18,10 @@ inline int transitionsOf(ConstResultVector result) {
   return zero(ZOLTA_DG3, ZOLTA_CM3, ZOLTA_WEIGHT2) ? 2 : 3;
 }
 
-// The fitted signal at every x. The caller has chosen the model; nothing is tested.
-template <int Transitions>
-void curveFromResult(ConstResultVector result, Row x, std::span<double> out) {
-  unfoldingCurve<Transitions>(parametersOf<Transitions>(result), x, out);
-}
-
-inline constexpr auto& twoStateCurveFromResult = curveFromResult<1>;
-inline constexpr auto& threeStateCurveFromResult = curveFromResult<2>;
-inline constexpr auto& fourStateCurveFromResult = curveFromResult<3>;
+// The fitted signal at every x. Nothing is tested: a vector without a fit has a curve, too.
+void signalFromResult(ConstResultVector result, Row x, std::span<double> out);
 
 // The fraction denatured, the baselines left out.
-template <int Transitions>
-void fractionFromResult(ConstResultVector result, Row x, std::span<double> out) {
-  using Order = ParameterOrder<Transitions>;
-  const auto p = parametersOf<Transitions>(result);
-  const auto weights = weightsOf<Transitions>(p.data());
-  for (std::size_t i = 0; i < x.size(); ++i) {
-    double fraction = 0.0;
-    for (int t = 0; t < Transitions; ++t) {
-      const double K = equilibriumConstant(x[i], p[Order::dG(t)], p[Order::Cm(t)], p[Order::RT]);
-      const double term = weights[static_cast<std::size_t>(t)] * (K / (1.0 + K));
-      fraction = t == 0 ? term : fraction + term;
-    }
-    out[i] = fraction;
-  }
-}
+void fractionFromResult(ConstResultVector result, Row x, std::span<double> out);
 
 }  // namespace zolt

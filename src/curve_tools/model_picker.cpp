@@ -3,13 +3,15 @@
 // as evenly spaced.
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <span>
+#include <utility>
 
-#include "auxiliary/smoothing.h"
+#include "elementary/exponential.h"
+#include "elementary/logarithm.h"
 #include "frame/curve.h"
 #include "frame/scalar_kit.h"
+#include "smoothing/smoothing.h"
 #include "zolt_fitting_engine.h"
 
 namespace zolt {
@@ -87,21 +89,31 @@ DenseRow slope(const DenseRow& Y, Step stepAt) {
   return d;
 }
 
-double logarithmicStep(std::size_t position) {
-  return std::log(static_cast<double>(position + 1)) - std::log(static_cast<double>(position));
-}
+// The steps between the logarithms of the positions, asked for in turn from position 1 on.
+struct LogarithmicSteps {
+  double reached = 0.0;
+
+  double operator()(std::size_t position) {
+    const double next = logarithm(static_cast<double>(position + 1));
+    return next - std::exchange(reached, next);
+  }
+};
 
 // Takes away a sigmoid that steps from 0 to the difference of the ends, centred on the peak, and
 // then the smallest value of the curve as it came.
 DenseRow removeStep(const DenseRow& d, double W) {
   const double P = arrayMaxSkipNaN(d);
   const Row row = d;
-  const auto p = static_cast<double>(std::ranges::find(row, P) - row.begin());
+  const auto p = static_cast<double>(std::find(row.begin(), row.end(), P) - row.begin());
   const double lowest = arrayMinSkipNaN(d);
   const double step = row.back() - row.front();
   DenseRow e(d.length);
   for (std::size_t k = 0; k < d.length; ++k) {
-    e[k] = d[k] - step / (1.0 + std::exp((P / W) * (p - static_cast<double>(k))));
+    e[k] = (P / W) * (p - static_cast<double>(k));
+  }
+  exponentials(&e[0], static_cast<int>(d.length));
+  for (std::size_t k = 0; k < d.length; ++k) {
+    e[k] = d[k] - step / (1.0 + e[k]);
     e[k] -= lowest;
   }
   return e;
@@ -133,7 +145,7 @@ DenseRow keepPeaks(const DenseRow& s, double percent, std::size_t shortest) {
   return b;
 }
 
-// A peak is a long enough rise; a short fall of more than 2 % a point arms the counter anew.
+// A peak is a long enough rise, counted once; a short fall of more than 2 % a point ends it.
 double countRiseFallPeaks(const DenseRow& s) {
   const auto m = static_cast<double>(s.length);
   const auto wide = static_cast<std::size_t>(scalarRound(m * 0.045));
@@ -142,7 +154,7 @@ double countRiseFallPeaks(const DenseRow& s) {
   std::size_t up = 0;
   std::size_t down = 0;
   int peaks = 0;
-  bool armed = false;
+  bool counted = false;
   for (std::size_t i = 1; i + 2 < s.length; ++i) {
     // On a gentle fall and on a stretch of zeros both of the first tests fire, which holds `down`
     // at 1.
@@ -154,12 +166,12 @@ double countRiseFallPeaks(const DenseRow& s) {
       ++down;
       up = 0;
     }
-    if (up == wide && down == 0 && !armed) {
+    if (up == wide && down == 0 && !counted) {
       ++peaks;
-      armed = true;
+      counted = true;
     }
     if (down == narrow && up == 0) {
-      armed = false;
+      counted = false;
     }
   }
   return voteFor(peaks);
@@ -234,8 +246,9 @@ int pickStates(Row y) {
   // throughout.
   const std::size_t L = Y.length;
   const DenseRow d1 = slope(Y, [](std::size_t) { return 1.0; });
-  const DenseRow d2 = slope(Y, logarithmicStep);
-  const DenseRow d3 = slope(Y, [L](std::size_t) { return logarithmicStep(L - 1); });
+  const DenseRow d2 = slope(Y, LogarithmicSteps{});
+  const double lastStep = logarithm(static_cast<double>(L)) - logarithm(static_cast<double>(L - 1));
+  const DenseRow d3 = slope(Y, [lastStep](std::size_t) { return lastStep; });
 
   const double W = static_cast<double>(L - 1) / 12.8;
   const DenseRow e1 = removeStep(d1, 0.3);

@@ -15,44 +15,16 @@ namespace {
 // with the height of the transition and not with the noise.
 constexpr double kTolerance = 0.15;
 
-double populationStdDev(Row y) {
-  const auto n = static_cast<double>(y.size());
-  double sum = 0.0;
-  for (double value : y) {
-    sum += value;
-  }
-  const double mean = sum / n;
-  double squares = 0.0;
-  for (double value : y) {
-    squares += (value - mean) * (value - mean);
-  }
-  return std::sqrt(squares / n);
-}
-
-// Unlike the drawn curves, the model is chosen without a look at the thermal energy.
-std::vector<double> fittedSignal(Row x, ConstResultVector result) {
-  std::vector<double> signal(x.size());
-  switch (transitionsOf(result)) {
-    case 1:
-      twoStateCurveFromResult(result, x, signal);
-      break;
-    case 2:
-      threeStateCurveFromResult(result, x, signal);
-      break;
-    default:
-      fourStateCurveFromResult(result, x, signal);
-  }
-  return signal;
-}
-
 // 1 for a point to keep, 0 for an outlier.
 void markOutliers(Row x, Row y, ConstResultVector result, std::span<std::int32_t> mask) {
-  std::ranges::fill(mask, 1);
+  std::fill(mask.begin(), mask.end(), 1);
   if (result[ZOLTA_RT] == -1.0 || x.size() != y.size()) {
     return;
   }
   const double limit = kTolerance * populationStdDev(y);
-  const std::vector<double> signal = fittedSignal(x, result);
+  // Unlike the drawn curves, the model is evaluated without a look at the thermal energy.
+  std::vector<double> signal(x.size());
+  signalFromResult(result, x, signal);
   for (std::size_t i = 0; i < x.size(); ++i) {
     if (absValue(signal[i] - y[i]) > limit) {
       mask[i] = 0;
@@ -66,7 +38,7 @@ void ChemDenatOutlierRemovalArrays(Row x, Row y, ConstResultVector result,
                                    std::vector<double>& xKept, std::vector<double>& yKept) {
   std::vector<std::int32_t> mask(x.size());
   markOutliers(x, y, result, mask);
-  const auto outliers = static_cast<double>(std::ranges::count(mask, 0));
+  const auto outliers = static_cast<double>(std::count(mask.begin(), mask.end(), 0));
   if (!(outliers > 0.0 && std::floor(static_cast<double>(x.size()) * 0.25) >= outliers)) {
     xKept.assign(x.begin(), x.end());
     yKept.assign(y.begin(), y.end());

@@ -8,7 +8,7 @@
 namespace zolt {
 
 void ChemDenatKillSpikesArrays(Row y, std::span<std::int32_t> mask) {
-  std::ranges::fill(mask, 1);
+  std::fill(mask.begin(), mask.end(), 1);
   const std::size_t n = y.size();
   if (n < 2) {
     return;

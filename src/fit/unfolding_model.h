@@ -9,8 +9,9 @@
 #include <array>
 #include <cmath>
 #include <span>
+#include <type_traits>
 
-#include "fit/exponential.h"
+#include "elementary/exponential.h"
 #include "frame/curve.h"
 #include "frame/result_vector.h"
 
@@ -36,12 +37,18 @@ struct ParameterOrder {
 template <int Transitions>
 using Parameters = std::array<double, ParameterOrder<Transitions>::count>;
 
-// All values -1 mark a failed candidate.
-template <int Transitions>
-constexpr Parameters<Transitions> failedCandidate() {
-  Parameters<Transitions> p{};
-  p.fill(-1.0);
-  return p;
+// Calls `f` with the number of transitions as a compile-time constant. Anything but 2 and 3 counts
+// as 1.
+template <class F>
+decltype(auto) withTransitions(int transitions, F f) {
+  switch (transitions) {
+    case 2:
+      return f(std::integral_constant<int, 2>{});
+    case 3:
+      return f(std::integral_constant<int, 3>{});
+    default:
+      return f(std::integral_constant<int, 1>{});
+  }
 }
 
 // The weights of the transitions; a single one has the whole signal.
@@ -99,10 +106,6 @@ void unfoldingCurve(const Parameters<Transitions>& p, Row x, std::span<double> s
     signal[i] = unfoldingSignal<Transitions>(p, weights, x[i]);
   }
 }
-
-inline constexpr auto& twoStateCurve = unfoldingCurve<1>;
-inline constexpr auto& threeStateCurve = unfoldingCurve<2>;
-inline constexpr auto& fourStateCurve = unfoldingCurve<3>;
 
 // The parameters of a ResultVector in the order of the model with that many transitions.
 template <int Transitions>

@@ -1,6 +1,7 @@
 // The array records that cross the library's boundary: growth, release, and rows as outputs.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -96,6 +97,14 @@ auto resizeRow(Record* record, std::int32_t length) {
   record->size[1] = length < 0 ? 0 : length;
   emxEnsureCapacity(record, 0, sizeof(*record->data));
   return std::span(record->data, static_cast<std::size_t>(record->size[1]));
+}
+
+// The same with zeros as values.
+template <class Record>
+auto zeroRow(Record* record, std::int32_t length) {
+  const auto row = resizeRow(record, length);
+  std::fill_n(row.data(), row.size(), 0);
+  return row;
 }
 
 }  // namespace zolt

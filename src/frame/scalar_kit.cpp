@@ -26,6 +26,8 @@ double extremeSkipNaN(Row v, Beats beats) {
   return extreme;
 }
 
+double plainSquare(double v) { return v * v; }
+
 }  // namespace
 
 double scalarRound(double v) {
@@ -50,21 +52,24 @@ int roundToInt(double v) {
   return static_cast<int>(std::clamp<double>(rounded, Limits::min(), Limits::max()));
 }
 
+double meanOf(Row v) {
+  double sum = 0.0;
+  for (double value : v) {
+    sum += value;
+  }
+  return sum / static_cast<double>(v.size());
+}
+
 double sampleStdDev(Row v) {
   if (v.empty()) {
     return 0.0;
   }
   const auto n = static_cast<double>(v.size());
-  double sum = 0.0;
-  for (double value : v) {
-    sum += value;
-  }
-  const double mean = sum / n;
-  double squares = 0.0;
-  for (double value : v) {
-    squares += (value - mean) * (value - mean);
-  }
-  return std::sqrt(squares / (v.size() >= 2 ? n - 1.0 : n));
+  return std::sqrt(sumAboutMean(v, plainSquare) / (v.size() >= 2 ? n - 1.0 : n));
+}
+
+double populationStdDev(Row v) {
+  return std::sqrt(sumAboutMean(v, plainSquare) / static_cast<double>(v.size()));
 }
 
 double arrayMaxSkipNaN(Row v) { return extremeSkipNaN(v, std::greater<>()); }

@@ -4,22 +4,26 @@
 #include <cmath>
 #include <span>
 
+#include "elementary/power.h"
 #include "frame/curve.h"
 
 namespace zolt {
 
-// The library's stand-ins for not-a-number and the infinities. All three are 0.0 for good: a
-// routine that yields a missing value yields 0.0, and a comparison with infinity compares with 0.0.
+// What the library stores where other programs would store not-a-number and the infinities. All
+// three are 0.0 for good: a routine that yields a missing value yields 0.0, and a comparison with
+// infinity compares with 0.0 (design.md: stored zeros).
 inline constexpr double storedNaN = 0.0;
 inline constexpr double storedInf = 0.0;
 inline constexpr double storedMinusInf = 0.0;
 
 inline double absValue(double v) { return std::fabs(v); }
 inline bool isNaNValue(double v) { return v != v; }
+
+// Whether a value is the stored infinity, so true for 0.0 and -0.0 and for nothing else.
 inline bool isInfiniteValue(double v) { return v == storedInf || v == storedMinusInf; }
 
 // Power with the library's own edges: a NaN in either argument gives 0.0, and so does the power 0
-// of anything but 1 and -1.
+// of anything but 1 and -1 (design.md: powers).
 inline double scalarPower(double a, double b) {
   if (isNaNValue(a) || isNaNValue(b)) {
     return storedNaN;
@@ -39,7 +43,7 @@ inline double scalarPower(double a, double b) {
   if (a < 0.0 && b > std::floor(b)) {
     return storedNaN;
   }
-  return std::pow(a, b);
+  return power(a, b);
 }
 
 // Length of the hypotenuse without overflow on the way.
@@ -63,8 +67,26 @@ int roundToInt(double v);
 
 inline double meanOfFive(const double* v) { return (v[0] + v[1] + v[2] + v[3] + v[4]) / 5.0; }
 
+// Sum over the number of values; 0/0 for none.
+double meanOf(Row v);
+
+// Sum of what `square` makes of the deviations from the mean. The analyses square by scalarPower,
+// which takes a NaN for 0; the standard deviations by a plain product.
+template <class Square>
+double sumAboutMean(Row v, Square square) {
+  const double mean = meanOf(v);
+  double sum = 0.0;
+  for (double value : v) {
+    sum += square(value - mean);
+  }
+  return sum;
+}
+
 // Standard deviation with n - 1 in the denominator; 0.0 for one value or none.
 double sampleStdDev(Row v);
+
+// The same with n in the denominator.
+double populationStdDev(Row v);
 
 // Largest and smallest value, NaN skipped; NaN when nothing else is there.
 double arrayMaxSkipNaN(Row v);

@@ -1,11 +1,11 @@
 // One dG and one error per label of a fitted series, and a straight line through dG against the
 // label or its logarithm.
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <vector>
 
 #include "analysis/unfolding_statistics.h"
+#include "elementary/logarithm.h"
 #include "fit/linear_algebra.h"
 #include "frame/array_records.h"
 #include "frame/curve.h"
@@ -21,21 +21,20 @@ namespace {
 // least the sum of the errors at both ends.
 constexpr double kSmallestChange = 300.0;
 
-constexpr Transition kFirst{ZOLTA_DG1, ZOLTA_DG1_WIDTH};
-constexpr Transition kSecond{ZOLTA_DG2, ZOLTA_DG2_WIDTH};
-constexpr Transition kThird{ZOLTA_DG3, ZOLTA_DG3_WIDTH};
+constexpr TransitionElements kFirst{ZOLTA_DG1, ZOLTA_DG1_WIDTH};
+constexpr TransitionElements kSecond{ZOLTA_DG2, ZOLTA_DG2_WIDTH};
+constexpr TransitionElements kThird{ZOLTA_DG3, ZOLTA_DG3_WIDTH};
 
-Transition transitionOfTrend(std::int32_t number) {
+TransitionElements transitionOfTrend(std::int32_t number) {
   return number == 2 ? kSecond : number == 3 ? kThird : kFirst;
 }
-Transition transitionOfAgg(std::int32_t number) { return number < 2 ? kFirst : kSecond; }
+TransitionElements transitionOfAgg(std::int32_t number) { return number < 2 ? kFirst : kSecond; }
 
-double logarithmOf(double label) { return std::log(label); }
 double labelItself(double label) { return label; }
 
 // Where the two calculations differ.
 struct Calculation {
-  Transition (*transition)(std::int32_t number);
+  TransitionElements (*transition)(std::int32_t number);
   ErrorOfLabel errorOfLabel;
   double (*abscissa)(double label);
   // Whether the line stands for what is not known: it gives the intercept without a significant
@@ -43,7 +42,7 @@ struct Calculation {
   // of dG and 0.0 take its place, and a first label without a curve takes the intercept's.
   bool lineThroughout;
 };
-constexpr Calculation kTrend{transitionOfTrend, errorByScatter, logarithmOf, true};
+constexpr Calculation kTrend{transitionOfTrend, errorByScatter, logarithm, true};
 constexpr Calculation kAgg{transitionOfAgg, errorByMean, labelItself, false};
 
 // The line through the labels with a positive dG, and those dG.
@@ -82,14 +81,6 @@ bool significant(const LabelValues& values, const Trend& trend) {
   return absValue(trend.at(values.labels.back()) - trend.at(values.labels.front())) >= limit;
 }
 
-double meanOf(Row values) {
-  double sum = 0.0;
-  for (double value : values) {
-    sum += value;
-  }
-  return sum / static_cast<double>(values.size());
-}
-
 struct Outputs {
   emxArray_real_T* labels;
   emxArray_real_T* dG;
@@ -104,11 +95,10 @@ void writeUnusable(Row labels, const Outputs& out) {
   std::vector<double> sorted(labels.begin(), labels.end());
   sortAscending(sorted);
   const auto length = static_cast<std::int32_t>(sorted.size());
-  const std::span<double> written = resizeRow(out.labels, length);
-  std::ranges::fill(written, 0.0);
-  std::ranges::fill(resizeRow(out.dG, length), 0.0);
-  std::ranges::fill(resizeRow(out.error, length), 0.0);
-  std::ranges::fill(resizeRow(out.used, length), 0);
+  const std::span<double> written = zeroRow(out.labels, length);
+  zeroRow(out.dG, length);
+  zeroRow(out.error, length);
+  zeroRow(out.used, length);
   std::size_t count = 0;
   for (std::size_t i = 0; i < sorted.size(); ++i) {
     if (i == 0 || sorted[i] != sorted[0]) {
@@ -122,7 +112,7 @@ void writeUnusable(Row labels, const Outputs& out) {
 bool usable(const FittedCurves& curves) {
   const std::size_t M = curves.count();
   if (curves.labels.size() != M || curves.include.size() != M ||
-      std::ranges::find(curves.include, 1) == curves.include.end()) {
+      std::count(curves.include.begin(), curves.include.end(), 1) == 0) {
     return false;
   }
   for (std::size_t c = 0; c < M; ++c) {
@@ -180,7 +170,8 @@ void calculate(const Calculation& form, Row labels, Row results,
   }
   out.trend[2] = 0.0;
   out.trend[3] = 2.0;
-  // When one of the first two labels is not used, the intercept gives way to a label.
+  // When one of the first two labels is not used, the intercept gives way to a label (design.md:
+  // first label).
   const LabelUse first = uses[0];
   const LabelUse second = uses.size() > 1 ? uses[1] : LabelUse{0.0, false};
   if (!(first.used && second.used)) {

@@ -8,12 +8,12 @@
 namespace zolt {
 namespace {
 
-struct Pair {
+struct LabelledEnergy {
   double label, dG;
 };
 
 // The included curves in ascending order of their labels.
-std::vector<Pair> includedPairs(const FittedCurves& curves) {
+std::vector<LabelledEnergy> includedCurves(const FittedCurves& curves) {
   std::vector<double> labels;
   std::vector<double> dG;
   for (std::size_t c = 0; c < curves.count(); ++c) {
@@ -24,11 +24,11 @@ std::vector<Pair> includedPairs(const FittedCurves& curves) {
   }
   std::vector<int> places(labels.size());
   sortAscending(labels, places);
-  std::vector<Pair> pairs;
+  std::vector<LabelledEnergy> included;
   for (std::size_t i = 0; i < labels.size(); ++i) {
-    pairs.push_back({labels[i], dG[static_cast<std::size_t>(places[i])]});
+    included.push_back({labels[i], dG[static_cast<std::size_t>(places[i])]});
   }
-  return pairs;
+  return included;
 }
 
 }  // namespace
@@ -62,12 +62,12 @@ double errorByMean(const FittedCurves& curves, Row values, double) {
 }
 
 LabelValues valuesPerLabel(const FittedCurves& curves, ErrorOfLabel errorOfLabel) {
-  const std::vector<Pair> pairs = includedPairs(curves);
-  auto next = std::find_if(pairs.rbegin(), pairs.rend(), [](const Pair& pair) {
-                return pair.label <= 0.0;
+  const std::vector<LabelledEnergy> included = includedCurves(curves);
+  auto next = std::find_if(included.rbegin(), included.rend(), [](const LabelledEnergy& curve) {
+                return curve.label <= 0.0;
               }).base();
   LabelValues out;
-  while (next != pairs.end()) {
+  while (next != included.end()) {
     const double label = next->label;
     std::vector<double> values;
     double sum = 0.0;
@@ -77,7 +77,7 @@ LabelValues valuesPerLabel(const FittedCurves& curves, ErrorOfLabel errorOfLabel
         sum += next->dG;
       }
       ++next;
-    } while (next != pairs.end() && next->label == label);
+    } while (next != included.end() && next->label == label);
     const double dG = values.empty() ? 0.0 : sum / static_cast<double>(values.size());
     out.labels.push_back(label);
     out.dG.push_back(dG);

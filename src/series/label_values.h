@@ -12,7 +12,7 @@
 namespace zolt {
 
 // The elements of a vector that belong to one transition.
-struct Transition {
+struct TransitionElements {
   int dG, error;
 };
 
@@ -21,7 +21,7 @@ struct FittedCurves {
   Row labels;
   Row results;
   std::span<const std::int32_t> include;
-  Transition transition;
+  TransitionElements transition;
 
   std::size_t count() const { return results.size() / ZOLTA_RESULT_LENGTH; }
   double dG(std::size_t c) const { return element(c, transition.dG); }

@@ -2,13 +2,13 @@
 // from it, and in the trend forms m-values that lie on one line in the logarithm of the label.
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <vector>
 
 #include "curve_tools/outlier_removal.h"
 #include "curve_tools/spike_removal.h"
+#include "elementary/logarithm.h"
 #include "fit/linear_algebra.h"
 #include "fit/workspace.h"
 #include "frame/array_records.h"
@@ -85,7 +85,8 @@ bool removeOutliers(Points& points, ConstResultVector fit) {
 }
 
 // The labels in the order of trial from the last to the first. Replicates that stand together
-// count once, and the places they leave are zeros, which sort among the labels.
+// count once, and the places they leave are zeros, which sort among the labels (design.md: labels
+// to try).
 std::vector<double> labelsToTry(const Series& series) {
   std::vector<double> u(series.labels.size());
   u[0] = series.labels[0];
@@ -168,7 +169,7 @@ void markRemoved(const Series& series, std::int32_t c, const Points& kept,
     return;
   }
   for (std::int32_t k = 0; k < series.n; ++k) {
-    if (std::ranges::find(kept.x, series.xAt(c, k)) == kept.x.end()) {
+    if (std::count(kept.x.begin(), kept.x.end(), series.xAt(c, k)) == 0) {
       mask[series.place(c, k)] = 0;
     }
   }
@@ -189,7 +190,8 @@ int transitionsIn(std::span<double> results, std::int32_t curves) {
 
 // Forces the m-values of the curves with a fit onto a line in the logarithm of the label. The two
 // rows of the line are as long as there are such curves but are filled by the curves' numbers, so
-// that a failed curve counts as a point at 0, 0 and the curves past the end do not count.
+// that a failed curve counts as a point at 0, 0 and the curves past the end do not count
+// (design.md: trend points).
 void forceMValueLine(const Series& series, std::span<double> results) {
   std::vector<std::int32_t> valid;
   for (std::int32_t c = 0; c < series.curves; ++c) {
@@ -207,14 +209,14 @@ void forceMValueLine(const Series& series, std::span<double> results) {
       const auto position = static_cast<std::size_t>(c);
       if (position < valid.size()) {
         const ResultVector v = vectorOf(results, c);
-        logarithms[position] = std::log(series.label(c));
+        logarithms[position] = logarithm(series.label(c));
         mValues[position] = v[dG] / v[Cm];
       }
     }
     const Line line = lineFit(logarithms, mValues);
     for (std::int32_t c : valid) {
       const ResultVector v = vectorOf(results, c);
-      v[dG] = v[Cm] * (line.slope * std::log(series.label(c)) + line.intercept);
+      v[dG] = v[Cm] * (line.slope * logarithm(series.label(c)) + line.intercept);
     }
   }
 }
@@ -267,14 +269,14 @@ void primaryFit(std::int32_t n, const emxArray_real_T* x, const emxArray_real_T*
   const Series series{n, std::max(curvesIn(xs.size(), n), 0), xs, rowView(y),
                       rowView(labels, labelsSize)};
   const std::span<double> results = resizeSeries(resultsOut, series.curves, ZOLTA_RESULT_LENGTH);
-  std::ranges::fill(results, 0.0);
+  std::fill(results.begin(), results.end(), 0.0);
   for (std::size_t i = ZOLTA_RT; i < results.size(); i += ZOLTA_RESULT_LENGTH) {
     results[i] = -1.0;
   }
   std::span<std::int32_t> mask;
   if (choice.clean) {
     mask = resizeSeries(maskOut, series.curves, std::max(n, 0));
-    std::ranges::fill(mask, 1);
+    std::fill(mask.begin(), mask.end(), 1);
   }
   const bool hasRows = !results.empty() && (!choice.clean || !mask.empty());
   if (hasRows && curvesIn(series.y.size(), n) == series.curves &&

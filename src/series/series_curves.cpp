@@ -1,9 +1,10 @@
 // What the trend of a series implies over the range of its labels: dG itself, and fractions that
 // follow from dG at zero denaturant.
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 
+#include "elementary/exponential.h"
+#include "elementary/logarithm.h"
 #include "frame/array_records.h"
 #include "frame/curve.h"
 #include "frame/linear_grid.h"
@@ -18,7 +19,7 @@ namespace {
 struct Trend {
   double slope, intercept, D0;
 
-  double againstLogarithm(double label) const { return intercept + slope * std::log(label); }
+  double againstLogarithm(double label) const { return intercept + slope * logarithm(label); }
 };
 
 // Draws a curve, given as a function of the trend and a label, from the smallest to the largest
@@ -35,8 +36,8 @@ void drawSeries(const double* labelData, const int32_t* labelsSize, const double
   const Row grid = linearGrid(arrayMinSkipNaN(labels), arrayMaxSkipNaN(labels), n, xOut);
   Trend trend{line[0], line[1], 0.0};
   trend.D0 = trend.againstLogarithm(grid[0]);
-  std::ranges::transform(grid, resizeRow(yOut, n).begin(),
-                         [&](double label) { return value(trend, label); });
+  std::transform(grid.begin(), grid.end(), resizeRow(yOut, n).begin(),
+                 [&](double label) { return value(trend, label); });
 }
 
 }  // namespace
@@ -66,7 +67,7 @@ extern "C" void ZOLTA_dGtrend_fd(const double* labels, const int32_t* labelsSize
   drawSeries(labels, labelsSize, trend, n, xOut, yOut,
              [RT = thermalEnergy(temperature)](const Trend& line, double label) {
                const double D = line.slope == 0.0 ? line.intercept : line.againstLogarithm(label);
-               const double K = std::exp(-D / RT);
+               const double K = exponential(-D / RT);
                return K / (1.0 + K);
              });
 }
@@ -82,12 +83,12 @@ extern "C" void ZOLTA_dGtrend_fragg(const double* labels, const int32_t* labelsS
              [RT = thermalEnergy(temperature)](const Trend& line, double label) {
                const double D = line.againstLogarithm(label);
                if (line.slope > 0.0) {
-                 const double growth = std::exp((D - line.D0) / RT);
-                 return (growth - 1.0) / (std::exp(-D / RT) + growth);
+                 const double growth = exponential((D - line.D0) / RT);
+                 return (growth - 1.0) / (exponential(-D / RT) + growth);
                }
                if (line.slope < 0.0) {
-                 const double growth = std::exp(-(D - line.D0) / RT);
-                 return (growth - 1.0) / (std::exp(D / RT) + growth);
+                 const double growth = exponential(-(D - line.D0) / RT);
+                 return (growth - 1.0) / (exponential(D / RT) + growth);
                }
                return 0.0;
              });
@@ -100,7 +101,7 @@ extern "C" void ZOLTA_dGtrend_fraggfd(const double* labels, const int32_t* label
   using namespace zolt;
   drawSeries(labels, labelsSize, trend, n, xOut, yOut,
              [RT = thermalEnergy(temperature)](const Trend& line, double label) {
-               const double growth = std::exp(-(line.againstLogarithm(label) - line.D0) / RT);
+               const double growth = exponential(-(line.againstLogarithm(label) - line.D0) / RT);
                return line.slope < 0.0 ? (growth - 1.0) / growth : 0.0;
              });
 }
@@ -110,7 +111,7 @@ extern "C" void ZOLTA_dGtrend_normalization(const double* y, const int32_t* ySiz
                                             double value, double* out, int32_t* outSize) noexcept {
   const zolt::Row row = zolt::rowView(y, ySize);
   const double factor = reference > 0.0 ? value / reference : 1.0;
-  std::ranges::transform(row, out, [factor](double v) { return v * factor; });
+  std::transform(row.begin(), row.end(), out, [factor](double v) { return v * factor; });
   outSize[0] = 1;
   outSize[1] = static_cast<int32_t>(row.size());
 }

@@ -1,18 +1,14 @@
 #include "series/series_refit.h"
 
-#include "analysis/internal_forms.h"
-#include "analysis/unfolding_statistics.h"
-#include "fit/masked_fit.h"
+#include "analysis/candidates.h"
+#include "analysis/entries.h"
+#include "analysis/packaging.h"
 
 namespace zolt {
 namespace {
 
-template <int Transitions>
-constexpr auto kRefitMask = fit2State_slopesHeld;
-template <>
-constexpr auto kRefitMask<2> = fit3State_weightSlopesHeld;
-template <>
-constexpr auto kRefitMask<3> = fit4State_weightsSlopesHeld;
+// What a refit holds: the reference's slopes and weights, as far as the model has them.
+constexpr Held kFromReference = kSlopesHeld | Held{.weight1 = true, .weight2 = true};
 
 template <int Transitions>
 bool acceptable(const Parameters<Transitions>& p, Row x) {
@@ -27,43 +23,42 @@ bool acceptable(const Parameters<Transitions>& p, Row x) {
   }
 }
 
-// Refits a curve from the reference with the slopes, the weights and the thermal energy held.
 template <int Transitions>
-Parameters<Transitions> seriesRefit(const Curve& curve, ConstResultVector reference,
+Parameters<Transitions> refitOrFail(const Curve& curve, ConstResultVector reference,
                                     FitWorkspace& workspace) {
+  Parameters<Transitions> failed;
+  failed.fill(-1.0);
   if (curve.x.empty()) {
-    return failedCandidate<Transitions>();
+    return failed;
   }
   auto start = parametersOf<Transitions>(reference);
   if constexpr (Transitions == 3) {
-    // The denatured baseline starts at the reference's slope and stays without one itself.
+    // The denatured baseline starts at the reference's slope and stays without one itself
+    // (design.md: four-state refits).
     using Order = ParameterOrder<3>;
     start[Order::aU] = reference[ZOLTA_DENATURED_SLOPE];
     start[Order::bU] = 0.0;
   }
-  auto p = maskedFit(kRefitMask<Transitions>, curve, start, workspace).p;
+  const auto mask = holdMask<Transitions>(kFromReference);
+  auto p = maskedFit<UnfoldingModel<Transitions>>(mask, curve, start, workspace).p;
   orderTransitions<Transitions>(p);
-  return acceptable<Transitions>(p, curve.x) ? p : failedCandidate<Transitions>();
+  return acceptable<Transitions>(p, curve.x) ? p : failed;
 }
 
-constexpr auto& seriesRefit2state = seriesRefit<1>;
-constexpr auto& seriesRefit3state = seriesRefit<2>;
-constexpr auto& seriesRefit4state = seriesRefit<3>;
-
-template <int Transitions, auto& Refit>
-void refitAndPackage(const Curve& curve, ConstResultVector reference, FitWorkspace& workspace,
-                     ResultVector result) {
-  package<Transitions>(curve, Refit(curve, reference, workspace), Transitions + 1, result);
+template <int Transitions>
+void refit(const Curve& curve, ConstResultVector reference, FitWorkspace& workspace,
+           ResultVector result) {
+  const auto p = refitOrFail<Transitions>(curve, reference, workspace);
+  package<Transitions>(curve, p, misfitOf<Transitions>(curve, p), yardstickOf(curve.y),
+                       Transitions + 1, result);
 }
-
-constexpr SeriesModel kTwoStates{twoStateInternal, refitAndPackage<1, seriesRefit2state>};
-constexpr SeriesModel kThreeStates{threeStateInternal, refitAndPackage<2, seriesRefit3state>};
-constexpr SeriesModel kFourStates{fourStateInternal, refitAndPackage<3, seriesRefit4state>};
 
 }  // namespace
 
-const SeriesModel& seriesModelFor(std::int32_t states) {
-  return states == 3 ? kThreeStates : states == 4 ? kFourStates : kTwoStates;
+SeriesModel seriesModelFor(std::int32_t states) {
+  return withTransitions(states == 3 || states == 4 ? states - 1 : 1, [](auto transitions) {
+    return SeriesModel{internalAnalysis<transitions>, refit<transitions>};
+  });
 }
 
 }  // namespace zolt

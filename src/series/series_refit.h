@@ -19,6 +19,6 @@ struct SeriesModel {
 };
 
 // 3 and 4 ask for that many states, anything else for 2.
-const SeriesModel& seriesModelFor(std::int32_t states);
+SeriesModel seriesModelFor(std::int32_t states);
 
 }  // namespace zolt

@@ -9,8 +9,9 @@ import subprocess
 import sys
 from pathlib import Path
 
-# What the library may be linked to: the C library, its mathematics, the C++ runtime, the loader.
-NEEDED = re.compile(r"lib(c|m|stdc\+\+|gcc_s)\.so\.\d+|ld-linux.*\.so\.\d+")
+# What the library may be linked to: the C library, its mathematics, the C++ runtime, the loader; on
+# Windows the system and its C library.
+NEEDED = re.compile(r"lib(c|m|stdc\+\+|gcc_s)\.so\.\d+|ld-linux.*\.so\.\d+|(KERNEL32|msvcrt)\.dll")
 
 
 def output_of(*command):
@@ -24,8 +25,14 @@ def names_in_header():
 
 
 def names_in_library(library):
+    """The names that the library exports, and the libraries that it needs."""
+    if library.endswith(".dll"):
+        table = output_of("x86_64-w64-mingw32-objdump", "-p", library)
+        names = re.findall(r"^\s*\[ *\d+\] (\w+)$", table, flags=re.MULTILINE)
+        return names, re.findall(r"DLL Name: (.*)", table)
     lines = output_of("nm", "-D", "--defined-only", library).splitlines()
-    return [line.split()[-1].split("@")[0] for line in lines]
+    names = [line.split()[-1].split("@")[0] for line in lines]
+    return names, re.findall(r"\(NEEDED\).*\[(.*)\]", output_of("readelf", "-dW", library))
 
 
 def names_in_package():
@@ -40,16 +47,16 @@ def main(library):
     faults = []
     if len(wanted) != 34:
         faults.append(f"the committed list has {len(wanted)} names, wanted 34")
+    exported, needed = names_in_library(library)
     for place, names in (
         ("header", names_in_header()),
-        ("library", names_in_library(library)),
+        ("library", exported),
         ("Python package", names_in_package()),
     ):
         if sorted(names) != sorted(wanted):
             lacking = sorted(set(wanted) - set(names))
             foreign = sorted(set(names) - set(wanted))
             faults.append(f"{place}: {len(names)} names, lacks {lacking}, has besides {foreign}")
-    needed = re.findall(r"\(NEEDED\).*\[(.*)\]", output_of("readelf", "-dW", library))
     faults += [f"library: linked to {name}" for name in needed if not NEEDED.fullmatch(name)]
     print("\n".join(faults) or f"{len(wanted)} exports, the same in all places")
     return bool(faults)

@@ -1,9 +1,10 @@
 #include "support/generated_curves.h"
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 #include <limits>
+
+#include "elementary/exponential.h"
 
 std::uint64_t Random::next() {
   state ^= state >> 12;
@@ -66,7 +67,8 @@ GeneratedCurve generateCurve(const CurveRecipe& recipe, std::uint64_t seed) {
     const double denatured = curve.baselines[2] + curve.baselines[3] * x;
     double y = 0.0;
     for (std::size_t t = 0; t < curve.midpoints.size(); ++t) {
-      const double K = std::exp(-(curve.energies[t] * (1.0 - x / curve.midpoints[t])) / RT);
+      const double K =
+          zolt::exponential(-(curve.energies[t] * (1.0 - x / curve.midpoints[t])) / RT);
       y += curve.weights[t] * ((native + denatured * K) / (1.0 + K));
     }
     curve.x.push_back(x);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numeric>
 
+#include "elementary/exponential.h"
 #include "frame/scalar_kit.h"
 
 namespace literal {
@@ -155,12 +156,13 @@ void factor(Matrix& a, Vector& tau, std::vector<int>& jpvt) {
 }
 
 double transition(const double* p, double x, double dG, double Cm, double RT) {
-  const double K = std::exp(-(dG * (1.0 - x / Cm)) / RT);
+  const double K = zolt::exponential(-(dG * (1.0 - x / Cm)) / RT);
   return ((p[0] + p[1] * x) + (p[2] + p[3] * x) * K) / (1.0 + K);
 }
 
 double peak(const double* p, double x) {
-  return p[0] * std::exp(-((x - p[1]) * (x - p[1]) / (2.0 * zolt::scalarPower(p[2], 2.0))));
+  return p[0] *
+         zolt::exponential(-((x - p[1]) * (x - p[1]) / (2.0 * zolt::scalarPower(p[2], 2.0))));
 }
 
 double modelAt(const Vector& p, double x) {
