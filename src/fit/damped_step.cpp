@@ -146,7 +146,7 @@ DampedSystem::DampedSystem(int n, int c, FitWorkspace& workspace)
       columns(workspace.take(sizes(n, c).columns)),
       residuals(columns + static_cast<std::ptrdiff_t>(c) * pitch),
       rows(workspace.take(sizes(n, c).rows)),
-      triangle(workspace.take(sizes(n, c).triangle)),
+      trial(workspace.take(sizes(n, c).rows)),
       scratch(workspace.take(sizes(n, c).scratch)) {
   assert(0 < c && c <= kMostFree);
   for (int j = 0; j < stride; ++j) {
@@ -186,12 +186,12 @@ void solveDamped(DampedSystem& system, double lambda, double* step) {
     return;
   }
   int jpvt[kMostFree];
-  const int done = factorBySquares(a, system.triangle, squares, jpvt, system.scratch);
+  const int done = factorBySquares(a, system.trial, squares, jpvt, system.scratch);
   if (done == 0) {
     return solveExactly(system, damping, step);
   }
   std::fill_n(step, c, 0.0);
-  const RowMatrix r{system.triangle, done, done, system.stride};
+  const RowMatrix r{system.trial, done, done, system.stride};
   backSubstitute(r, jpvt, qrRank(r, jpvt, n + c * c), c, step);
 }
 

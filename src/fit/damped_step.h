@@ -19,8 +19,8 @@ namespace zolt {
 //             the residuals (signal), zeros. Behind the n points of a column are zeros.
 //   rows      n + c + kPaddingRows rows of stride doubles: the columns by rows; below them the
 //             damping, row n + j holding the weight of parameter j in place j; rows of zeros.
-//   triangle  c rows of stride doubles: what a trial makes of the rows.
-//   scratch   rows in work, and the column in hand.
+//   trial     as many rows: what a trial makes of them.
+//   scratch   the column in hand.
 // fitLM() writes columns and residuals and calls assemble() once an iteration, then solveDamped()
 // for one trial after the other; neither may be called from elsewhere meanwhile.
 //
@@ -36,7 +36,7 @@ struct DampedSystem {
   double* columns;
   double* residuals;  // the column behind the Jacobian
   double* rows;
-  double* triangle;
+  double* trial;
   double* scratch;
   double squares[kWidestRow];  // sum of squares of each column, without its damping
 
@@ -47,22 +47,20 @@ struct DampedSystem {
 
  private:
   struct Sizes {
-    int pitch, stride, columns, rows, triangle, scratch;
+    int pitch, stride, columns, rows, scratch;
   };
   static constexpr Sizes sizes(int points, int free) {
-    const int pitch = (points + kLanes - 1) / kLanes * kLanes;
+    const int pitch = wholeRegisters(points);
     const int stride = rowStride(free + 1);
     const int m = points + free;
-    return {pitch,          stride,
-            stride * pitch, (m + kPaddingRows) * stride,
-            free * stride,  fastScratchSize(m, stride)};
+    return {pitch, stride, stride * pitch, (m + kPaddingRows) * stride, fastScratchSize(m)};
   }
 };
 
 constexpr std::size_t DampedSystem::storage(int points, int free) {
   const Sizes s = sizes(points, free);
-  return FitWorkspace::padded(s.columns) + FitWorkspace::padded(s.rows) +
-         FitWorkspace::padded(s.triangle) + FitWorkspace::padded(s.scratch);
+  return FitWorkspace::padded(s.columns) + 2 * FitWorkspace::padded(s.rows) +
+         FitWorkspace::padded(s.scratch);
 }
 
 // Takes in the Jacobian and the residuals that stand in the columns. No residual is NaN.

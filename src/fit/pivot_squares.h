@@ -63,7 +63,7 @@ class PivotSquares {
     }
   }
 
-  // Takes out the column of the greatest norm and returns its lane; kUndecided where it does not
+  // Takes out the column of the greatest norm and returns its number; kUndecided where it does not
   // lead all others by more than the bound, kVanished where nothing but vanishing columns is left.
   template <int Blocks>
   ZOLT_INLINE int choose() {
@@ -131,12 +131,6 @@ class PivotSquares {
         current_[lane] = reference_[lane] = sum;
       }
     }
-  }
-
-  // A column stands in another lane from now on.
-  void move(int from, int to) {
-    current_[to] = current_[from];
-    reference_[to] = reference_[from];
   }
 
  private:

@@ -1,7 +1,6 @@
 #include "fit/pivoted_qr.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <numeric>
 
@@ -57,177 +56,77 @@ void shrinkNorms(const RowMatrix& a, const ExactNorms& norms, const int* jpvt, i
   }
 }
 
-// The fast factorisation at the beginning of a step. Columns stand in lanes of the rows. Those that
-// are done leave their lanes free; once as many are free as a register has, the columns of the last
-// register move there, and all later steps run over rows that are a register narrower.
-struct Elimination {
-  const double* from;  // the top row of this step, those below behind it
-  double* to;          // where this step leaves the rows below
-  double* tail;        // of the column that this step eliminates, below the top row
-  ScaledSum tailSum;   // its running norm
-  int step = 0;
-  int columns;
-  int below;      // rows below the top row
-  int lane;       // of the column that this step eliminates
-  unsigned used;  // bit by bit, whether a lane holds a column still to be done or the right side
-  int columnIn[kWidestRow];  // which column of the matrix stands in a lane
-  PivotSquares squares;
-  double* r;  // the triangle
-  int rStride;
-  int* jpvt;
-
-  Elimination(const RowMatrix& a, const double* sums)
-      : from(a.data),
-        columns(a.columns),
-        below(a.rows - 1),
-        used((2u << a.columns) - 1),
-        squares(a.rows, a.columns, sums),
-        rStride(a.stride) {
-    std::iota(columnIn, columnIn + kWidestRow, 0);
-  }
-};
-
-// Writes row `step` of the triangle: the top row, reflected, with beta on the diagonal.
+// The fast factorisation for rows of `Blocks` registers. The next pivot is known as soon as the top
+// row is, unless a sum must be renewed, so that one pass over the rows both updates them and takes
+// out the next column. The first pass reads the rows of `a` and writes those of `factored`.
 template <int Blocks>
-ZOLT_INLINE void writeTriangle(const Elimination& e, const WideRow<Blocks>& top, double beta) {
-  double lanes[WideRow<Blocks>::kWidth];
-  storeRow(lanes, top);
-  double* row = e.r + e.step * e.rStride;
-  for (int lane = 0; lane < WideRow<Blocks>::kWidth; ++lane) {
-    row[e.columnIn[lane]] = lanes[lane];
-  }
-  row[e.columnIn[e.lane]] = beta;
-}
-
-// Gives each column in the last of `Blocks` registers a free lane before it.
-template <int Blocks>
-LaneMoves leaveLastRegister(Elimination& e) {
-  constexpr int kKept = (Blocks - 1) * kLanes;
-  LaneMoves moves;
-  for (int lane = kKept; lane < kKept + kLanes; ++lane) {
-    if ((e.used >> lane & 1) != 0) {
-      const int free = std::countr_one(e.used);
-      moves.from[moves.count] = lane;
-      moves.to[moves.count++] = free;
-      e.used ^= 1u << lane | 1u << free;
-      e.columnIn[free] = e.columnIn[lane];
-      e.squares.move(lane, free);
+ZOLT_INLINE int eliminate(const RowMatrix& a, double* factored, const double* squares, int* jpvt,
+                          double* tail) {
+  constexpr int kWidth = WideRow<Blocks>::kWidth;
+  using Trust = PivotSquares::Trust;
+  const int n = a.columns;
+  PivotSquares sums(a.rows, n, squares);
+  const double* from = a.data;  // the top row of the step, those below behind it
+  double* to = factored;        // where the step leaves them
+  int below = a.rows - 1;
+  int column = sums.choose<Blocks>();
+  ScaledSum tailSum = takeTail<Blocks>(from + kWidth, below, column < 0 ? 0 : column, tail);
+  for (int i = 0;; ++i, --below) {
+    if (column < 0) {
+      return column == PivotSquares::kVanished ? i : 0;
     }
-  }
-  return moves;
-}
-
-// Adds w v to the rows below the top one, chooses the column of the next step and takes out its
-// tail. The next pivot is known as soon as the top row is, unless a sum must be renewed, so that
-// one pass over the rows does it all. Returns PivotSquares::kAll only if there is a next step.
-template <int Blocks, int Written>
-ZOLT_INLINE int prepareNext(Elimination& e, const WideRow<Blocks>& w, PivotSquares::Trust trust,
-                            const LaneMoves& moves) {
-  constexpr int kRead = Blocks * kLanes;
-  constexpr int kWrite = Written * kLanes;
-  const bool known = trust == PivotSquares::Trust::kAll;
-  if (known) {
-    e.lane = e.squares.choose<Written>();
-    if (e.lane < 0) {
-      return e.lane;
-    }
-  }
-  e.tailSum = updateRows<Blocks, Written>(e.from + kRead, e.to, w, e.below, known ? e.lane : 0,
-                                          e.tail, moves);
-  --e.below;
-  if (!known) {
-    e.squares.renew(e.to, e.below + 1, kWrite);
-    e.lane = e.squares.choose<Written>();
-    if (e.lane < 0) {
-      return e.lane;
-    }
-    e.tailSum = takeTail<Written>(e.to + kWrite, e.below, e.lane, e.tail);
-  }
-  e.from = e.to;
-  e.to += kWrite;
-  return e.lane;
-}
-
-// All steps from here on, over rows of `Blocks` registers. Returns the columns that are done when
-// it ends, 0 where the exact factorisation has to start over.
-template <int Blocks>
-ZOLT_INLINE int eliminate(Elimination& e) {
-  for (;;) {
-    const double norm = e.below > 1 ? e.tailSum.norm() : std::fabs(e.tail[0]);
-    const Reflector reflector = makeReflector(e.from[e.lane], norm, e.tail, e.below);
-    const auto w = projectRows<Blocks>(e.from, e.tail, reflector.scale, reflector.tau, e.below);
-    auto top = loadRow<Blocks>(e.from);
-    Lanes4 finite = {};
+    jpvt[i] = column;
+    const double norm = below > 1 ? tailSum.norm() : std::fabs(tail[0]);
+    const Reflector reflector = makeReflector(from[column], norm, tail, below);
+    const auto w = projectRows<Blocks>(from, tail, reflector.scale, reflector.tau, below);
+    auto top = loadRow<Blocks>(from);
+    Lanes4 zero = {};  // times anything finite
     for (int b = 0; b < Blocks; ++b) {
       top.block[b] += w.block[b];
-      finite += top.block[b] * 0.0;
+      zero += top.block[b] * 0.0;
     }
-    if (reflector.tau == 0.0 || anyLane(finite != 0.0)) {
+    if (reflector.tau == 0.0 || anyLane(zero != 0.0)) {
       return 0;
     }
-    writeTriangle(e, top, reflector.beta);
-    e.jpvt[e.step] = e.columnIn[e.lane];
-    e.used ^= 1u << e.lane;
-    if (++e.step == e.columns) {
-      return e.step;  // nobody reads the rows below the triangle
+    storeRow(to, top);
+    to[column] = reflector.beta;
+    if (i + 1 == n) {
+      return n;  // nobody reads the rows below the triangle
     }
     // A single column left needs no comparison.
-    const auto trust =
-        e.step + 1 == e.columns ? PivotSquares::Trust::kAll : e.squares.subtract(top);
-    if (trust == PivotSquares::Trust::kUndecided) {
+    const Trust trust = i + 2 == n ? Trust::kAll : sums.subtract(top);
+    from += kWidth;
+    to += kWidth;
+    if (trust == Trust::kAll) {
+      column = sums.choose<Blocks>();
+      tailSum = updateRows(from, to, w, below, column < 0 ? 0 : column, tail);
+    } else if (trust == Trust::kSome) {
+      updateRows(from, to, w, below, 0, tail);
+      sums.renew(to, below, kWidth);
+      column = sums.choose<Blocks>();
+      tailSum = takeTail<Blocks>(to + kWidth, below - 1, column < 0 ? 0 : column, tail);
+    } else {
       return 0;
     }
-    int next;
-    if (Blocks > 1 && std::popcount(e.used) == (Blocks - 1) * kLanes) {
-      constexpr int kNarrower = Blocks > 1 ? Blocks - 1 : 1;
-      const LaneMoves moves = leaveLastRegister<Blocks>(e);
-      next = prepareNext<Blocks, kNarrower>(e, w, trust, moves);
-      if (next >= 0) {
-        return eliminate<kNarrower>(e);
-      }
-    } else {
-      next = prepareNext<Blocks, Blocks>(e, w, trust, {});
-    }
-    if (next < 0) {
-      return next == PivotSquares::kVanished ? e.step : 0;
-    }
+    from = to;
   }
 }
 
-template <int Blocks>
-ZOLT_INLINE int eliminateAll(const RowMatrix& a, double* r, const double* squares, int* jpvt,
-                             double* scratch) {
-  constexpr int kWidth = Blocks * kLanes;
-  double* tail = scratch;
-  double* rows = tail + a.rows + kPaddingRows;
-  Elimination e(a, squares);
-  e.to = rows;
-  e.tail = tail;
-  e.r = r;
-  e.jpvt = jpvt;
-  e.lane = e.squares.choose<Blocks>();
-  if (e.lane < 0) {
-    return 0;
-  }
-  e.tailSum = takeTail<Blocks>(a.data + kWidth, e.below, e.lane, tail);
-  return eliminate<Blocks>(e);
+ZOLT_WIDE int eliminate4(const RowMatrix& a, double* factored, const double* squares, int* jpvt,
+                         double* tail) {
+  return eliminate<1>(a, factored, squares, jpvt, tail);
 }
-
-ZOLT_WIDE int eliminate4(const RowMatrix& a, double* r, const double* squares, int* jpvt,
-                         double* scratch) {
-  return eliminateAll<1>(a, r, squares, jpvt, scratch);
+ZOLT_WIDE int eliminate8(const RowMatrix& a, double* factored, const double* squares, int* jpvt,
+                         double* tail) {
+  return eliminate<2>(a, factored, squares, jpvt, tail);
 }
-ZOLT_WIDE int eliminate8(const RowMatrix& a, double* r, const double* squares, int* jpvt,
-                         double* scratch) {
-  return eliminateAll<2>(a, r, squares, jpvt, scratch);
+ZOLT_WIDE int eliminate12(const RowMatrix& a, double* factored, const double* squares, int* jpvt,
+                          double* tail) {
+  return eliminate<3>(a, factored, squares, jpvt, tail);
 }
-ZOLT_WIDE int eliminate12(const RowMatrix& a, double* r, const double* squares, int* jpvt,
-                          double* scratch) {
-  return eliminateAll<3>(a, r, squares, jpvt, scratch);
-}
-ZOLT_WIDE int eliminate16(const RowMatrix& a, double* r, const double* squares, int* jpvt,
-                          double* scratch) {
-  return eliminateAll<4>(a, r, squares, jpvt, scratch);
+ZOLT_WIDE int eliminate16(const RowMatrix& a, double* factored, const double* squares, int* jpvt,
+                          double* tail) {
+  return eliminate<4>(a, factored, squares, jpvt, tail);
 }
 
 }  // namespace
@@ -263,7 +162,7 @@ void qrPivot(const RowMatrix& a, int* jpvt, double* scratch) {
   }
 }
 
-int factorBySquares(const RowMatrix& a, double* r, const double* squares, int* jpvt,
+int factorBySquares(const RowMatrix& a, double* factored, const double* squares, int* jpvt,
                     double* scratch) {
   if (a.rows <= a.columns) {
     return 0;
@@ -280,9 +179,11 @@ int factorBySquares(const RowMatrix& a, double* r, const double* squares, int* j
         return eliminate16;
     }
   }();
-  const int done = eliminateRows(a, r, squares, jpvt, scratch);
+  const int done = eliminateRows(a, factored, squares, jpvt, scratch);
   // What vanished must do so against the first diagonal, too.
-  return done == 0 || done == a.columns || std::fabs(r[jpvt[0]]) > kLeastBesideVanished ? done : 0;
+  const bool clear =
+      done == 0 || done == a.columns || std::fabs(factored[jpvt[0]]) > kLeastBesideVanished;
+  return clear ? done : 0;
 }
 
 int qrRank(const RowMatrix& r, const int* jpvt, int largerExtent) {

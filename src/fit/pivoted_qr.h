@@ -9,7 +9,7 @@
 
 #include <cstddef>
 
-#include "fit/wide_rows.h"
+#include "fit/workspace.h"
 
 namespace zolt {
 
@@ -26,27 +26,27 @@ struct RowMatrix {
   }
 };
 
-// Doubles a row needs for `columns` columns and right sides, padded to whole registers.
-constexpr int rowStride(int columns) { return (columns + 3) / 4 * 4; }
+// Doubles a row needs for `columns` columns and right sides.
+constexpr int rowStride(int columns) { return wholeRegisters(columns); }
 
 // Doubles of scratch that qrPivot() and factorBySquares() need.
 constexpr int qrScratchSize(int rows, int columns) { return rows + 2 * columns; }
-constexpr int fastScratchSize(int rows, int stride) { return (rows + kPaddingRows) * (stride + 1); }
+constexpr int fastScratchSize(int rows) { return rows + kPaddingRows; }
 
 // Factors `a` in place. Afterwards R(i, j) = a.row(i)[jpvt[j]] for i <= j, and every right side
 // has been multiplied by the transposed orthogonal factor; what stands below the diagonal is of no
 // use. `jpvt` has one entry a column.
 void qrPivot(const RowMatrix& a, int* jpvt, double* scratch);
 
-// The same in a fraction of the time and bit for bit, for more rows than columns, rows at most 16
-// doubles wide and kPaddingRows behind them: leaves `a` as it was and writes the triangle with its
-// right sides to the first rows of `r`, R(i, j) = r[i * a.stride + jpvt[j]]. `squares` holds the
-// sum of squares of each column.
+// The same in a fraction of the time and bit for bit, for more rows than columns, one right side
+// and rows of at most 16 doubles: leaves `a` as it was and writes its rows, factored, to
+// `factored`, which has as many. Behind the rows of either there are kPaddingRows, of zeros in `a`.
+// `squares` holds the sum of squares of each column, and is kWidestRow long.
 //
 // Returns the columns factored. Those that are left, if any, vanish against rounding, so that the
-// rank ends before them. Returns 0, `r` and `jpvt` being of no use then, where sums of squares
-// cannot tell the order of the columns for sure, and where something is not finite.
-int factorBySquares(const RowMatrix& a, double* r, const double* squares, int* jpvt,
+// rank ends before them. Returns 0, `factored` and `jpvt` being of no use then, where sums of
+// squares cannot tell the order of the columns for sure, and where something is not finite.
+int factorBySquares(const RowMatrix& a, double* factored, const double* squares, int* jpvt,
                     double* scratch);
 
 // The number of leading diagonal elements of R that stand clear of rounding, where `largerExtent`

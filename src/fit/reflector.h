@@ -6,6 +6,7 @@
 
 #include "fit/machine_constants.h"
 #include "fit/scaled_norm.h"
+#include "fit/wide.h"
 #include "frame/scalar_kit.h"
 
 namespace zolt {
@@ -21,7 +22,7 @@ struct Reflector {
 // The reflector of a column from its first element, and its tail and the tail's scaled norm. Where
 // beta would be too small to divide by, the tail is first multiplied up in place, so that `scale`
 // always refers to the tail as it stands afterwards.
-inline Reflector makeReflector(double alpha, double tailNorm, double* tail, int count) {
+ZOLT_INLINE Reflector makeReflector(double alpha, double tailNorm, double* tail, int count) {
   if (tailNorm == 0.0) {
     return {0.0, alpha, 1.0};
   }

@@ -5,11 +5,9 @@
 
 #include "fit/scaled_norm.h"
 #include "fit/wide.h"
+#include "fit/workspace.h"
 
 namespace zolt {
-
-// Rows of zeros behind those of a matrix, so that every pass takes four rows at a time.
-inline constexpr int kPaddingRows = kLanes - 1;
 
 // One row in registers.
 template <int Blocks>
@@ -88,14 +86,14 @@ ZOLT_INLINE void addFour(ScaledSum& state, const Lanes4& elements) {
   state.sum = sum;
 }
 
-// tail[k] = rows[k][lane] for the `count` rows from `rows` on, zeros behind. Returns the running
+// tail[k] = rows[k][column] for the `count` rows from `rows` on, zeros behind. Returns the running
 // norm of the tail, which zeros do not change.
 template <int Blocks>
-ZOLT_INLINE ScaledSum takeTail(const double* rows, int count, int lane, double* tail) {
+ZOLT_INLINE ScaledSum takeTail(const double* rows, int count, int column, double* tail) {
   constexpr int kWidth = WideRow<Blocks>::kWidth;
   ScaledSum norm;
   for (int k = 0; k < count; k += kLanes) {
-    const Lanes4 taken = gatherLanes(rows + k * kWidth + lane, kWidth);
+    const Lanes4 taken = gatherLanes(rows + k * kWidth + column, kWidth);
     storeLanes(tail + k, taken);
     addFour(norm, taken);
   }
@@ -103,65 +101,36 @@ ZOLT_INLINE ScaledSum takeTail(const double* rows, int count, int lane, double* 
   return norm;
 }
 
-// Columns that move from the last register of a row to lanes that have come free.
-struct LaneMoves {
-  int count = 0;
-  int from[kLanes];
-  int to[kLanes];
-};
-
-// to[j] = from[j] + w[j] * v in each column j, where the row that is written may lack the last
-// register of the one that is read.
-template <int Blocks, int Written>
-ZOLT_INLINE void addMultiple(const double* from, double* to, const WideRow<Blocks>& w, double v,
-                             const LaneMoves& moves, const double* wLanes) {
-  Lanes4 sum[Written];
-  for (int b = 0; b < Written; ++b) {
-    sum[b] = loadLanes(from + b * kLanes) + w.block[b] * v;
-  }
-  if constexpr (Written == Blocks) {
-    for (int b = 0; b < Written; ++b) {
-      storeLanes(to + b * kLanes, sum[b]);
-    }
-  } else {
-    double moved[kLanes];
-    for (int i = 0; i < moves.count; ++i) {
-      moved[i] = from[moves.from[i]] + wLanes[moves.from[i]] * v;
-    }
-    for (int b = 0; b < Written; ++b) {
-      storeLanes(to + b * kLanes, sum[b]);
-    }
-    for (int i = 0; i < moves.count; ++i) {
-      to[moves.to[i]] = moved[i];
-    }
+// to[j] = from[j] + w[j] * v in each column j.
+template <int Blocks>
+ZOLT_INLINE void addMultiple(const double* from, const WideRow<Blocks>& w, double v, double* to) {
+  for (int b = 0; b < Blocks; ++b) {
+    storeLanes(to + b * kLanes, loadLanes(from + b * kLanes) + w.block[b] * v);
   }
 }
 
-// Adds w * v[k] to each of the `count` rows, and meanwhile takes lane `next` of the rows below the
-// first of them, the tail of the column that comes next, into v. Rows and v go on with zeros until
-// the last register is full. Returns the running norm of that tail. The rows may be written in
-// place, and be left a register narrower.
-template <int Blocks, int Written>
+// Adds w * v[k] to each of the `count` rows, and meanwhile takes column `next` of the rows below
+// the first of them, the tail of the next step, out into v in place of what was used. Rows and v go
+// on with zeros until the last register is full, before and after. Returns the running norm of that
+// tail. `from` and `to` may be the same rows.
+template <int Blocks>
 ZOLT_INLINE ScaledSum updateRows(const double* from, double* to, const WideRow<Blocks>& w,
-                                 int count, int next, double* v, const LaneMoves& moves) {
-  constexpr int kRead = Blocks * kLanes;
-  constexpr int kWrite = Written * kLanes;
-  double wLanes[kRead];
-  storeRow(wLanes, w);
-  addMultiple<Blocks, Written>(from, to, w, v[0], moves, wLanes);
+                                 int count, int next, double* v) {
+  constexpr int kWidth = WideRow<Blocks>::kWidth;
+  addMultiple(from, w, v[0], to);
   ScaledSum norm;
   for (int k = 1; k < count; k += kLanes) {
 #pragma GCC unroll 4
     for (int i = k; i < k + kLanes; ++i) {
-      addMultiple<Blocks, Written>(from + i * kRead, to + i * kWrite, w, v[i], moves, wLanes);
+      addMultiple(from + i * kWidth, w, v[i], to + i * kWidth);
     }
-    const Lanes4 taken = gatherLanes(to + k * kWrite + next, kWrite);
+    const Lanes4 taken = gatherLanes(to + k * kWidth + next, kWidth);
     storeLanes(v + k - 1, taken);
     addFour(norm, taken);
   }
   storeLanes(v + count - 1, Lanes4{});
-  for (int b = 0; b < kPaddingRows * Written; ++b) {
-    storeLanes(to + count * kWrite + b * kLanes, Lanes4{});
+  for (int b = 0; b < kPaddingRows * Blocks; ++b) {
+    storeLanes(to + count * kWidth + b * kLanes, Lanes4{});
   }
   return norm;
 }

@@ -13,6 +13,12 @@ inline constexpr int kMostFree = 12;
 // Doubles in one row of the largest damped system: its columns and the residual, padded.
 inline constexpr int kWidestRow = 16;
 
+// Loops over rows take four at a time, the last ones with rows of zeros behind them.
+inline constexpr int kPaddingRows = 3;
+
+// A count of doubles filled up to whole registers of four.
+constexpr int wholeRegisters(int count) { return (count + 3) / 4 * 4; }
+
 // Owned by the call of an export and lent to one fit after the other, never to two at a time. A fit
 // begins with reset() and then takes its arrays: those of its model, the fitted values, and those
 // of its DampedSystem. The capacity is the sum of exactly these for the largest model and
