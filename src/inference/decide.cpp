@@ -135,10 +135,8 @@ class Decision {
       if (to != nullptr && (to->against < 0 || chance > std::max(to->p, to->p_without))) {
         fillComparison(result, model, *to);
       }
-      if (result.outcome == ZOLTI_UNSOUND) {
-        outcome = ZOLTI_UNSOUND;
-      } else if (result.outcome != ZOLTI_PASSED) {
-        outcome = ZOLTI_SERVES_AS_WELL;
+      if (result.outcome != ZOLTI_PASSED && outcome != ZOLTI_SERVES_AS_WELL) {
+        outcome = result.outcome == ZOLTI_UNSOUND ? ZOLTI_UNSOUND : ZOLTI_SERVES_AS_WELL;
       }
     }
     return outcome;
@@ -250,7 +248,8 @@ extern "C" std::int32_t ZOLTI_decide(const ZOLTI_Curve* curve, std::int32_t most
     return fit->status = evidence->status = ZOLTI_NOT_CONVERGED;
   }
   status = fillFit(setup, best->solution, best->uncertainty, *fit);
-  if (status == ZOLTI_FITTED && evidence->states == 0) {
+  if (evidence->row[ZOLTI_MODEL_TWO_STATES].outcome == ZOLTI_SERVES_AS_WELL &&
+      evidence->states == 0) {
     status = ZOLTI_NO_TRANSITION;
   }
   fillReadings(*curve, setup, &best->uncertainty, residual, leverage);

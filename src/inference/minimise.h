@@ -68,17 +68,18 @@ inline bool solveStep(const Expansion& e, const std::array<int, kMostSearched>& 
 }
 
 // Newton steps with the second derivatives taken once, as differences of the slope. Gauss-Newton
-// steps alone close in only as fast as the residuals are small; these find the last digits.
+// steps alone close in only as fast as the residuals are small; these find the last digits. The
+// answer is false where they do not, as in a valley without a bottom of its own.
 template <class Model>
-void polish(Model& model, const Searched& lower, const Searched& upper, const Searched& scale,
+bool polish(Model& model, const Searched& lower, const Searched& upper, const Searched& scale,
             Minimum& best, Expansion& e) {
   constexpr double kDifference = 1e-5;  // in scales of the parameters
-  constexpr int kMostSteps = 6;
-  constexpr double kEnough = 1e-26;  // of the sum of squares
+  constexpr int kMostSteps = 8;
+  constexpr double kEnough = 1e-26, kGoodEnough = 1e-18;  // of the sum of squares
   std::array<int, kMostSearched> free;
   const int count = freeParameters(best.at, e.slope, lower, upper, free);
   if (count == 0) {
-    return;
+    return true;
   }
   SearchedMatrix hessian(count, count);
   Expansion moved;
@@ -87,7 +88,7 @@ void polish(Model& model, const Searched& lower, const Searched& upper, const Se
     const double h = kDifference * scale[free[j]];
     at[free[j]] += h;
     if (!model(at, moved)) {
-      return;
+      return false;
     }
     for (int i = 0; i < count; ++i) {
       hessian(i, j) = (e.slope[free[i]] - moved.slope[free[i]]) / h;
@@ -96,7 +97,7 @@ void polish(Model& model, const Searched& lower, const Searched& upper, const Se
   hessian = (0.5 * (hessian + hessian.transpose())).eval();
   const Eigen::LLT<SearchedMatrix> factor(hessian);
   if (factor.info() != Eigen::Success) {
-    return;
+    return false;
   }
   double lastGain = std::numeric_limits<double>::infinity();
   for (int round = 0; round < kMostSteps; ++round) {
@@ -107,23 +108,24 @@ void polish(Model& model, const Searched& lower, const Searched& upper, const Se
     const Searched step = factor.solve(b);
     const double gain = step.dot(b);
     if (!(gain > kEnough * e.sse) || !(gain < 0.25 * lastGain)) {
-      return;
+      return gain <= kGoodEnough * e.sse;
     }
     Searched at = best.at;
     for (int i = 0; i < count; ++i) {
       at[free[i]] += step[i];
       if (at[free[i]] < lower[free[i]] || at[free[i]] > upper[free[i]]) {
-        return;
+        return false;
       }
     }
     if (!model(at, moved) || !(moved.sse <= e.sse * (1.0 + 1e-9))) {
-      return;
+      return false;
     }
     lastGain = gain;
     best.at = at;
     best.sse = moved.sse;
     e = moved;
   }
+  return lastGain <= kGoodEnough * e.sse;
 }
 
 // Levenberg-Marquardt between bounds from a start within them. `model(at, expansion)` expands the
@@ -142,7 +144,8 @@ Minimum minimise(Model&& model, const Searched& start, const Searched& lower, co
   best.sse = e.sse;
   // Below this the sum of squares is rounding: signals have the size 1.
   constexpr double kRounding = 1e-31;
-  double damping = 1e-3, growth = 2.0;
+  constexpr double kLeastGain = 1e-6;
+  double damping = 1e-3, growth = 2.0, enoughGain = limits.gain;
   std::array<int, kMostSearched> free;
   for (; best.iterations < limits.mostIterations; ++best.iterations) {
     if (enough(best.at)) {
@@ -166,9 +169,14 @@ Minimum minimise(Model&& model, const Searched& start, const Searched& lower, co
       moveInScales = std::max(moveInScales, std::abs(step[i]) / scale[i]);
     }
     const double promised = 2.0 * step.dot(e.slope) - step.dot(e.curvature.lazyProduct(step));
-    if (damping <= 1e-3 && std::abs(promised) <= limits.gain * best.sse) {
+    if (damping <= 1e-3 && std::abs(promised) <= enoughGain * best.sse) {
       best.converged = true;
-      break;
+      if (!limits.polished || enoughGain < limits.gain ||
+          polish(model, lower, upper, scale, best, e)) {
+        return best;
+      }
+      enoughGain = kLeastGain * limits.gain;  // Where Newton steps fail, slow ones go on.
+      continue;
     }
     if (moveInScales < 1e-13) {
       best.converged = true;
@@ -192,9 +200,6 @@ Minimum minimise(Model&& model, const Searched& start, const Searched& lower, co
         break;
       }
     }
-  }
-  if (best.converged && limits.polished) {
-    polish(model, lower, upper, scale, best, e);
   }
   return best;
 }
