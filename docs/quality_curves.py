@@ -4,6 +4,8 @@ A design is a function of a random generator that gives x, y; transitions are (d
 M, weight). The signal runs from about 0.1 to 1, and noise is told as a share of that.
 """
 
+from functools import partial
+
 import numpy as np
 
 RT = 298.15 * 1.9872
@@ -35,20 +37,13 @@ def two_apart(rng, apart, weight, n, noise):
     return curve(rng, ((2200.0 * first, first, weight), (2200.0 * second, second, 1.0 - weight)), n, noise)
 
 
-def _hard(change):
-    def make(rng, n=36, noise=0.01):
-        x, y = varied(rng, n, noise)
-        return change(rng, x, y, noise)
-
-    return make
+def _hard(change, rng, n=36, noise=0.01):
+    return change(rng, *varied(rng, n, noise), noise)
 
 
-def _outlier(size):
-    def change(rng, x, y, noise):
-        y[rng.integers(x.size)] += rng.choice([-1.0, 1.0]) * size * noise
-        return x, y
-
-    return change
+def _outlier(rng, x, y, noise, size):
+    y[rng.integers(x.size)] += rng.choice([-1.0, 1.0]) * size * noise
+    return x, y
 
 
 def _concentrations(rng, x, y, noise):
@@ -81,27 +76,36 @@ def _no_plateau(rng, n=36, noise=0.01):
 
 
 HARD = {
-    "one outlier of 5 sd": _hard(_outlier(5.0)),
-    "one gross outlier of 25 sd": _hard(_outlier(25.0)),
-    "concentrations off by 0.4 %": _hard(_concentrations),
-    "unequal noise, up to 3 sd": _hard(_unequal),
-    "heavy tails (t with 3 degrees)": _hard(_heavy),
-    "curved baselines": _hard(_curved),
+    "one outlier of 5 sd": partial(_hard, partial(_outlier, size=5.0)),
+    "one gross outlier of 25 sd": partial(_hard, partial(_outlier, size=25.0)),
+    "concentrations off by 0.4 %": partial(_hard, _concentrations),
+    "unequal noise, up to 3 sd": partial(_hard, _unequal),
+    "heavy tails (t with 3 degrees)": partial(_hard, _heavy),
+    "curved baselines": partial(_hard, _curved),
     "a plateau missing": _no_plateau,
-    "correlated noise (0.6)": _hard(_correlated),
+    "correlated noise (0.6)": partial(_hard, _correlated),
 }
 
 
-def _plain(value):
-    def make(rng, n=24, noise=0.02):
-        x = np.linspace(0.0, REACH, n)
-        return x, value(x / REACH) + rng.normal(0.0, noise, n)
+def _line(u):
+    return u
 
-    return make
+
+def _parabola(u):
+    return u * u
+
+
+def _decay(u):
+    return np.exp(-3.0 * u)
+
+
+def _plain(value, rng, n=24, noise=0.02):
+    x = np.linspace(0.0, REACH, n)
+    return x, value(x / REACH) + rng.normal(0.0, noise, n)
 
 
 PLAIN = {
-    "straight line": _plain(lambda u: u),
-    "parabola": _plain(lambda u: u * u),
-    "exponential decay": _plain(lambda u: np.exp(-3.0 * u)),
+    "straight line": partial(_plain, _line),
+    "parabola": partial(_plain, _parabola),
+    "exponential decay": partial(_plain, _decay),
 }
