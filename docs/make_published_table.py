@@ -55,8 +55,8 @@ CALCIUM = {
 HEAD = """# Measured curves beside published values
 
 Made by `docs/make_published_table.py` from measured curves that are not part of this repository.
-dG in kcal/mol, Cm in M, m in kcal/mol/M; brackets hold 95 % intervals by residual bootstrap (1000
-rounds, seed 0), with ∞ where the readings set no upper bound. The number of states is that of the
+dG in kcal/mol, Cm in M, m in kcal/mol/M; brackets hold 95 % intervals by profile,
+with ∞ where the readings set no upper bound. The number of states is that of the
 published model; readings without denaturant are left out for ACBP and S100A9, as their authors do.
 """
 

@@ -34,18 +34,18 @@ def write(name, title, x, columns, extra_rows=()):
 
 
 def two_state_examples():
-    for file, protein, denaturant, m, midpoint, reach, n, noise, lines, source in (
-        ("fkbp12_urea.csv", "FKBP12", "urea", 1.434, 3.867, 7.5, 40, 0.010,
+    for seed, file, protein, denaturant, m, midpoint, reach, n, noise, lines, source in (
+        (1, "fkbp12_urea.csv", "FKBP12", "urea", 1.434, 3.867, 7.5, 40, 0.010,
          dict(native=(0.02, 0.004), denatured=(1.00, -0.003)),
          "Main, Fulton, Jackson, J Mol Biol 291 (1999) 429"),
-        ("ci2_gdmcl.csv", "chymotrypsin inhibitor 2", "guanidinium chloride", 1.866, 3.987, 7.0, 36,
+        (3987, "ci2_gdmcl.csv", "chymotrypsin inhibitor 2", "guanidinium chloride", 1.866, 3.987, 7.0, 36,
          0.008, dict(native=(0.05, 0.010), denatured=(0.95, 0.006)),
          "Jackson, Fersht, Biochemistry 30 (1991) 10428"),
-        ("gankyrin_urea.csv", "gankyrin", "urea", 2.909, 4.124, 8.0, 32, 0.25,
+        (4124, "gankyrin_urea.csv", "gankyrin", "urea", 2.909, 4.124, 8.0, 32, 0.25,
          dict(native=(-37.3, -0.50), denatured=(-10.9, 0.56)),
          "Hutton et al., J Am Chem Soc 137 (2015) 14610"),
     ):  # fmt: skip
-        rng = np.random.default_rng(int(1000 * midpoint))
+        rng = np.random.default_rng(seed)
         x = np.linspace(0.0, reach, n)
         y = signal(x, [(m, midpoint, 1.0)], **lines) + rng.normal(0.0, noise, n)
         title = [

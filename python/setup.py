@@ -1,4 +1,4 @@
-"""Puts the engine's shared library into the package, so that an installed zolt finds it."""
+"""Puts the two shared libraries into the package, so that an installed zolt finds it."""
 
 import os
 import shutil
@@ -9,24 +9,25 @@ from setuptools import Distribution, setup
 from setuptools.command.build_py import build_py
 
 TOP = Path(__file__).resolve().parent.parent
-NAME = "libZOLTFittingEngine.so"
+# The inference library names the engine by its version, and both lie in one folder.
+ENGINE, INFERENCE = "ZOLTFittingEngine", "ZOLTInference"
 
 
-def shared_library(scratch):
-    """The library of ZOLT_LIBRARY or of the build tree, or one that cmake makes now."""
+def build_folder(scratch):
+    """The folder with the libraries: that of ZOLT_LIBRARY, the build tree, or what cmake makes now."""
     chosen = os.environ.get("ZOLT_LIBRARY")
-    built = Path(chosen) if chosen else TOP / "build" / "release" / NAME
-    if not built.is_file():
+    folder = Path(chosen).parent if chosen else TOP / "build" / "release"
+    if not all((folder / f"lib{stem}.so").is_file() for stem in (ENGINE, INFERENCE)):
         if not shutil.which("cmake"):
-            raise SystemExit(f"{built} is missing and cmake is not installed: install cmake first.")
+            raise SystemExit(f"{folder} lacks the libraries and cmake is not installed: install cmake first.")
         subprocess.run(
             ["cmake", "-S", TOP, "-B", scratch, "-DCMAKE_BUILD_TYPE=Release", "-DBUILD_TESTING=OFF",
              "-DZOLT_BUILD_BENCH=OFF"],
             check=True,
         )
-        subprocess.run(["cmake", "--build", scratch, "--target", "ZOLTFittingEngine"], check=True)
-        built = next(Path(scratch).rglob(NAME))
-    return built
+        subprocess.run(["cmake", "--build", scratch, "--target", ENGINE, INFERENCE], check=True)
+        folder = next(Path(scratch).rglob(f"lib{INFERENCE}.so")).parent
+    return folder
 
 
 class BuildWithLibrary(build_py):
@@ -34,8 +35,11 @@ class BuildWithLibrary(build_py):
         super().run()
         target = Path(self.build_lib) / "zolt" / "lib"
         target.mkdir(parents=True, exist_ok=True)
-        scratch = Path(self.build_lib).resolve().parent / "engine"
-        shutil.copyfile(shared_library(scratch), target / NAME)
+        folder = build_folder(Path(self.build_lib).resolve().parent / "libraries")
+        major = (TOP / "VERSION").read_text().split(".")[0]
+        shutil.copyfile(folder / f"lib{INFERENCE}.so", target / f"lib{INFERENCE}.so")
+        # By the name that the inference library asks for, since a wheel holds no links.
+        shutil.copyfile(folder / f"lib{ENGINE}.so", target / f"lib{ENGINE}.so.{major}")
 
 
 class PlatformDistribution(Distribution):

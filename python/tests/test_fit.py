@@ -1,11 +1,14 @@
 """One curve: recovery, failures, marks, units."""
 
+from dataclasses import replace
+
 import numpy as np
 import pytest
 from conftest import FKBP12, FOUR, THREE, simulate
 
 import zolt
-from zolt import model
+from zolt import engine, model
+from zolt.fit import EngineAnswer
 
 
 @pytest.mark.parametrize("states, transitions, n", [(2, FKBP12, 32), (3, THREE, 48), (4, FOUR, 72)])
@@ -54,22 +57,44 @@ def test_order_and_blanks_of_the_readings_do_not_matter(curve):
         (dict(n=0), "too few points"),
         (dict(n=385), "too many points"),
         (dict(flat=True), "no transition"),
-        (dict(noise=0.3), "no acceptable fit"),
+        (dict(noise=2.0), "no transition"),
         (dict(temperature=150.0), "bad input"),
+        (dict(n=10, states=4), "too few points"),
     ],
 )
 def test_a_curve_without_a_fit_says_why(change, status):
     x, y = simulate(FKBP12, change.get("n", 32), noise=change.get("noise", 0.0), seed=5)
     if change.get("flat"):
-        y = np.random.default_rng(0).normal(0.0, 1.0, x.size)
-        y[-5:] = y[:5]
-    fit = zolt.fit(x, y, change.get("temperature", 25.0), states=2)
+        y = np.full(x.size, 3.0)
+    fit = zolt.fit(x, y, change.get("temperature", 25.0), states=change.get("states", "auto"))
     assert (fit.ok, fit.status) == (False, status)
     assert fit.reason.endswith(".") and status in repr(fit)
     assert np.isnan(fit.Cm).all() and np.isnan(fit.residuals).all() and not fit.outliers.any()
+    assert np.isnan(fit.se["dG"]).all() and np.isnan(fit.band(5)[2]).all()
     assert fit.to_dict()["status"] == status and status in fit._repr_html_()
     with pytest.raises(ValueError, match=status):
         fit.intervals()
+
+
+def test_a_number_of_states_forces_a_fit_that_is_doubted():
+    x = np.linspace(0.0, 8.0, 24)
+    y = 0.1 * x + np.random.default_rng(3).normal(0.0, 0.02, x.size)
+    assert zolt.fit(x, y).status == "no transition"
+    forced = zolt.fit(x, y, states=2)
+    assert forced.evidence.states == 0 and "No transition." in forced.remark
+
+
+def test_the_engine_is_heard_beside_least_squares():
+    x, y = simulate(FKBP12, 48, noise=0.005)
+    fit = zolt.fit(x, y)
+    assert np.array_equal(fit.engine.vector, engine.analyse(x, y, 25.0, 2))
+    assert fit.engine.dG[0] != fit.dG[0] and fit.code == fit.engine.code
+    far = replace(fit, engine=EngineAnswer(fit.engine.vector * np.where(np.arange(24) == 4, 2.0, 1.0)))
+    assert "two standard errors away in dG" in far.remark
+    assert "two standard errors" not in replace(fit, engine=EngineAnswer(fit.result)).remark
+    three = zolt.fit(*simulate(THREE, 48, noise=0.005))
+    assert three.engine.states == 3 and three.engine.Cm == pytest.approx(three.Cm, abs=0.2)
+    assert zolt.fit(x, y, states="picker").note.startswith("The picker saw")
 
 
 def test_wrong_arguments_are_refused(curve):
@@ -87,19 +112,25 @@ def test_wrong_arguments_are_refused(curve):
 def test_given_baselines_are_held_and_a_midpoint_takes_few_points(curve):
     given = zolt.fit(*curve, states=2, baselines=(0.1, 0.004, 1.0, -0.003))
     assert given.baselines == pytest.approx([0.1, 0.004, 1.0, -0.003])
-    assert given.code == 2 and "given by the user" in given.reason
+    assert given.engine.code == 2 and "given by the user" in given.engine.sentence
     assert given.Cm[0] == pytest.approx(3.867, abs=0.02)
+    one = zolt.fit(*curve, baselines=(0.0, 0.0, 1.0, -0.003))
+    assert one.baselines[2:] == pytest.approx([1.0, -0.003]) and one.se["baselines"][0] > 0
+    flat = zolt.fit(*curve, baselines={"native": "flat", "denatured": (1.0, -0.003)})
+    assert flat.baselines[1] == 0.0 and np.isnan(flat.se["baselines"][1])
     short = simulate(FKBP12, 9, native=(0.0, 0.0), denatured=(1.0, 0.0))
     fit = zolt.fit(*short, midpoint_only=True)
     assert zolt.fit(short[0][:5], short[1][:5], midpoint_only=True).status == "too few points"
     assert zolt.fit(short[0][1:8], short[1][1:8], midpoint_only=True).status != "too few points"
     assert fit.status == "midpoint fitted" and fit.Cm[0] == pytest.approx(3.867, abs=0.1)
+    with pytest.raises(ValueError, match="least squares"):
+        fit.intervals()
 
 
-def test_a_short_curve_says_that_fewer_states_were_used():
-    x, y = simulate(FKBP12, 16)
-    fit = zolt.fit(x, y, states=4)
-    assert fit.states == 2 and "16 readings allow 2 states" in fit.remark
+def test_a_held_m_stands_and_narrows_dG(curve):
+    fit = zolt.fit(*curve, states=2, m=1434.0)
+    assert fit.m[0] == 1434.0 and np.isnan(fit.se["m"][0])
+    assert fit.se["dG"][0] < 0.5 * zolt.fit(*curve, states=2).se["dG"][0]
 
 
 @pytest.mark.parametrize("sign, shift", [(1.0, 0.0), (-1.0, 0.0), (30.0, 0.0), (-30.0, 0.0), (30.0, -15.0)])

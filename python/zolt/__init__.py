@@ -8,7 +8,9 @@
 from ._version import __version__
 from .batch import fit_each, fit_many, table_of
 from .codes import explain
+from .evidence import Evidence
 from .fit import Fit, fit
+from .global_fit import GlobalFit, fit_global
 from .intervals import Intervals
 from .points import pick_states
 from .read import Curve, ReadError, Reading, read_curves, read_file
@@ -16,7 +18,9 @@ from .series import Series, fit_series
 
 __all__ = [
     "Curve",
+    "Evidence",
     "Fit",
+    "GlobalFit",
     "Intervals",
     "ReadError",
     "Reading",
@@ -25,6 +29,7 @@ __all__ = [
     "explain",
     "fit",
     "fit_each",
+    "fit_global",
     "fit_many",
     "fit_series",
     "pick_states",

@@ -21,7 +21,6 @@ from pathlib import Path
 
 import numpy as np
 
-LIBRARY_NAME = "libZOLTFittingEngine.so"
 MOST_POINTS = 384
 RESULT_LENGTH = 24
 
@@ -104,32 +103,41 @@ _ELEMENTS = {"array": np.dtype(np.float64), "block": np.dtype(np.float64), "flag
 _Pair = c_int32 * 2
 
 
-def candidates():
-    """The places where the library may lie, in the order in which they are tried."""
+def candidates(name):
+    """The places where a library may lie, in the order in which they are tried."""
     here = Path(__file__).resolve().parent
-    yield here / "lib" / LIBRARY_NAME
+    yield from sorted((here / "lib").glob(name + "*"))
     build = here.parents[1] / "build"
     for tree in ("release", "ci", "clang-release", "debug", "."):
-        yield build / tree / LIBRARY_NAME
+        yield build / tree / name
 
 
-def _open():
-    chosen = os.environ.get("ZOLT_LIBRARY")
+def open_library(stem, variable):
+    """The library lib`stem`.so and its path; the environment `variable` goes before all places.
+
+    A library that belongs to the one named by ZOLT_LIBRARY lies beside it.
+    """
+    name = f"lib{stem}.so"
+    chosen = os.environ.get(variable)
+    engine = os.environ.get("ZOLT_LIBRARY")
+    if not chosen and engine and stem != "ZOLTFittingEngine":
+        beside = Path(engine).with_name(name)
+        chosen = str(beside) if beside.is_file() else None
     if chosen:
         try:
             return ctypes.CDLL(chosen), chosen
         except OSError as fault:
-            raise ImportError(f"ZOLT_LIBRARY names {chosen}, which cannot be loaded: {fault}") from None
-    for path in candidates():
+            raise ImportError(f"{variable} names {chosen}, which cannot be loaded: {fault}") from None
+    for path in candidates(name):
         if path.is_file():
             return ctypes.CDLL(str(path)), str(path)
-    name = find_library("ZOLTFittingEngine") or LIBRARY_NAME
+    found = find_library(stem) or name
     try:
-        return ctypes.CDLL(name), name
+        return ctypes.CDLL(found), found
     except OSError:
         raise ImportError(
-            f"{LIBRARY_NAME} was not found: build it with 'cmake --preset release && cmake --build "
-            "--preset release' at the top of the source tree, or set ZOLT_LIBRARY to its path."
+            f"{name} was not found: build it with 'cmake --preset release && cmake --build "
+            f"--preset release' at the top of the source tree, or set {variable} to its path."
         ) from None
 
 
@@ -137,7 +145,7 @@ class Library:
     """The loaded library; `call` turns Python arguments into C ones by the table of exports."""
 
     def __init__(self):
-        handle, self.path = _open()
+        handle, self.path = open_library("ZOLTFittingEngine", "ZOLT_LIBRARY")
         missing = [name for name in EXPORTS if not hasattr(handle, name)]
         if missing:
             raise ImportError(

@@ -14,7 +14,7 @@ from .read import Curve
 _QUANTITIES = ("dG", "Cm", "m", "weight")
 _PER_TRANSITION = re.compile(r"(dG|Cm|m|weight)(\d)")
 _CLOSING = (
-    "bootstrap_used", "R_squared", "code", "reason", "remark", "spikes", "outliers", "left_out",
+    "bootstrap_used", "R_squared", "durbin_watson", "code", "reason", "remark", "spikes", "outliers", "left_out",
     "aN", "bN_per_M", "aU", "bU_per_M",
 )  # fmt: skip
 _MOST_PER_TASK = 16  # Large enough to hide what a task costs, small enough to share evenly.
@@ -57,7 +57,7 @@ def _outcome(curve, intervals, options):
         fitted = fit_curve(curve, **options)
         if intervals is None or not fitted.ok:
             return fitted, None
-        return fitted, fitted.intervals(workers=1, **intervals)
+        return fitted, fitted.intervals(**intervals)
     except Exception as fault:  # one bad curve must not stop a plate
         return fault, None
 

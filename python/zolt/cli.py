@@ -123,14 +123,16 @@ def main():
 
 @main.command(name="fit")
 @FILES
-@click.option("--states", type=click.Choice(["auto", "2", "3", "4"]), default="auto",
-              show_default=True, help="Number of states; auto asks the model picker.")
+@click.option("--states", type=click.Choice(["auto", "picker", "2", "3", "4"]), default="auto",
+              show_default=True, help="Number of states; auto weighs the evidence, picker asks the engine.")
 @TEMPERATURE
 @click.option("--baselines", metavar="aN,bN,aU,bU",
               help="Given baselines: intercept and slope, native then denatured; 0,0 leaves one open.")
 @click.option("--midpoint", is_flag=True, help="Midpoint fit only, for short or poor curves.")
 @click.option("--drop-outliers", is_flag=True, help="Fit again without marked readings.")
-@click.option("--intervals", is_flag=True, help="95 % intervals by residual bootstrap.")
+@click.option("--intervals", is_flag=True, help="95 % intervals.")
+@click.option("--method", type=click.Choice(["profile", "linear", "bootstrap"]), default="profile",
+              show_default=True, help="How intervals are found.")
 @click.option("--rounds", type=click.IntRange(20), default=1000, show_default=True,
               help="Rounds of the bootstrap.")
 @click.option("--seed", type=int, default=0, show_default=True, help="Seed of the bootstrap.")
@@ -147,9 +149,9 @@ def main():
               show_default=True, help="Format of the pictures.")
 @click.option("--report", type=click.Path(path_type=Path), help="Write one self-contained HTML page.")
 @click.option("--quiet", is_flag=True, help="No progress bar and no table.")
-def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, intervals, rounds,
-                seed, units, layout, workers, scheduler, out, curve_file, plots, picture, report, quiet,
-                reading):
+def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, intervals, method,
+                rounds, seed, units, layout, workers, scheduler, out, curve_file, plots, picture, report,
+                quiet, reading):
     """Fit every curve of the FILES and print a table.
 
     \b
@@ -167,7 +169,7 @@ def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, 
     _check_out(curve_file, (".csv",))
     options = dict(
         temperature=DEFAULT_TEMPERATURE if temperature is None else temperature,
-        states=states if states == "auto" else int(states),
+        states=int(states) if states.isdigit() else states,
         baselines=_baselines(baselines, midpoint),
         midpoint_only=midpoint,
         drop_outliers=drop_outliers,
@@ -175,7 +177,7 @@ def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, 
     source = Input(files, layout, reading, temperature, quiet)
     source.need_curves()
     started = time.perf_counter()
-    sampling = dict(rounds=rounds, seed=seed) if intervals else None
+    sampling = dict(method=method, rounds=rounds, seed=seed) if intervals else None
     with _client(scheduler) as client:
         outcomes = fit_each(source.curves, workers=workers, client=client, progress=not quiet,
                             intervals=sampling, **options)  # fmt: skip
@@ -290,6 +292,8 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
     print_fits(table, units)
     click.echo("\n" + result.label_table(units).to_string(index=False, float_format="{:.3f}".format))
     click.echo(result.verdict)
+    if (together := result.shared_m()) is not None:
+        click.echo(together.summary(units))
     if out:
         write_table(table, out)
     if plot:

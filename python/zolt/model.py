@@ -1,18 +1,17 @@
-"""The unfolding model as numpy expressions, for residuals, leverages and pictures.
+"""The unfolding model as numpy expressions, for pictures, and result vectors of fits.
 
 Each transition is K = exp(-dG (1 - x/Cm) / RT) and moves its weight of the signal from the native
-to the denatured line; the lines are shared by all transitions. Fits and fitted curves come from
-the engine, which evaluates the same equations.
+to the denatured line; the lines are shared by all transitions. Fits come from the inference
+library and the engine, which evaluate the same equations.
 """
 
 import numpy as np
 
+from ._library import RESULT_LENGTH
 from .engine import CM_ELEMENTS, DG_ELEMENTS, Element
 
 # Units of energy that results may be asked for in; the engine works in cal/mol.
 CAL_PER_UNIT = {"cal": 1.0, "kcal": 1000.0, "kJ": 1000.0 / 4.184}
-
-LEAST_M, MOST_M = 100.0, 15000.0  # cal/mol/M, between which the engine takes a fit for sensible
 
 
 def states_of(result):
@@ -53,45 +52,22 @@ def signal(x, result):
     return native + (denatured - native) * fraction
 
 
-def free_elements(result):
-    """The elements of a result vector that are parameters of its model."""
-    further = {2: [], 3: [6, 7, 8], 4: [6, 7, 8, 9, 10, 11]}[states_of(result)]
-    return [0, 1, 2, 3, 4, 5, *further]
+def vector(answer, code):
+    """The result vector, as the engine lays it out, of a fit by least squares."""
+    record, count = answer.record, answer.record.transitions
+    result = np.zeros(RESULT_LENGTH)
+    result[:4] = record.baseline
+    result[DG_ELEMENTS[:count]] = record.dG[:count]
+    result[CM_ELEMENTS[:count]] = record.Cm[:count]
+    result[[Element.WEIGHT1, Element.WEIGHT2][: count - 1]] = record.weight[: count - 1]
+    result[[Element.RT, Element.CODE, Element.R_SQUARED]] = record.RT, code, record.r_squared
+    return result
 
 
-def jacobian(x, result):
-    """Derivatives of the signal by the free elements (columns), by central differences."""
-    columns = []
-    for element in free_elements(result):
-        step = 1e-6 * (abs(result[element]) or 1.0)
-        ends = []
-        for sign in (1.0, -1.0):
-            moved = result.copy()
-            moved[element] += sign * step
-            ends.append(signal(x, moved))
-        columns.append((ends[0] - ends[1]) / (2.0 * step))
-    return np.array(columns).T
-
-
-def linearised(x, y, result):
-    """Least squares of the model linearised at a result, all parameters free.
-
-    Returns the result that the linear step leads to and the leverage of every reading.
-    """
-    slopes = jacobian(x, result)
-    scale = np.linalg.norm(slopes, axis=0)
-    scale[scale == 0.0] = 1.0
-    left, singular, right = np.linalg.svd(slopes / scale, full_matrices=False)
-    kept = singular > 1e-6 * singular[0]
-    left = left[:, kept]
-    step = right[kept].T @ ((left.T @ (y - signal(x, result))) / singular[kept])
-    moved = result.copy()
-    moved[free_elements(result)] += step / scale
-    return moved, np.einsum("ij,ij->i", left, left)
-
-
-def sensible(x, result):
-    """Midpoints within the readings and m-values such as the engine asks for."""
-    dG, Cm, weights = transitions(result)
-    inside = (Cm > 0.0) & (Cm <= x[-1]) & (weights > 0.0)
-    return bool(inside.all() and ((dG / Cm >= LEAST_M) & (dG / Cm <= MOST_M)).all())
+def no_fit(code, states=2):
+    """The vector of a curve without a fit."""
+    result = np.zeros(RESULT_LENGTH)
+    result[: 3 * states] = -1.0
+    result[[Element.RT, Element.R_SQUARED]] = -1.0
+    result[Element.CODE] = code
+    return result

@@ -32,31 +32,31 @@ def print_fits(table, units):
         for name, unit, digits in (
             ("dG", f"_{units}_per_mol", 2), ("Cm", "_M", 3), ("m", f"_{units}_per_mol_per_M", 3)
         ):  # fmt: skip
-            columns = [f"{name}{i}{end}{unit}" for end in ("", "_lower", "_upper")]
-            columns = [column for column in columns if column in shown]
-            if columns and shown[columns[0]].notna().any():
-                head[f"{name}{i}"] = [_estimate(values, digits) for values in shown[columns].to_numpy()]
+            columns = [f"{name}{i}{end}{unit}" for end in ("", "_se", "_lower", "_upper")]
+            if columns[0] in shown and shown[columns[0]].notna().any():
+                values = shown.reindex(columns=columns).to_numpy(float)
+                head[f"{name}{i}"] = [_estimate(row, digits) for row in values]
     for column, name in (("R_squared", "R²"), ("spikes", "spikes"), ("outliers", "outliers"), ("code", "code")):
         if column in shown:
             head[name] = shown[column]
     click.echo(head.to_string(index=False, na_rep="", formatters={"R²": "{:.4f}".format}))
     click.echo(f"dG in {units}/mol, Cm in M, m = dG/Cm in {units}/mol/M.")
-    shown = shown.sort_values("code", kind="stable")
-    for (code, status, text), names in _groups(shown, ["code", "status", "reason"]):
-        click.echo(f"  {code if pd.notna(code) else '-':>3}  {status}: {text} ({names})")
+    for (status, text), names in _groups(shown, ["status", "reason"]):
+        click.echo(f"  {status}: {text} ({names})")
     for (remark,), names in _groups(shown, ["remark"]):
         if remark:
-            click.echo(f"       {remark} ({names})")
+            click.echo(f"    {remark} ({names})")
     if len(table) > len(shown):
         click.echo(f"... and {len(table) - len(shown)} more curves; --out writes them all.")
 
 
 def _estimate(values, digits):
-    """A number, with its interval in brackets where there is one."""
-    if pd.isna(values[0]):
+    """A number with its standard error, and its interval in brackets where there is one."""
+    value, error, lower, upper = values
+    if pd.isna(value):
         return ""
-    texts = [f"{value:.{digits}f}" for value in values if pd.notna(value)]
-    return f"{texts[0]} [{', '.join(texts[1:])}]" if len(texts) == 3 else texts[0]
+    text = f"{value:.{digits}f}" + ("" if pd.isna(error) else f" ± {error:.{digits}f}")
+    return text if pd.isna(lower) else f"{text} [{lower:.{digits}f}, {upper:.{digits}f}]"
 
 
 def _groups(shown, columns):

@@ -89,6 +89,10 @@ def _draw_points(fit, ax, values, size=24):
 def _draw_model(fit, ax, units):
     x, y = fit.curve(_GRID)
     native, denatured = model.lines(x, fit.result)
+    at, middle, half = fit.band(_GRID)
+    if np.isfinite(half).all():
+        ax.fill_between(at, middle - half, middle + half, color=FIT, alpha=0.15, lw=0, zorder=2,
+                        label="95 % band of the curve")  # fmt: skip
     dashed = dict(color=BASELINE, lw=1.0, ls=(0, (5, 3)), zorder=1)
     ax.plot(x, native, label="baselines", **dashed)
     ax.plot(x, denatured, **dashed)

@@ -43,15 +43,16 @@ def pick_states(x, y):
     return engine.pick_states(y)
 
 
-def tidy_readings(x, y):
-    """The readings as ascending rows of doubles without blanks."""
-    x, y = (engine.row(values).reshape(-1) for values in (x, y))
-    if x.size != y.size:
-        raise ValueError(f"x has {x.size} values and y has {y.size}; a curve needs as many of each")
-    sound = np.isfinite(x) & np.isfinite(y)
+def tidy_readings(x, y, sd=None):
+    """The readings as ascending rows of doubles without blanks; with `sd` None, None for it."""
+    rows = [engine.row(values).reshape(-1) for values in ((x, y) if sd is None else (x, y, sd))]
+    for name, row in zip(("y", "sd"), rows[1:]):
+        if row.size != rows[0].size:
+            raise ValueError(f"x has {rows[0].size} values and {name} has {row.size}; a curve needs as many of each")
+    sound = np.isfinite(rows).all(axis=0)
     if not sound.all():
-        x, y = x[sound], y[sound]
-    if np.any(x[1:] < x[:-1]):
-        order = np.argsort(x, kind="stable")
-        x, y = x[order], y[order]
-    return x, y
+        rows = [row[sound] for row in rows]
+    if np.any(rows[0][1:] < rows[0][:-1]):
+        order = np.argsort(rows[0], kind="stable")
+        rows = [row[order] for row in rows]
+    return (*rows, None) if sd is None else tuple(rows)

@@ -62,6 +62,21 @@ def _span(interval, scale, digits):
     return f" <small>[{low:.{digits}f}, {upper}</small>"
 
 
+def _error(value, digits):
+    return f" ± {value:.{digits}f}" if np.isfinite(value) else ""
+
+
+def _evidence(fit):
+    """The comparison of the models of a curve, folded away."""
+    if fit.evidence is None or not fit.evidence.record.row[3].tried:
+        return ""
+    columns = ["model", "free", "residual_sd", "durbin_watson", "dAICc", "F", "p", "p_without", "outcome"]
+    table = fit.evidence.table()[columns]
+    numbers = {name: "{:.3g}".format for name in columns if table[name].dtype == float}
+    body = table.to_html(index=False, border=0, na_rep="", formatters=numbers)
+    return f"<details><summary>Evidence for the states</summary>{escape(fit.evidence.sentence)}{body}</details>"
+
+
 def _summary(fits, intervals, units):
     """The table, with a line per transition within its cells, and the meaning of its codes."""
     energy = CAL_PER_UNIT[units]
@@ -74,7 +89,9 @@ def _summary(fits, intervals, units):
 
         def lines(name, scale, digits):
             return "<br>".join(
-                _number(value / scale, digits) + (_span(getattr(spans, name)[k], scale, digits) if spans else "")
+                _number(value / scale, digits)
+                + _error(fit.se[name][k] / scale, digits)
+                + (_span(getattr(spans, name)[k], scale, digits) if spans else "")
                 for k, value in enumerate(getattr(fit, name) if fit.ok else ())
             )
 
@@ -90,11 +107,11 @@ def _summary(fits, intervals, units):
                 "<br>".join(f"{100 * w:.0f} %" for w in fit.weights) if fit.ok and fit.states > 2 else "",
                 _number(fit.r_squared, 4),
                 int(np.count_nonzero(fit.marked)) or "",
-                f'<span title="{escape(fit.reason)}">{fit.code}</span>',
+                f'<span title="{escape(fit.path.sentence)}">{fit.code}</span>',
                 escape(remark[:1].upper() + remark[1:]),
             ]
         )
-        meanings.setdefault((fit.code, fit.states if fit.ok else "", fit.status, fit.reason), None)
+        meanings.setdefault((fit.code, fit.states if fit.ok else "", fit.path.status, fit.path.sentence), None)
     failed = [not fits[i].ok for i in quality_order(fits)]
     columns = [k for k in range(len(heads)) if k == 0 or any(row[k] != "" for row in rows)]
     head = "".join(f"<th>{heads[k]}</th>" for k in columns)
@@ -111,7 +128,7 @@ def _summary(fits, intervals, units):
     )
     return (
         f'<div class="wide"><table><tr>{head}</tr>{body}</table></div>'
-        "<details open><summary>What the codes mean</summary>"
+        "<details><summary>What the engine said: its codes</summary>"
         f"<table><tr><th>code</th><th>states</th><th>status</th><th>meaning</th></tr>{codes}</table></details>"
     )
 
@@ -127,7 +144,7 @@ def _gallery(fits, units):
         source = escape(str(fit.details.get("file", "")))
         figures.append(
             f'<figure id="curve-{i}">{image}<figcaption><b>{escape(fit.name)}</b> {source}, '
-            f"{fit.x.size} readings at {fit.temperature:g} °C. {words}</figcaption></figure>"
+            f"{fit.x.size} readings at {fit.temperature:g} °C. {words}{_evidence(fit)}</figcaption></figure>"
         )
     return f'<div class="gallery">{"".join(figures)}</div>'
 
@@ -164,7 +181,7 @@ def write_report(path, fits, intervals=None, *, units="kcal", settings=None, pro
 <html lang="en"><head><meta charset="utf-8"><title>zolt report</title><style>{_STYLE}</style></head>
 <body><h1>Denaturation curves</h1>
 <p class="quiet">{len(fits)} curves, {fitted} fitted. Sorted by R²; a curve of several transitions has a
-line for each. "Marked" counts spikes, outliers and readings left out.{spans}</p>
+line for each. Numbers are those of least squares, with standard errors after ±. "Marked" counts spikes, outliers and readings left out.{spans}</p>
 {f"<h2>Input that could not be used</h2><ul>{faults}</ul>" if faults else ""}
 <h2>Summary</h2>{_summary(fits, intervals, units)}{plate}
 <h2>Curves</h2>{_gallery(fits, units)}

@@ -89,6 +89,18 @@ class Series:
             raise ValueError("fractions belong to the trend form")
         return engine.series_curve(names[kind], self.used_labels, self.trend, n, self.temperature)
 
+    def shared_m(self):
+        """The curves fitted together with one m-value, `zolt.GlobalFit`; None with fewer than two."""
+        from .global_fit import fit_global
+        from .read import Curve
+
+        curves = [
+            Curve(fit.name, fit.x[fit.kept], fit.y[fit.kept], temperature=fit.temperature)
+            for fit, included in zip(self.fits, self.included)
+            if included
+        ]
+        return fit_global(curves, states=self.states) if len(curves) >= 2 else None
+
     def table(self, units="kcal"):
         """One row per curve."""
         rows = [fit.to_dict(units) for fit in self.fits]
@@ -145,7 +157,7 @@ def fit_series(
     curves = as_curves(curves)
     labels = np.array([c.label for c in curves] if labels is None else labels, dtype=object)
     labels = _numeric_labels(labels, len(curves))
-    readings = [tidy_readings(*curve) for curve in curves]
+    readings = [tidy_readings(*curve)[:2] for curve in curves]
     if not readings or min(x.size for x, _ in readings) == 0:
         raise ValueError("every curve of a series needs readings")
     maps = [_normalisation(y) if normalise else (0.0, 1.0) for _, y in readings]

@@ -1,0 +1,124 @@
+"""Many curves in one fit that shares m or dG: `fit_global`."""
+
+from dataclasses import dataclass, field
+
+import numpy as np
+import pandas as pd
+
+from . import inference
+from .batch import as_curves
+from .model import CAL_PER_UNIT
+from .points import tidy_readings
+
+
+@dataclass(frozen=True, eq=False, repr=False)
+class GlobalFit:
+    """Curves fitted with one m-value or one dG. Energies in cal/mol, concentrations in M.
+
+    `answers`, `intervals` and `differences` hold a record per curve, in the order of the input;
+    `differences` are from the curve at index `reference`. `p` is the chance that curves which share
+    the value differ as much as these do: a small one speaks against sharing.
+    """
+
+    share: str
+    names: list
+    reference: int
+    level: float
+    record: object = field(repr=False)
+    answers: list = field(repr=False)
+    intervals: list = field(repr=False)
+    differences: list = field(repr=False)
+
+    @property
+    def ok(self):
+        return self.record.status == inference.FITTED
+
+    @property
+    def reason(self):
+        return inference.sentence(self.record.status)
+
+    @property
+    def shared(self):
+        """The shared value per transition, cal/mol/M or cal/mol."""
+        return self._row(self.record.shared)
+
+    @property
+    def shared_se(self):
+        return self._row(self.record.shared_se)
+
+    @property
+    def shared_interval(self):
+        """(lower, upper) per transition."""
+        return self._row(self.record.shared_interval)
+
+    @property
+    def p(self):
+        return self.record.p if self.ok else float("nan")
+
+    def _row(self, values):
+        return np.array(values)[: self.record.transitions]
+
+    def table(self, units="kcal"):
+        """A row per curve: dG, Cm and m with standard errors, intervals, and differences."""
+        rows = []
+        for name, fit, spans, apart in zip(self.names, self.answers, self.intervals, self.differences):
+            row = {"curve": name, "status": inference.WORDS[fit.status]}
+            for i in range(fit.record.transitions if fit.status == inference.FITTED else 0):
+                self._describe(row, i, fit.record, spans, apart, units)
+            rows.append(row)
+        return pd.DataFrame(rows)
+
+    def _describe(self, row, i, fit, spans, apart, units):
+        energy = CAL_PER_UNIT[units]
+        quantities = (
+            (f"dG{i + 1}_{{}}{units}_per_mol", energy, fit.dG[i], fit.dG_se[i], spans.dG[i]),
+            (f"Cm{i + 1}_{{}}M", 1.0, fit.Cm[i], fit.Cm_se[i], spans.Cm[i]),
+            (f"m{i + 1}_{{}}{units}_per_mol_per_M", energy, fit.m[i], fit.m_se[i], spans.m[i]),
+            (f"dCm{i + 1}_{{}}M", 1.0, apart.dCm[i], apart.dCm_se[i], apart.dCm_interval[i]),
+            (f"ddG{i + 1}_{{}}{units}_per_mol", energy, apart.ddG[i], apart.ddG_se[i], apart.ddG_interval[i]),
+        )
+        for name, scale, value, error, span in quantities:
+            row[name.format("")] = value / scale
+            row[name.format("se_")] = error / scale if error >= 0 else float("nan")
+            row[name.format("lower_")], row[name.format("upper_")] = span[0] / scale, span[1] / scale
+
+    def summary(self, units="kcal"):
+        """The shared value and its test in one sentence."""
+        if not self.ok:
+            return self.reason
+        unit = f"{units}/mol/M" if self.share == "m" else f"{units}/mol"
+        scale = CAL_PER_UNIT[units]
+        values = ", ".join(f"{v / scale:.3f} ± {e / scale:.3f}" for v, e in zip(self.shared, self.shared_se))
+        verdict = "agree with it" if self.p >= 0.05 else "do not agree with it"
+        return (
+            f"Global fit of {self.record.curves} curves: {self.share} = {values} {unit}; "
+            f"the curves {verdict} (p = {self.p:.2g})."
+        )
+
+    def __repr__(self):
+        return f"<{self.summary()}>\n{self.table().to_string(index=False, float_format='{:.4g}'.format)}"
+
+
+def fit_global(curves, share="m", *, states=2, reference=0, temperature=25.0, level=0.95, options=None):
+    """Fit curves together with one m-value (`share="m"`) or one dG (`share="dG"`).
+
+    `curves` is what `zolt.fit_many` takes, 2 curves or more; each keeps its own baselines and
+    midpoints. `reference` is the index of the curve that differences refer to. `options` are
+    `zolt.inference.Options`, without held values.
+    """
+    curves = as_curves(curves)
+    readings = [
+        inference.Readings(
+            *tidy_readings(c.x, c.y)[:2], temperature=float(temperature if c.temperature is None else c.temperature)
+        )
+        for c in curves
+    ]
+    if len(curves) < 2 or not 0 <= reference < len(curves) or not 0.0 < level < 1.0 or states not in (2, 3, 4):
+        raise ValueError("a global fit takes two curves or more, the index of one of them as reference, "
+                         "2, 3 or 4 states, and a level between 0 and 1")  # fmt: skip
+    record, fits, spans, differences = inference.fit_global(
+        readings, share, states - 1, options or inference.Options(), reference, level
+    )
+    empty = np.empty(0)
+    return GlobalFit(share, [c.name for c in curves], reference, level, record,
+                     [inference.Answer(fit, empty, empty) for fit in fits], spans, differences)  # fmt: skip
