@@ -8,8 +8,8 @@
 #include <limits>
 #include <vector>
 
-#include "support/bits.h"
 #include "support/generated_curves.h"
+#include "support/values.h"
 
 namespace {
 
@@ -73,7 +73,7 @@ int factorBothWays(System system, const std::string& where) {
       const int column = j < done ? pivots[static_cast<std::size_t>(j)] : n;
       EXPECT_TRUE(sameBits(exact.at(i, column), fast.at(i, column)))
           << where << " R(" << i << ", " << j << ") "
-          << wantedGot(exact.at(i, column), fast.at(i, column));
+          << "wanted " << digits(exact.at(i, column)) << " got " << digits(fast.at(i, column));
     }
   }
   return done;

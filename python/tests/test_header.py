@@ -26,8 +26,7 @@ def test_elements_and_codes_have_the_header_s_numbers():
         "BAD_INPUT": codes.BAD_INPUT, "NO_TRANSITION": codes.NO_TRANSITION,
         "NO_CANDIDATE": codes.NO_CANDIDATE, "NO_ACCEPTABLE_FIT": codes.NO_FIT,
         "MIDPOINT_FIT": codes.MIDPOINT, "MIDPOINT_REJECTED": codes.MIDPOINT_REJECTED,
-        "BOTH_BASELINES": codes.BOTH_GIVEN, "NATIVE_BASELINE": codes.NATIVE_GIVEN,
-        "DENATURED_BASELINE": codes.DENATURED_GIVEN,
+        "BOTH_BASELINES": codes.BOTH_GIVEN,
     }  # fmt: skip
     assert {name: CONSTANTS[f"CODE_{name}"] for name in of_codes} == of_codes
 

@@ -21,7 +21,7 @@ struct Misfit {
 // Whether the outcome is any good is not reported: it is judged from the parameters, by what the
 // fit leaves unexplained among others. A NaN in y, or in the model at the start, leaves `p` as it
 // came. After a stall the last rejected trial
-// stands, which then lies very close to the parameters before it.
+// stands, which then lies very close to the parameters before it (design.md: last rejected trial).
 template <class Model>
 Misfit fitLM(Model& model, Row y, std::span<const int> free, double* p, FitWorkspace& workspace);
 

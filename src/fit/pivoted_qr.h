@@ -50,7 +50,8 @@ int factorBySquares(const RowMatrix& a, double* factored, const double* squares,
                     double* scratch);
 
 // The number of leading diagonal elements of R that stand clear of rounding, where `largerExtent`
-// is the larger extent of the matrix. A zero matrix has full rank by this rule.
+// is the larger extent of the matrix. A zero matrix has full rank by this rule
+// (design.md: zero diagonals).
 int qrRank(const RowMatrix& r, const int* jpvt, int largerExtent);
 
 // Solves the leading `rank` by `rank` triangle of R against right side `rhs` (a column of `r`).
