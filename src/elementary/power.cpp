@@ -2,18 +2,16 @@
 // to 2^-98. Where rounding the upper and the lower bound gives the same double, that is the one.
 // All others go the slow way, e^(y ln x) with 384 bits, right to 2^-265.
 //
-// That decides unless x^y lies on the middle of two doubles, or closer to one than that, which no
-// argument but an exact tie is known to do, and of 2^126 pairs one would by chance in 2^85 trials
-// of them all. Exact ties are found beforehand. A tie has at most 54 bits. Let x = w 2^e with w
-// odd.
+// That decides unless x^y lies on the middle of two doubles or within 2^-265 of it. Exact ties are
+// found beforehand; that any other of the 2^126 pairs comes so close has a chance of 2^-85. A tie
+// has at most 54 bits. Let x = w 2^e with w odd.
 //   - If y is not whole, it is n / 2^k with n odd, and x^y has finitely many bits only if w and 2^e
 //     are 2^k-th powers. Taking k square roots leaves a whole power.
-//   - w^y for whole y < 0 has finitely many bits only for w = 1.
-//   - w^y for whole y > 0 has y times the bits of w, within y: above 352 bits it is no tie, and up
-//   to
-//     there it is computed without loss.
-// So what comes out is the nearest double, for whole y from 3 to 6 by proof (all of x^y fits), for
-// the rest but for that chance.
+//   - For whole y < 0, w^y has finitely many bits only for w = 1.
+//   - For whole y > 0, w^y has about y times the bits of w. Up to 352 bits it is computed without
+//     loss, and beyond them it is no tie.
+// So what comes out is the nearest double: for whole y from 2 to 6 by proof, since all of x^y fits,
+// and for the rest but for that chance.
 #include "elementary/power.h"
 
 #include <bit>
