@@ -8,9 +8,8 @@
 //   - If y is not whole, it is n / 2^k with n odd, and x^y has finitely many bits only if w and 2^e
 //     are 2^k-th powers. Taking k square roots leaves a whole power.
 //   - For whole y < 0, w^y has finitely many bits only for w = 1.
-//   - For whole y > 0, w^y has about y times the bits of w. Up to 352 of them it is computed
-//   without
-//     loss, and beyond it is no tie.
+//   - For whole y > 0, w^y has about y times the bits of w. Up to 352 bits it is computed without
+//     loss, and beyond them it is no tie.
 // So what comes out is the nearest double: for whole y from 2 to 6 by proof, since all of x^y fits,
 // and for the rest but for that chance.
 #include "elementary/power.h"
