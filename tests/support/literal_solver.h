@@ -18,6 +18,8 @@ struct Fitted {
   Vector p;
   double firstValue;
   double sse;
+  int iterations = 0;
+  int trials = 0;  // steps tried, one or more an iteration
 };
 Fitted maskedFit(const std::vector<std::uint8_t>& mask, const Vector& x, const Vector& y,
                  const Vector& start);
