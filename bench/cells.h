@@ -20,6 +20,12 @@ struct Exports {
   AnalyseWithBaselines userSetBaselines;
 };
 
+// Those of the library that is linked.
+inline constexpr Exports kLinkedExports{
+    {ZOLTA_2state_chalf, ZOLTA_3state_chalf, ZOLTA_4state_chalf},
+    {ZOLTA_2state, ZOLTA_3state, ZOLTA_4state},
+    ZOLTA_2state_user_set_baselines};
+
 inline constexpr std::size_t kCurvesPerCell = 8;
 inline constexpr int kPoints[] = {12, 24, 48, 96, 384};
 

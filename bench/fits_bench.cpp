@@ -16,10 +16,6 @@
 
 namespace {
 
-const Exports kExports{{ZOLTA_2state_chalf, ZOLTA_3state_chalf, ZOLTA_4state_chalf},
-                       {ZOLTA_2state, ZOLTA_3state, ZOLTA_4state},
-                       ZOLTA_2state_user_set_baselines};
-
 std::vector<double> parametersOf(const Result& r, int transitions) {
   std::vector<double> p{r[ZOLTA_DG1], r[ZOLTA_CM1]};
   if (transitions > 1) {
@@ -50,7 +46,7 @@ struct Cell {
   std::vector<SingleFit> fits;
   std::vector<double> best;  // smallest sum of squares that a solver reaches
 
-  Cell(const Case& kind, int points) : curves(curvesOf(kExports, kind, points)) {
+  Cell(const Case& kind, int points) : curves(curvesOf(kLinkedExports, kind, points)) {
     for (const GeneratedCurve& curve : curves) {
       fits.push_back(singleFit(kind, curve));
       double least = INFINITY;
@@ -58,7 +54,7 @@ struct Cell {
         least = std::min(least, sumOfSquares(fits.back(), peer.solve(fits.back())));
       }
       if (kind.hasExport) {
-        const Result result = callEntry(kExports, kind, curve);
+        const Result result = callEntry(kLinkedExports, kind, curve);
         least = std::min(least,
                          sumOfSquares(fits.back(), parametersOf(result, fits.back().transitions)));
       }
@@ -93,12 +89,12 @@ void timeAnalysis(benchmark::State& state, int states, int points) {
   const std::vector<GeneratedCurve> curves = analysisCurves(states, points);
   std::vector<Result> wanted;
   for (const GeneratedCurve& curve : curves) {
-    wanted.push_back(callAnalysis(kExports, states, curve));
+    wanted.push_back(callAnalysis(kLinkedExports, states, curve));
   }
   bool same = true;
   for (auto _ : state) {
     for (std::size_t i = 0; i < curves.size(); ++i) {
-      same = sameBytes(callAnalysis(kExports, states, curves[i]), wanted[i]) && same;
+      same = sameBytes(callAnalysis(kLinkedExports, states, curves[i]), wanted[i]) && same;
     }
   }
   if (!same) {
@@ -123,7 +119,7 @@ void timeBatch(benchmark::State& state, std::size_t threads) {
     for (std::size_t t = 0; t < threads; ++t) {
       pool.emplace_back([&, t] {
         for (std::size_t i = kBatch * t / threads; i < kBatch * (t + 1) / threads; ++i) {
-          results[i] = callAnalysis(kExports, 2, curves[i]);
+          results[i] = callAnalysis(kLinkedExports, 2, curves[i]);
         }
       });
     }
@@ -230,7 +226,8 @@ void registerAll() {
         benchmark::RegisterBenchmark(
             cellName("zolt", kind.name, points).c_str(), [&kind, cell](benchmark::State& state) {
               timeCell(state, cell(), [&](std::size_t i) {
-                return parametersOf(callEntry(kExports, kind, cell().curves[i]), kind.transitions);
+                return parametersOf(callEntry(kLinkedExports, kind, cell().curves[i]),
+                                    kind.transitions);
               });
             });
       }

@@ -204,10 +204,10 @@ TEST(Analyses, OnlyPlausibleFitsAreAccepted) {
     bool accepted;
   };
   for (const Row& row : {
-           Row{User, 8, {{101, 4, 1}}, true},
-           Row{User, 8, {{99, 4, 1}}, false},
-           Row{User, 1, {{14990, 0.5, 1}}, true},
-           Row{User, 1, {{15010, 0.5, 1}}, false},
+           Row{User, 8, {{100.1, 4, 1}}, true},
+           Row{User, 8, {{99.9, 4, 1}}, false},
+           Row{User, 1, {{14999, 0.5, 1}}, true},
+           Row{User, 1, {{15001, 0.5, 1}}, false},
            Row{User, 8, {{1500, 7.99, 1}}, true},
            Row{User, 8, {{1500, 8.01, 1}}, false},
            Row{User, 8, {{2500, 2.5, 0.0801}, {2500, 5.5, 0.9199}}, true},

@@ -256,8 +256,8 @@ TEST(Calculation, Table) {
   const Row rows[] = {
       {"a change beyond 300 counts", agg, {1, 2}, {4000, 4301}, {10, 20}, {1, 1},
        {1, 2}, {4000, 4301}, {10, 20}, {1, 1}, {301, 3699, 0, 2}},
-      {"exactly 300 does", agg, {1, 4}, {4000, 4300}, {150, 150}, {1, 1},
-       {1, 4}, {4000, 4300}, {150, 150}, {1, 1}, {100, 3900, 0, 2}},
+      {"300.1 does", agg, {1, 4}, {4000, 4300.1}, {10, 20}, {1, 1},
+       {1, 4}, {4000, 4300.1}, {10, 20}, {1, 1}, {100.1 - 0.2 / 3, 3900 - 0.1 / 3, 0, 2}},
       {"299 does not", agg, {1, 2}, {4000, 4299}, {10, 20}, {1, 1},
        {1, 2}, {4000, 4299}, {10, 20}, {1, 1}, {0, 4149.5, 0, 2}},
       {"the errors of both ends", agg, {1, 2}, {4000, 4399}, {200, 200}, {1, 1},
@@ -301,6 +301,17 @@ TEST(Calculation, Table) {
     EXPECT_EQ(difference(row.errorOut, got.error, 1e-8), "");
     EXPECT_EQ(got.used, row.used);
     EXPECT_EQ(difference(row.trend, got.trend, 1e-8), "");
+  }
+}
+
+TEST(Calculation, AChangeAsLargeAsTheErrorsCounts) {
+  const Vector labels{1, 2, 3}, dG{4000, 5100, 5900};
+  const Vector line = calculate("dGagg_calc", labels, dG, {0, 0, 0}, {1, 1, 1}).trend;
+  const double change = (line[1] + line[0] * 3) - (line[1] + line[0] * 1);
+  for (const auto& [error, slope] :
+       {std::pair{change, line[0]}, {std::nextafter(change, kInf), 0.0}}) {
+    const Vector trend = calculate("dGagg_calc", labels, dG, {0, 7, error}, {1, 1, 1}).trend;
+    EXPECT_EQ(trend[0], slope) << digits(error);
   }
 }
 

@@ -353,13 +353,15 @@ Fitted maskedFit(const Mask& mask, const Vector& x, const Vector& y, const Vecto
   bool done =
       std::any_of(y.begin(), y.end(), isNaN) || std::any_of(fitted.begin(), fitted.end(), isNaN);
   double lambda = 0.01;
-  for (int iteration = 0; iteration < 200 && !done; ++iteration) {
+  int iteration = 0, trials = 0;
+  for (; iteration < 200 && !done; ++iteration) {
     const Matrix betaold = beta;
     const Vector former = residuals;
     const double sseold = sse;
     const Matrix derivatives = jacobian(problem, beta, fitted, normOfZero);
     Vector step;
     const auto tryStep = [&] {
+      ++trials;
       step = dampedStep(derivatives, former, lambda);
       for (std::size_t k = 0; k < step.size(); ++k) {
         beta.values[k] = betaold.values[k] + step[k];
@@ -383,7 +385,7 @@ Fitted maskedFit(const Mask& mask, const Vector& x, const Vector& y, const Vecto
     done = 1e-8 * (kSqrtEpsilon + arrayNormOf(beta)) > stepNorm ||
            std::fabs(sse - sseold) <= 1e-8 * sse || stalled;
   }
-  return {problem.merged(beta), fitted[0], sse};
+  return {problem.merged(beta), fitted[0], sse, iteration, trials};
 }
 
 }  // namespace literal

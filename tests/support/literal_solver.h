@@ -23,6 +23,8 @@ struct Fitted {
   Vector p;
   double firstValue;
   double sse;
+  int iterations = 0;
+  int trials = 0;  // steps tried, one or more an iteration
 };
 
 // `normOfZero` is asked for the norm where a parameter of exactly 0 takes its increment from it:
