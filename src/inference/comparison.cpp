@@ -9,8 +9,7 @@
 namespace zolt::inference {
 namespace {
 
-constexpr int kLeftOut = 3;  // readings that gain most, each left out in turn
-constexpr double kChanceWithout = 0.05;
+constexpr int kLeftOut = 3;        // readings that gain most, each left out in turn
 constexpr int kFewestDegrees = 3;  // below which leaving a reading out leaves no test
 constexpr double kLeastWeight = 0.10;
 constexpr double kLeastApart = 2.0;  // standard errors
@@ -97,7 +96,7 @@ double leastApart(const Setup& setup, const Candidate& candidate) {
 }  // namespace
 
 Comparison compare(const Setup& setup, const Candidate& smaller, const Candidate& larger,
-                   double chance) {
+                   const Chances& chances) {
   Comparison result;
   const int n = setup.readings.n;
   const int transitions = larger.transitions();
@@ -107,7 +106,7 @@ Comparison compare(const Setup& setup, const Candidate& smaller, const Candidate
     result.apart = leastApart(setup, larger);
   }
   result.p = chanceOf(smaller.sse, larger.sse, n, smaller.parameters, larger.parameters, result.F);
-  if (!(result.p < chance)) {
+  if (!(result.p < chances.all)) {
     result.outcome = ZOLTI_SMALL_GAIN;
     return result;
   }
@@ -126,7 +125,7 @@ Comparison compare(const Setup& setup, const Candidate& smaller, const Candidate
   }
   if (result.outcome == ZOLTI_PASSED && n - 1 - larger.parameters >= kFewestDegrees) {
     leaveOut(setup, smaller, larger, result);
-    if (!(result.pWithout < kChanceWithout)) {
+    if (!(result.pWithout < chances.without)) {
       result.outcome = ZOLTI_ONE_READING;
     }
   }

@@ -25,8 +25,14 @@ struct Comparison {
   double leastWeight = -1.0, apart = -1.0;
 };
 
-// Whether `larger` is to be preferred to `smaller` at that probability of chance.
+// Probabilities of chance below which a larger model is taken: of all readings, and with any one of
+// those that gain most left out.
+struct Chances {
+  double all, without;
+};
+
+// Whether `larger` is to be preferred to `smaller`.
 Comparison compare(const Setup& setup, const Candidate& smaller, const Candidate& larger,
-                   double chance);
+                   const Chances& chances);
 
 }  // namespace zolt::inference
