@@ -2,7 +2,9 @@
 // unnoticed, outputs that begin as garbage, and everything the call wrote.
 #pragma once
 
+#if defined(__linux__)
 #include <sys/mman.h>
+#endif
 
 #include <algorithm>
 #include <array>
@@ -11,7 +13,6 @@
 #include <functional>
 #include <memory>
 #include <span>
-#include <stdexcept>
 
 #include "values.h"
 #include "zolt_fitting_engine.h"
@@ -36,48 +37,57 @@ using Flags = Sized<std::int32_t>;
 enum class Placement {
   shared,   // inputs where the test has them, for threads that share them
   heap,     // blocks of exactly the size, for the address sanitizer
-  guarded,  // blocks that end where an unmapped page begins; inputs are read-only
+  guarded,  // blocks that end where an unmapped page begins, on Linux; inputs are read-only
 };
 
 // Storage of a number of bytes.
 class Block {
  public:
-  Block(std::size_t bytes, bool guarded) : length(bytes) {
-    if (!guarded) {
-      first = static_cast<unsigned char*>(std::malloc(bytes));
+  Block(std::size_t bytes, [[maybe_unused]] bool guarded) : length(bytes) {
+#if defined(__linux__)
+    if (guarded) {
+      pages = (bytes + kPage - 1) / kPage * kPage;
+      mapping =
+          mmap(nullptr, pages + kPage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+      if (mapping == MAP_FAILED ||
+          mprotect(static_cast<unsigned char*>(mapping) + pages, kPage, PROT_NONE) != 0) {
+        std::perror("no guard page");
+        std::abort();
+      }
+      first = static_cast<unsigned char*>(mapping) + (pages - bytes);
       return;
     }
-    pages = (bytes + kPage - 1) / kPage * kPage;
-    mapping =
-        mmap(nullptr, pages + kPage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (mapping == MAP_FAILED ||
-        mprotect(static_cast<unsigned char*>(mapping) + pages, kPage, PROT_NONE) != 0) {
-      throw std::runtime_error("no guard page");
-    }
-    first = static_cast<unsigned char*>(mapping) + (pages - bytes);
+#endif
+    first = static_cast<unsigned char*>(std::malloc(bytes));
   }
   Block(const Block&) = delete;
   Block& operator=(const Block&) = delete;
   ~Block() {
-    if (mapping == nullptr) {
-      std::free(first);
-    } else {
+#if defined(__linux__)
+    if (mapping != nullptr) {
       munmap(mapping, pages + kPage);
+      return;
     }
+#endif
+    std::free(first);
   }
   void makeReadOnly() {
+#if defined(__linux__)
     if (mapping != nullptr && pages > 0) {
       mprotect(mapping, pages, PROT_READ);
     }
+#endif
   }
 
   unsigned char* first = nullptr;
   std::size_t length;
 
  private:
+#if defined(__linux__)
   static constexpr std::size_t kPage = 4096;
   void* mapping = nullptr;
   std::size_t pages = 0;
+#endif
 };
 
 class CallSite {
