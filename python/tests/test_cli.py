@@ -117,3 +117,30 @@ def test_series_states_smooth_and_version(run, table, tmp_path):
     smooth = run("smooth", table, "--width", "0.5").stdout.splitlines()
     assert smooth[0] == "curve,x,y,smoothed" and len(smooth) == 97
     assert __version__ in run("--version").stdout
+
+
+def test_what_was_read_is_said_and_kept(run, tmp_path):
+    x, y = simulate(FKBP12, 20, noise=0.004)
+    for name in ("one", "two"):
+        pd.DataFrame({"conc": x, "Time (s)": range(20), "WT": y}).to_csv(tmp_path / f"{name}.csv", index=False)
+    files = tmp_path / "one.csv", tmp_path / "two.csv"
+    result = run("fit", *files, "--denaturant", "guanidinium chloride", "--out", tmp_path / "o.csv", "--report", tmp_path / "r.html")
+    lines = result.stderr.splitlines()
+    assert lines[0] == "one.csv: read 20 readings of 1 curve, 0 to 8 M GdmCl (unit assumed), 25 °C assumed"
+    assert "  column 'Time (s)' left out: time is no signal" in lines
+    assert "  the readings of 'WT (two.csv)' are those of 'WT (one.csv)'" in lines
+    table = pd.read_csv(tmp_path / "o.csv")
+    assert table["curve"].tolist() == ["WT (one.csv)", "WT (two.csv)"]
+    assert set(table["temperature_from"]) == {"assumed"} and set(table["denaturant"]) == {"GdmCl"}
+    assert "25 °C assumed" in (tmp_path / "r.html").read_text()
+    warm = run("fit", *files, "--temperature", "37", "--unit", "M", "--out", tmp_path / "w.csv")
+    assert "0 to 8 M, 37 °C as told" in warm.stderr
+    assert set(pd.read_csv(tmp_path / "w.csv")["temperature_from"]) == {"given"}
+
+
+def test_reading_options_reach_the_reader(run, tmp_path):
+    (tmp_path / "f.csv").write_text("a line\nfoo;dose;WT;V38A\n" + "".join(f'5;{i};"1,{i:03}";"2,{i:03}"\n' for i in range(9)))
+    options = ["--x", "dose", "--columns", "WT", "--skip-rows", 1, "--decimal", ",", "--unit", "% of 10 M"]
+    result = run("states", tmp_path / "f.csv", *options)
+    assert result.stdout.split()[-3:-1] == ["WT", "9"] and "0 to 0.8 M" in result.stderr
+    assert "may be a decimal fraction or thousands" in run("states", tmp_path / "f.csv", *options[:6]).stderr

@@ -1,59 +1,172 @@
 """Files in, curves out; and the sentences about files that cannot be used."""
 
+import io
+import json
+import random
+import zipfile
+from pathlib import Path
+
 import numpy as np
+import openpyxl
 import pandas as pd
 import pytest
 
 from zolt import ReadError, read_curves
+from zolt.read import read_file, read_together
 
+TABLES = Path(__file__).parents[2] / "tests" / "tables"
+EXPECTED = sorted(TABLES.glob("*.expected.json"))
 PLAIN = "urea_M,a,b\n0,1.5,2\n1,2.5,\n2,3.5,4\n"
-SAME = {
-    "comma": PLAIN.encode(),
-    "BOM and CR LF": b"\xef\xbb\xbf" + PLAIN.replace("\n", "\r\n").encode(),
-    "UTF-16": PLAIN.encode("utf-16"),
-    "semicolon, decimal comma": b"x;a;b\n0;1,5;2\n1;2,5;\n2;3,5;4,0\n",
-    "tab": PLAIN.replace(",", "\t").encode(),
-    "tab, decimal comma": b"x\ta\tb\n0\t1,5\t2\n1\t2,5\t\n2\t3,5\t4\n",
-    "blanks": b"x a b\n0 1.5 2\n1 2.5 NA\n2 3.5 4\n",
-    "blanks, decimal comma": b"x a b\n0 1,5 2\n1 2,5 NA\n2 3,5 4\n",
-    "quoted decimal comma": b'x,a,b\n0,"1,5",2\n1,"2,5",\n2,"3,5",4\n',
-    "comments": b"# made today, with care\n#Temperature: 25\n" + PLAIN.encode() + b"\n# end\n",
-    "unsorted": b"x,a,b\n2,3.5,4\n0,1.5,2\n1,2.5,nan\n",
-    "long": b"sample,concentration,signal\nb,0,2\na,1,2.5\na,0,1.5\na,2,3.5\nb,2,4\n",
-    "latin letters": "x (M),a,b,\xb5\n0,1.5,2,0\n1,2.5,,0\n2,3.5,4,0\n".encode("latin-1"),
-}
 
 
-@pytest.mark.parametrize("text", SAME.values(), ids=SAME.keys())
-def test_the_same_curves_from_every_format(text, tmp_path):
-    (tmp_path / "file.csv").write_bytes(text)
-    curves = {curve.name: curve for curve in read_curves(tmp_path / "file.csv")}
-    assert curves["a"].x.tolist() == [0, 1, 2] and curves["a"].y.tolist() == [1.5, 2.5, 3.5]
-    assert curves["b"].x.tolist() == [0, 2] and curves["b"].y.tolist() == [2, 4]
-    assert curves["a"].temperature == (25.0 if b"Temperature" in text else None)
+def read_table(name, options):
+    if "layout" in options:
+        options = {**options, "layout": TABLES / options["layout"]}
+    return read_file(TABLES / name, **options)
 
 
-def test_excel_reads_like_text(tmp_path):
-    path = tmp_path / "book.xlsx"
-    pd.DataFrame({"x": [1, 0, 2], "a": [2.5, 1.5, None]}).to_excel(path, index=False)
-    (curve,) = read_curves(path)
-    assert (curve.x.tolist(), curve.y.tolist()) == ([0, 1], [1.5, 2.5])
+def as_expected(curve):
+    """A curve in the form of the expectations: what is None is not written."""
+    row = {"name": curve.name, "x": curve.x.round(9).tolist(), "y": curve.y.tolist()}
+    for key in ("temperature", "label", "replicate", "group", "denaturant", "sd", "n"):
+        value = getattr(curve, key)
+        if value is not None:
+            row[key] = value.tolist() if isinstance(value, np.ndarray) else value
+    return row
 
 
-def test_a_file_without_header_and_with_repeated_concentrations(tmp_path):
-    (tmp_path / "f.txt").write_text("1 5\n0 3\n1 4\n")
-    (curve,) = read_curves(tmp_path / "f.txt")
-    assert (curve.name, curve.x.tolist(), curve.y.tolist()) == ("curve 1", [0, 1, 1], [3, 5, 4])
+@pytest.mark.parametrize("path", EXPECTED, ids=lambda path: path.name.removesuffix(".expected.json"))
+def test_every_table_gives_the_curves_beside_it_or_its_sentence(path):
+    wanted, name = json.loads(path.read_text(encoding="utf-8")), path.name.removesuffix(".expected.json")
+    options = wanted.pop("options", {})
+    try:
+        reading = read_table(name, options)
+        found = {
+            "curves": [as_expected(curve) for curve in reading.curves],
+            "notes": sorted({note.code for note in reading.notes}),
+            "summary": reading.summary(),
+        }
+    except ReadError as fault:
+        found = {"error": str(fault).replace(f"{TABLES}/", "")}
+    assert found == wanted
 
 
-def test_labels_of_wide_and_long_tables(tmp_path):
-    (tmp_path / "wide.csv").write_text("x,a,b\nlabel,5,10\nreplicate,1,2\ntemperature,20,25\n0,1,2\n1,3,4\n")
-    (tmp_path / "long.csv").write_text("label,x,y,replicate\n5,0,1,1\n5,1,3,1\n10,0,2,2\n10,1,4,2\n")
-    for name in ("wide", "long"):
-        a, b = read_curves(tmp_path / f"{name}.csv")
-        assert (a.label, b.label, a.replicate, b.replicate) == (5.0, 10.0, 1.0, 2.0)
-        assert b.y.tolist() == [2, 4]
-    assert read_curves(tmp_path / "wide.csv")[0].temperature == 20.0
+def test_every_table_has_its_expectation():
+    names = {path.name.removesuffix(".expected.json") for path in EXPECTED}
+    tables = {path.name for path in TABLES.iterdir() if not path.name.startswith((".", "README"))}
+    alone = {name for name in tables if ".expected.json" not in name and ".layout." not in name} - names
+    assert len(names) > 100 and not alone
+
+
+def truth(seed):
+    """Curves of a random table as {name: y} over one x, with numbers of few digits."""
+    draw = random.Random(seed)
+    x = sorted(draw.sample([round(0.05 * k, 2) for k in range(170)], draw.randint(8, 24)))
+    names = draw.sample(["WT", "V38A", "L12 G", "wild-type", "Δ1-20", "A", "D", "E2"], draw.randint(1, 4))
+    return x, {name: [round(draw.uniform(-40.0, 90.0), draw.choice((2, 4))) for _ in x] for name in names}
+
+
+def written(x, curves, seed):
+    """The same curves in a random dialect: bytes of a file."""
+    draw = random.Random(1000 + seed)
+    mark = draw.choice(".,")
+    between = draw.choice("\t;" if mark == "," else "\t;,")
+    head, factor = draw.choice(
+        [
+            ("Urea (M)", 1),
+            ("[urea] / M", 1),
+            ("Harnstoff [mol/L]", 1),
+            ("urea_mM", 1000),
+            ("% of 8 M urea", 12.5),
+            ("c(Urea), M", 1),
+        ]
+    )
+    number = lambda v: f"{v:.10g}".replace(".", mark)  # noqa: E731
+    quote = lambda t: f'"{t}"' if between in t else t  # noqa: E731
+    xs = [number(v * factor) for v in x]
+    layout = draw.choice(["wide", "long", "transposed", "pairs"])
+    if layout == "long":
+        rows = [["Sample", head, "Signal"]]
+        rows += [[name, a, number(b)] for name, y in curves.items() for a, b in zip(xs, y)]
+    elif layout == "pairs":
+        rows = [[cell for name in curves for cell in (head, name)]]
+        rows += [[c for y in curves.values() for c in (a, number(y[i]))] for i, a in enumerate(xs)]
+    else:
+        rows = [[head, *curves], *([a, *(number(y[i]) for y in curves.values())] for i, a in enumerate(xs))]
+        body = rows[1:]
+        draw.shuffle(body)
+        rows[1:] = body
+        if layout == "transposed":
+            rows = [list(column) for column in zip(*[rows[0], *sorted(body, key=lambda r: xs.index(r[0]))])]
+    lines = [between.join(map(quote, row)) for row in rows]
+    lines[:0] = draw.choice(
+        [
+            [],
+            ["# Temperature: 20 °C"],
+            ["Operator" + between + "N. N.", "Temperature" + between + "293.15 K", ""],
+        ]
+    )
+    text = draw.choice(["\n", "\r\n", "\r"]).join(lines) + draw.choice(["", "\n"])
+    return text.encode(draw.choice(["utf-8", "utf-8-sig", "utf-16", "utf-16-le"]))
+
+
+@pytest.mark.parametrize("seed", range(150))
+def test_curves_survive_every_dialect(seed, tmp_path):
+    x, curves = truth(seed)
+    path = tmp_path / "file.txt"
+    path.write_bytes(written(x, curves, seed))
+    found = {curve.name: curve for curve in read_curves(path)}
+    assert sorted(found) == sorted(curves)
+    for name, y in curves.items():
+        np.testing.assert_allclose(found[name].x, x, rtol=1e-9, atol=1e-12)
+        assert found[name].y.tolist() == y and found[name].denaturant == "urea"
+        assert found[name].temperature in (None, 20.0)
+
+
+def spoiled(raw, draw):
+    """Bytes of a file with an accident: cut, doubled, swapped, or with cells that do not belong."""
+    lines = raw.split(b"\n")
+    i, j = draw.randrange(len(lines)), draw.randrange(len(lines))
+    accident = draw.randrange(7)
+    if accident == 0:
+        return raw[: draw.randrange(len(raw) + 1)]
+    if accident == 1:
+        lines[i], lines[j] = lines[j], lines[i]
+    elif accident == 2:
+        cells = lines[i].split(b",")
+        cells[draw.randrange(len(cells))] = draw.choice(
+            [b"", b"1e999", b"-", b'"', b"#REF!", b"9" * 400, b"\xff", b"1,2", b"nan"]
+        )
+        lines[i] = b",".join(cells)
+    elif accident == 3:
+        lines[i] = lines[i] + draw.choice([b",", b",1", b";", b"\t2", b"\0"])
+    elif accident == 4:
+        del lines[i]
+    elif accident == 5:
+        lines.insert(i, lines[j])
+    else:
+        at = draw.randrange(len(raw) + 1)
+        return raw[:at] + bytes([draw.randrange(256)]) + raw[at:]
+    return b"\n".join(lines)
+
+
+def test_spoiled_files_give_numbers_or_a_sentence(tmp_path):
+    draw, read, refused = random.Random(7), 0, 0
+    sources = [path for path in TABLES.iterdir() if path.suffix in (".csv", ".txt", ".dat", ".md")]
+    for path in sorted(sources) * 6:
+        file = tmp_path / "spoiled.csv"
+        file.write_bytes(spoiled(spoiled(path.read_bytes(), draw), draw))
+        try:
+            curves = read_curves(file, TABLES / "plate.layout.csv" if draw.random() < 0.2 else None)
+        except ReadError as fault:
+            assert "\n" not in str(fault) and len(str(fault)) < 800
+            refused += 1
+            continue
+        read += 1
+        for curve in curves:
+            assert curve.x.size == curve.y.size and np.isfinite(curve.x).all() and np.isfinite(curve.y).all()
+            assert (np.diff(curve.x) >= 0).all()
+    assert read > 200 and refused > 100
 
 
 def write_plate(folder, wells):
@@ -67,48 +180,112 @@ def write_plate(folder, wells):
 
 
 def test_a_plate_is_joined_with_its_layout(tmp_path):
-    wells = [["B02", "p53", 1.5, 5, 1], ["B1", "p53", 0.5, 5, 1], ["H12", "p53", 0.5, 5, 2], ["A1", "", "", "", ""]]
+    wells = [
+        ["B02", "p53", 1.5, 5, 1],
+        ["B1", "p53", 0.5, 5, 1],
+        ["H12", "p53", 0.5, 5, 2],
+        ["A1", "", "", "", ""],
+    ]
     first, second = read_curves(*write_plate(tmp_path, wells))
     assert (first.x.tolist(), first.y.tolist()) == ([0.5, 1.5], [101, 102])
     assert second.y.tolist() == [712] and second.replicate == 2.0 and first.label == 5.0
-    assert second.details["well"] == "H12"
+    assert second.details["well"] == "H12" and first.group == second.group == "p53 label 5"
 
 
-BAD = [
-    ("empty", b"", "holds no data"),
-    ("one column", b"x\n1\n2\n", "one column; expected a concentration column"),
-    ("header only", b"x,y\n", "no readings below"),
-    ("text in a cell", b"x,a\n0,1\n# note\n1,high\n", "row 4, column 2: expected a reading of 'a', found 'high'"),
-    ("text as concentration", b"x,a\n0,1\nzero,2\n", "row 3, column 1: expected a concentration in M, found 'zero'"),
-    ("reading without x", b"x,a\n0,1\n,2\n", "row 3: a reading without a concentration"),
-    ("binary", bytes(range(256)) * 4, "binary data"),
-]
+PLATE_FAULTS = {
+    "no such well": ([["Z9", "a", 1, "", ""]], "layout.csv, row 2, column 1: .*no well 'Z9'"),
+    "the same well in two spellings": (
+        [["A1", "a", 1, "", ""], ["a01", "b", 1, "", ""]],
+        "row 3, column 1: well A1 is there twice",
+    ),
+    "no concentration": (
+        [["A1", "a", 0, "", ""], ["A2", "a", "", "", ""]],
+        "row 3, column 3: well A2 of 'a' has no concentration",
+    ),
+    "one concentration": ([["A1", "a", 1, "", ""], ["A2", "a", 1, "", ""]], "all concentrations are 1 M"),
+}
 
 
-@pytest.mark.parametrize("text, said", [row[1:] for row in BAD], ids=[row[0] for row in BAD])
-def test_a_bad_file_is_told_by_place_and_expectation(text, said, tmp_path):
-    path = tmp_path / "bad.csv"
-    path.write_bytes(text)
-    with pytest.raises(ReadError) as fault:
-        read_curves(path)
-    assert str(fault.value).startswith(str(path)) and said in str(fault.value)
-    assert "\n" not in str(fault.value)
+@pytest.mark.parametrize("wells, said", PLATE_FAULTS.values(), ids=PLATE_FAULTS)
+def test_a_faulty_layout_is_refused(wells, said, tmp_path):
+    with pytest.raises(ReadError, match=said):
+        read_curves(*write_plate(tmp_path, wells))
 
 
-def test_bad_workbooks_plates_and_layouts(tmp_path):
-    plate, layout = write_plate(tmp_path, [["Z9", "a", 1, "", ""]])
-    (tmp_path / "no.xlsx").write_bytes(b"no workbook")
-    (tmp_path / "short.csv").write_text("well,sample\nA1,a\n")
-    (tmp_path / "plain.csv").write_text(PLAIN)
-    for arguments, said in (
-        ((plate, layout), "layout.csv, row 2, column 1: .*no well 'Z9'"),
-        ((plate, tmp_path / "short.csv"), "missing: concentration"),
-        ((tmp_path / "plain.csv", layout), "expected a plate matrix"),
-        ((tmp_path / "no.xlsx",), "expected an Excel workbook"),
-        ((tmp_path / "none.csv",), "no such file"),
-    ):
-        with pytest.raises(ReadError, match=said):
-            read_curves(*arguments)
+def packed(**entries):
+    """A workbook package with the entries given, as bytes."""
+    file = io.BytesIO()
+    with zipfile.ZipFile(file, "w", zipfile.ZIP_DEFLATED) as package:
+        for name, content in entries.items():
+            package.writestr(name.replace("__", "/"), content)
+    return file.getvalue()
+
+
+def far_cell():
+    book = openpyxl.Workbook()
+    book.active["A1"], book.active["XFD900000"] = "urea_M", 1
+    file = io.BytesIO()
+    book.save(file)
+    return file.getvalue()
+
+
+FOREIGN = {
+    "a bomb": (
+        packed(xl__workbook_xml="", xl__worksheets__sheet1_xml=b"0" * 300_000_000),
+        "unpacks to 300 MB; at most 100 MB",
+    ),
+    "no workbook in the package": (packed(readme="a text"), "a compressed file that is no workbook"),
+    "a damaged package": (packed(readme="a text")[:40], "this workbook is damaged"),
+    "a cell far away": (far_cell(), "no data|no readings|one column|cells"),
+    "binary": (bytes(range(256)) * 4, "binary data"),
+    "a picture": (b"\x89PNG\r\n" + bytes(60), "a picture"),
+    "a web page": (b"<!DOCTYPE html><table><tr><td>1</td></tr></table>", "a web page or XML"),
+}
+
+
+@pytest.mark.parametrize("raw, said", FOREIGN.values(), ids=FOREIGN)
+def test_what_is_no_table_is_refused(raw, said, tmp_path):
+    (tmp_path / "file.xlsx").write_bytes(raw)
+    (tmp_path / "file.csv").write_bytes(raw)
+    with pytest.raises(ReadError, match=said):
+        read_curves(tmp_path / "file.csv")
+    with pytest.raises(ReadError, match=f"{said}|expected an Excel workbook"):
+        read_curves(tmp_path / "file.xlsx")
+
+
+WRONG_OPTIONS = {
+    "a column that is not there": (dict(x="dose"), "no column 'dose'; the columns are 'urea_M', 'a', 'b'"),
+    "a unit that is none": (dict(unit="furlong"), "--unit furlong is no unit of concentration"),
+    "no file": (dict(layout="none.csv"), "there is no such file"),
+    "a signal as concentrations": (dict(x="b", columns=["b"]), "found no column of readings"),
+}
+
+
+@pytest.mark.parametrize("options, said", WRONG_OPTIONS.values(), ids=WRONG_OPTIONS)
+def test_options_that_do_not_fit_the_file(options, said, tmp_path):
+    (tmp_path / "file.csv").write_text(PLAIN)
+    with pytest.raises(ReadError, match=said):
+        read_curves(tmp_path / "file.csv", **options)
+
+
+def test_sheets_by_name_and_number():
+    book = TABLES / "workbook_two_tables.xlsx"
+    first, second = read_curves(book, sheet=2), read_curves(book, sheet="second")
+    assert first[0].name == second[0].name == "WT" and first[0].y.tolist() != second[0].y.tolist()
+    with pytest.raises(ReadError, match="no sheet 'third'; the sheets are 'Notes', 'first', 'second'"):
+        read_curves(book, sheet="third")
+
+
+def test_curves_of_several_files_are_told_apart(tmp_path):
+    for name in ("one.csv", "two.csv"):
+        (tmp_path / name).write_text(PLAIN)
+    (tmp_path / "bad.csv").write_text("urea_M\n1\n2\n")
+    results = read_together([tmp_path / name for name in ("one.csv", "bad.csv", "two.csv")])
+    assert [type(found).__name__ for _, found in results] == ["Reading", "ReadError", "Reading"]
+    names = [curve.name for _, found in results[::2] for curve in found.curves]
+    assert names == ["a (one.csv)", "b (one.csv)", "a (two.csv)", "b (two.csv)"]
+    assert any("are those of 'a (one.csv)'" in text for text in results[2][1].remarks())
+    assert {c.details["temperature_from"] for _, found in results[::2] for c in found.curves} == {"assumed"}
 
 
 def test_a_blank_column_is_a_curve_without_readings(tmp_path):

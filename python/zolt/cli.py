@@ -2,6 +2,7 @@
 
 import sys
 import time
+from functools import wraps
 from pathlib import Path
 
 import click
@@ -13,16 +14,17 @@ from .batch import fit_each, table_of
 from .model import CAL_PER_UNIT
 from .output import curve_table, draw_all, print_fits, write_table
 from .points import pick_states
-from .read import ReadError, read_curves
+from .read import ReadError, read_together
 
+DEFAULT_TEMPERATURE = 25.0  # °C
 FILES = click.argument("files", nargs=-1, required=True, type=click.Path(path_type=Path))
 UNITS = click.option(
     "--units", type=click.Choice([u for u in CAL_PER_UNIT if u != "cal"]), default="kcal",
     show_default=True, help="Energy unit of what is printed and written.",
 )  # fmt: skip
 TEMPERATURE = click.option(
-    "--temperature", type=float, default=25.0, show_default=True,
-    help="Temperature in °C of curves whose file does not say it.",
+    "--temperature", type=float,
+    help="Temperature in °C of curves whose file does not say it.  [default: 25]",
 )  # fmt: skip
 LAYOUT = click.option(
     "--layout", type=click.Path(path_type=Path),
@@ -33,17 +35,55 @@ OUT = click.option(
 )
 
 
-class Input:
-    """Curves of all files, and a sentence for every file that could not be used."""
+READING = (
+    click.option("--sheet", help="Name or number of a workbook's sheet  [default: all with a table]"),
+    click.option("--x", metavar="COLUMN", help="Name or number of the column of concentrations."),
+    click.option("--columns", metavar="COLUMNS", help="Names or numbers of the signals, parted by commas."),
+    click.option("--skip-rows", type=click.IntRange(0), metavar="N", help="Pass over the first N rows."),
+    click.option("--decimal", type=click.Choice([".", ","]), help="The decimal mark, where the file leaves it open."),
+    click.option("--denaturant", help="urea, GdmCl or another name."),
+    click.option("--unit", help="Unit of the concentrations: M, mM, '% of 8 M', '% w/v'."),
+)  # fmt: skip
 
-    def __init__(self, files, layout=None):
-        self.curves, self.problems = [], []
-        for path in files:
-            try:
-                self.curves += read_curves(path, layout)
-            except ReadError as fault:
-                self.problems.append(str(fault))
-                click.echo(f"zolt: {fault}", err=True)
+
+def reading_options(command):
+    """Gives a command the options that tell how files are read, as one dictionary `reading`."""
+
+    @wraps(command)
+    def wrapped(*arguments, sheet, x, columns, skip_rows, decimal, denaturant, unit, **options):
+        reading = dict(
+            sheet=sheet, x=x, columns=columns and columns.split(","), skip_rows=skip_rows,
+            decimal=decimal, denaturant=denaturant, unit=unit,
+        )  # fmt: skip
+        reading = {name: value for name, value in reading.items() if value is not None}
+        return command(*arguments, reading=reading, **options)
+
+    for option in reversed(READING):
+        wrapped = option(wrapped)
+    return wrapped
+
+
+class Input:
+    """Curves of all files, and a sentence for every file that could not be used.
+
+    What was read of each file is said in a line on the error stream, with a line for every thing
+    that was left out, converted or doubted, and kept in `read`.
+    """
+
+    def __init__(self, files, layout=None, reading=None, temperature=None, quiet=False):
+        self.problems, self.read = [], []
+        readings = []
+        for path, found in read_together(files, layout, temperature, **(reading or {})):
+            if isinstance(found, ReadError):
+                self.problems.append(str(found))
+                click.echo(f"zolt: {found}", err=True)
+                continue
+            readings.append(found)
+            lines = [f"{path.name}: {found.summary(temperature)}", *found.remarks()]
+            self.read += lines
+            if not quiet:
+                click.echo("\n  ".join(lines), err=True)
+        self.curves = [curve for found in readings for curve in found.curves]
 
     def need_curves(self):
         if not self.curves:
@@ -60,7 +100,7 @@ def _check_out(path, suffixes=(".csv", ".xlsx", ".json")):
 
 
 def _check_temperature(value):
-    if not 0.0 <= value <= 100.0:
+    if value is not None and not 0.0 <= value <= 100.0:
         raise click.UsageError(f"--temperature {value:g}: the engine takes 0 to 100 °C.")
 
 
@@ -76,7 +116,8 @@ def main():
     zolt states curves.csv                   how many states the signals show
     zolt smooth spectra.csv --width 5        moving average of emission rows
 
-    A file holds concentrations (M) in its first column and a signal per further column.
+    A file holds concentrations in its first column, or in one named so, and a signal per further
+    column. What was read and what was assumed is said in a line per file.
     """
 
 
@@ -95,6 +136,7 @@ def main():
 @click.option("--seed", type=int, default=0, show_default=True, help="Seed of the bootstrap.")
 @UNITS
 @LAYOUT
+@reading_options
 @click.option("--workers", type=click.IntRange(1), help="Threads  [default: one per processor]")
 @click.option("--scheduler", metavar="ADDRESS", help="Address of a dask scheduler to work for us.")
 @OUT
@@ -106,7 +148,7 @@ def main():
 @click.option("--report", type=click.Path(path_type=Path), help="Write one self-contained HTML page.")
 @click.option("--quiet", is_flag=True, help="No progress bar and no table.")
 def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, intervals, rounds,
-                seed, units, layout, workers, scheduler, out, curve_file, plots, picture, report, quiet):
+                seed, units, layout, workers, scheduler, out, curve_file, plots, picture, report, quiet, reading):
     """Fit every curve of the FILES and print a table.
 
     \b
@@ -123,13 +165,13 @@ def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, 
     _check_out(out)
     _check_out(curve_file, (".csv",))
     options = dict(
-        temperature=temperature,
+        temperature=DEFAULT_TEMPERATURE if temperature is None else temperature,
         states=states if states == "auto" else int(states),
         baselines=_baselines(baselines, midpoint),
         midpoint_only=midpoint,
         drop_outliers=drop_outliers,
     )
-    source = Input(files, layout)
+    source = Input(files, layout, reading, temperature, quiet)
     source.need_curves()
     started = time.perf_counter()
     sampling = dict(rounds=rounds, seed=seed) if intervals else None
@@ -153,7 +195,7 @@ def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, 
         from .report import write_report
 
         settings = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)),
-                    **options, "intervals": sampling, "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
+                    "read": "; ".join(source.read), **reading, **options, "intervals": sampling, "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
         write_report(report, *map(list, zip(*fits)), units=units, settings=settings,
                      problems=source.problems)  # fmt: skip
     source.finish()
@@ -208,10 +250,11 @@ class _client:
 @TEMPERATURE
 @UNITS
 @LAYOUT
+@reading_options
 @OUT
 @click.option("--plot", type=click.Path(path_type=Path), help="Draw the series (.png, .svg, .pdf).")
 def series(files, form, states, transition, labels, exclude, keep_all, raw, temperature, units,
-           layout, out, plot):
+           layout, out, plot, reading):
     """Fit the curves of the FILES as one series and follow dG along their labels.
 
     The files are long tables with the columns label, x, y and, if wanted, replicate, or wide
@@ -227,8 +270,9 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
     _check_temperature(temperature)
     _check_out(out)
     _check_out(plot, (".png", ".svg", ".pdf"))
-    source = Input(files, layout)
+    source = Input(files, layout, reading, temperature)
     source.need_curves()
+    temperature = DEFAULT_TEMPERATURE if temperature is None else temperature
     try:
         given = None if labels is None else [float(text) for text in labels.split(",")]
         excluded = {int(text) for text in exclude.split(",") if text.strip()}
@@ -254,14 +298,15 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
 @main.command()
 @FILES
 @LAYOUT
-def states(files, layout):
+@reading_options
+def states(files, layout, reading):
     """Say how many states the signals of the FILES show, without fitting.
 
     \b
     Example:
       zolt states plate.csv --layout wells.csv
     """
-    source = Input(files, layout)
+    source = Input(files, layout, reading)
     source.need_curves()
     rows = []
     for curve in source.curves:

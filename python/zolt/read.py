@@ -1,242 +1,164 @@
-"""Curves from files: wide and long tables, text and Excel, plates with a layout.
+"""Curves from files: wide and long tables, text and workbooks, plates with a layout.
 
-A wide table has concentrations in its first column and a signal per further column. A long table
-has named columns for concentration, signal and at least one of curve, label, replicate. Rows may
-stand between the header and the numbers of a wide table to give `label`, `replicate` or
-`temperature` of each column. Lines that begin with # are comments; `#Temperature: 25` is read.
+A wide table has concentrations in its first column, or in the one that is named so, and a signal
+per further column. A long table has columns for concentration, signal and sample. Rows may stand
+between the header and the numbers to give `label`, `replicate` or `temperature` of each column.
+Text above the table, or lines that begin with #, may state temperature, denaturant and unit.
 """
 
-import re
-from dataclasses import dataclass, field
+from dataclasses import replace
 from pathlib import Path
 
-import numpy as np
+from .reading.columns import Options
+from .reading.curve import Curve, Reading, identical_curves, tell_apart
+from .reading.grid import Note, ReadError, shown
+from .reading.names import number_replicates
+from .reading.plates import plate_curves
+from .reading.tables import curves_of
+from .reading.text import MOST_BYTES, decode, grid_of_text
+from .reading.workbook import grids_of_workbook, is_workbook
 
-from .sheet import BLANKS, ReadError, load, to_number
-
-__all__ = ["Curve", "ReadError", "read_curves"]
-
-NAMES = {
-    "x": {"x", "concentration", "conc", "denaturant", "denaturant_m", "concentration_m", "urea",
-          "urea_m", "gdmcl", "gdmcl_m", "guhcl", "guhcl_m", "gdnhcl", "gdnhcl_m", "d"},
-    "y": {"y", "signal", "fluorescence", "value", "reading", "intensity"},
-    "curve": {"curve", "sample", "name", "protein", "id"},
-    "label": {"label", "condition"},
-    "replicate": {"replicate", "rep", "run"},
-    "temperature": {"temperature", "temperature_c", "temp"},
-    "well": {"well", "position"},
-}  # fmt: skip
-_WELL_ROWS = "ABCDEFGHIJKLMNOP"
+__all__ = ["Curve", "Note", "ReadError", "Reading", "read_curves", "read_file", "read_together"]
 
 
-@dataclass(frozen=True, eq=False)
-class Curve:
-    """Readings of one curve: `x` in M, ascending, and the signal `y`. `details` say whence."""
-
-    name: str
-    x: np.ndarray
-    y: np.ndarray
-    temperature: float = None  # °C, None where the source does not say
-    label: object = None
-    replicate: object = None
-    details: dict = field(default_factory=dict)
-
-    def __iter__(self):
-        return iter((self.x, self.y))
+def read_curves(path, layout=None, sheet=None, **options):
+    """All curves of a file as a list of `Curve`; see `read_file`."""
+    return read_file(path, layout, sheet, **options).curves
 
 
-def read_curves(path, layout=None, sheet=0):
-    """All curves of a file as a list of `Curve`.
+def read_file(path, layout=None, sheet=None, **options):
+    """The `Reading` of a file: its curves, notes on what was assumed or left out, and a summary.
 
     `layout` is the path of a table with the columns well, sample, concentration and, if wanted,
     label, replicate and temperature; the file is then a plate matrix (rows A, B, ..., columns 1,
-    2, ...) or a table of well and signal. `sheet` picks the sheet of an Excel file. Unusable files
-    raise `ReadError` with file, row, column and what was expected.
+    2, ...) or a table of well and signal. `sheet` is the name of a sheet of a workbook or its
+    number from 1; without it all sheets with a table are read. Where the file leaves it open,
+    `x` names the column of concentrations, `columns` those of the signals (names, or numbers from
+    1), `skip_rows` how many rows to pass over, `decimal` the decimal mark, `denaturant` the
+    denaturant and `unit` the unit of concentration. Unusable files raise `ReadError` with file,
+    row, column and what was expected.
     """
-    table = load(Path(path), sheet)
+    options = Options(**options)
+    grids, notes = _grids(Path(path), sheet, options.skip_rows)
+    curves = []
     if layout is not None:
-        return _plate_curves(table, load(Path(layout)))
-    if not table.rows:
-        raise table.fault("the file holds no data; expected a concentration and a signal column.")
-    columns = _named_columns(table.rows[0])
-    if {"x", "y"} <= columns.keys() and columns.keys() & {"curve", "label", "replicate", "well"}:
-        return _long_curves(table, columns)
-    return _wide_curves(table)
+        for grid in grids[:1]:
+            curves += plate_curves(grid, _layout_grid(Path(layout)), options)
+            notes += grid.notes
+    else:
+        curves = _curves_of_sheets(grids, options, notes)
+    curves = number_replicates(curves)
+    if not any(curve.x.size for curve in curves) and not curves:
+        raise ReadError(f"{path}: found no readings.")
+    curves, renamed = tell_apart(curves)
+    notes += renamed + identical_curves(curves)
+    return Reading(str(path), [_with_notes(curve, notes) for curve in curves], notes)
 
 
-def _temperature(notes):
-    """The temperature of a comment in °C; a value in kelvin is converted."""
-    match = re.match(r"(-?\d+(?:[.,]\d+)?)\s*°?\s*([CK]?)", notes.get("temperature", ""), re.I)
-    if not match:
-        return None
-    value = to_number(match[1])
-    return value - 273.15 if match[2].upper() == "K" else value
+def read_together(paths, layout=None, temperature=None, **options):
+    """Pairs of path and `Reading`, or of path and the `ReadError` that stood in the way.
+
+    Curves of equal names in several files are told apart by their file, and equal readings are
+    noted. The details of every curve say whether its temperature was read, given here, or assumed.
+    """
+    results = []
+    for path in map(Path, paths):
+        try:
+            results.append((path, read_file(path, layout, **options)))
+        except ReadError as fault:
+            results.append((path, fault))
+    readings = [found for _, found in results if isinstance(found, Reading)]
+    curves, notes = tell_apart([curve for reading in readings for curve in reading.curves])
+    notes += identical_curves(curves)
+    curves = iter(curves)
+    for i, (path, found) in enumerate(results):
+        if isinstance(found, Reading):
+            own = [_with_origin(next(curves), temperature) for _ in found.curves]
+            kept = {c.temperature for c in own} - {None, temperature}
+            if temperature is not None and kept:
+                stated = " and ".join(f"{value:g}" for value in sorted(kept))
+                text = f"{stated} °C of the file kept; {temperature:g} °C is for curves whose file is silent"
+                found.notes.append(Note("temperature_kept", text))
+            names = {curve.name for curve in own}
+            more = [note for note in notes if note.curve in names and note not in found.notes]
+            results[i] = path, Reading(found.source, own, found.notes + more)
+    return results
 
 
-def _key(text):
-    return re.sub(r"[\s_\-\[\]()/]+", "_", text.strip().lower()).strip("_")
+def _with_origin(curve, temperature):
+    """The curve with what its row of a table must say of its reading."""
+    origin = "file" if curve.temperature is not None else "assumed" if temperature is None else "given"
+    details = {**curve.details, "denaturant": curve.denaturant, "temperature_from": origin}
+    if curve.notes:
+        details["input_notes"] = "; ".join(curve.notes)
+    return replace(curve, details=details)
 
 
-def _named_columns(header):
-    """Roles of the columns whose names are known: {role: position}."""
-    roles = {}
-    for position, cell in enumerate(header):
-        for role, names in NAMES.items():
-            if _key(cell) in names:
-                roles.setdefault(role, position)
-    return roles
+def _grids(path, sheet, skip_rows=0):
+    """The grids of a file: one of a text, one per sheet of a workbook."""
+    if path.is_dir():
+        raise ReadError(f"{path}: expected a file, found a folder.")
+    if not path.is_file():
+        raise ReadError(f"{path}: there is no such file.")
+    try:
+        if path.stat().st_size > MOST_BYTES:
+            raise ReadError(
+                f"{path}: the file has more than {MOST_BYTES / 1e6:.0f} MB; keep the table alone."
+            )
+        raw = path.read_bytes()
+    except OSError as fault:
+        raise ReadError(f"{path}: the file cannot be opened ({fault.strerror}).") from None
+    if not is_workbook(raw):
+        if path.suffix.lower() == ".xlsx":
+            raise ReadError(f"{path}: expected an Excel workbook, found other data.")
+        return [grid_of_text(str(path), decode(str(path), raw), skip_rows)], []
+    grids, hidden = grids_of_workbook(str(path), raw, skip_rows)
+    notes = [Note("sheet_left_out", f"sheet '{shown(name)}' left out: it is hidden") for name in hidden]
+    if sheet is not None:
+        grids = [_chosen(path, grids, sheet)]
+    return grids, notes
 
 
-def _curve(table, name, x, y, rows, temperature=None, **labels):
-    """A curve of numbers as they were read: blank readings dropped, rows in order of x."""
-    x, y = np.asarray(x, float), np.asarray(y, float)
-    given = ~np.isnan(y)
-    if np.isnan(x[given]).any():
-        row = rows[int(np.flatnonzero(given & np.isnan(x))[0])]
-        raise table.fault("a reading without a concentration.", row)
-    x, y = x[given], y[given]
-    order = np.argsort(x, kind="stable")
-    if temperature is None or np.isnan(temperature):
-        temperature = _temperature(table.notes)
-    details = {"file": Path(table.source).name}
-    return Curve(name, x[order], y[order], temperature, details=details, **labels)
+def _chosen(path, grids, sheet):
+    text = str(sheet).strip()
+    for grid in grids:
+        if grid.sheet == text:
+            return grid
+    if text.isdigit() and 1 <= int(text) <= len(grids):
+        return grids[int(text) - 1]
+    names = ", ".join(f"'{grid.sheet}'" for grid in grids)
+    raise ReadError(f"{path}: there is no sheet '{shown(text)}'; the sheets are {names}.")
 
 
-def _wide_curves(table):
-    width = max(len(row) for row in table.rows)
-    if width < 2:
-        raise table.fault(
-            "found one column; expected a concentration column and at least one signal column, "
-            "parted by commas, semicolons, tabs or blanks."
-        )
-    header = to_number(table.rows[0][0]) is None and not _key(table.rows[0][0]) in NAMES["label"]
-    names = table.rows[0] if header else []
-    first = 1 if header else 0
-    marks = {}
-    while first < len(table.rows) and (role := _mark_role(table.rows[first][0])):
-        marks[role] = table.rows[first]
-        first += 1
-    body = range(first, len(table.rows))
-    if not len(body):
-        raise table.fault("the file has a header but no readings below it.")
-    x = [table.number(row, 0, "a concentration in M") for row in body]
-    curves = []
-    for column in range(1, width):
-        name = names[column] if column < len(names) and names[column] else f"curve {column}"
-        y = [table.number(row, column, f"a reading of '{name}'") for row in body]
-        mark = {
-            role: _plain(row[column]) for role, row in marks.items() if column < len(row)
-        }
-        curves.append(_curve(table, name, x, y, body, **mark))
+def _layout_grid(path):
+    """The grid of a layout; of a workbook the first sheet that is not empty."""
+    grids, _ = _grids(path, None)
+    return next((grid for grid in grids if any(map(any, grid.rows))), grids[0])
+
+
+def _curves_of_sheets(grids, options, notes):
+    """Curves of all sheets with a table; the first fault counts where no sheet has one."""
+    curves, faults = [], []
+    filled = [grid for grid in grids if any(map(any, grid.rows))] or grids[:1]
+    for grid in filled:
+        if len(filled) == 1:
+            grid.sheet = None
+        try:
+            curves += curves_of(grid, options)
+            notes += grid.notes
+        except ReadError as fault:
+            if len(filled) == 1:
+                raise
+            faults.append((grid.sheet, fault))
+    if not curves and faults:
+        raise faults[0][1]
+    for name, fault in faults:
+        why = str(fault).split(": ", 1)[-1]
+        notes.append(Note("sheet_left_out", f"sheet '{name}' left out: {why}"))
     return curves
 
 
-def _mark_role(cell):
-    return next((r for r in ("label", "replicate", "temperature") if _key(cell) in NAMES[r]), None)
-
-
-def _plain(text):
-    """A number where the text is one, else the text; None for a blank."""
-    if text.lower() in BLANKS:
-        return None
-    value = to_number(text)
-    return text if value is None else value
-
-
-def _long_curves(table, columns):
-    groups = {}
-    keys = [role for role in ("curve", "label", "replicate", "well") if role in columns]
-    for row in range(1, len(table.rows)):
-        cells = table.rows[row]
-        cell = lambda role: cells[columns[role]] if columns[role] < len(cells) else ""  # noqa: E731
-        groups.setdefault(tuple(cell(role) for role in keys), []).append(row)
-    if not groups:
-        raise table.fault("the file has a header but no readings below it.")
-    return [_long_curve(table, columns, dict(zip(keys, key)), rows) for key, rows in groups.items()]
-
-
-def _long_curve(table, columns, key, rows):
-    x = [table.number(row, columns["x"], "a concentration in M") for row in rows]
-    y = [table.number(row, columns["y"], "a reading") for row in rows]
-    temperature = None
-    if "temperature" in columns:
-        temperature = table.number(rows[0], columns["temperature"], "a temperature in °C")
-    name = key.get("curve") or key.get("well") or ""
-    if not name or "label" in key or "replicate" in key:
-        extra = [f"{role} {key[role]}" for role in ("label", "replicate") if key.get(role)]
-        name = " ".join(filter(None, [name, *extra]))
-    labels = {role: _plain(key[role]) for role in ("label", "replicate") if role in key}
-    return _curve(table, name, x, y, rows, temperature, **labels)
-
-
-# Plates.
-
-
-def _well(text):
-    match = re.fullmatch(r"([A-P])0*(\d{1,2})", text.strip().upper())
-    return match and f"{match[1]}{int(match[2])}"
-
-
-def _plate_readings(table):
-    """Signal by well, of a matrix with rows A, B, ... or of a table of well and signal."""
-    columns = _named_columns(table.rows[0]) if table.rows else {}
-    if {"well", "y"} <= columns.keys():
-        return {
-            _well(row[columns["well"]]): table.number(i, columns["y"], "a reading")
-            for i, row in enumerate(table.rows)
-            if i and columns["well"] < len(row)
-        }
-    corner = next(
-        (i for i, row in enumerate(table.rows) if [to_number(c) for c in row[1:3]] == [1, 2]
-         and to_number(row[0]) is None), None,
-    )  # fmt: skip
-    if corner is None:
-        raise table.fault("expected a plate matrix with columns 1, 2, ... and rows A, B, ...")
-    readings = {}
-    for i in range(corner + 1, len(table.rows)):
-        row = table.rows[i]
-        if row[0].upper() not in _WELL_ROWS or len(row[0]) != 1:
-            raise table.fault(f"expected a plate row A to P, found '{row[0][:40]}'.", i, 0)
-        for column in range(1, len(table.rows[corner])):
-            number = table.rows[corner][column]
-            if number:
-                well = f"{row[0].upper()}{int(to_number(number))}"
-                readings[well] = table.number(i, column, f"the reading of well {well}")
-    return readings
-
-
-def _plate_curves(table, layout):
-    columns = _named_columns(layout.rows[0]) if layout.rows else {}
-    lacking = [role for role in ("well", "curve", "x") if role not in columns]
-    if lacking:
-        names = {"curve": "sample", "x": "concentration"}
-        raise layout.fault(
-            "a layout needs the columns well, sample and concentration; missing: "
-            f"{', '.join(names.get(role, role) for role in lacking)}."
-        )
-    readings = _plate_readings(table)
-    text = {role: columns.get(role) for role in ("curve", "label", "replicate")}
-    groups = {}
-    for i in range(1, len(layout.rows)):
-        row = layout.rows[i]
-        well = _well(row[columns["well"]])
-        if well not in readings:
-            raise layout.fault(f"{table.source} has no well '{row[columns['well']]}'.", i, columns["well"])
-        key = tuple(row[c] if c is not None and c < len(row) else "" for c in text.values())
-        groups.setdefault(key, []).append((i, well))
-    curves = []
-    for key, members in groups.items():
-        if not key[0]:
-            continue  # wells without a sample are empty
-        rows = [i for i, _ in members]
-        x = [layout.number(i, columns["x"], "a concentration in M") for i in rows]
-        y = [readings[well] for _, well in members]
-        temperature = _temperature(table.notes)
-        if "temperature" in columns:
-            temperature = layout.number(rows[0], columns["temperature"], "a temperature in °C")
-        parts = [key[0], *(f"{role} {k}" for role, k in zip(("label", "replicate"), key[1:]) if k)]
-        labels = {role: _plain(k) for role, k in zip(("label", "replicate"), key[1:])}
-        curve = _curve(layout, " ".join(parts), x, y, rows, temperature, **labels)
-        curve.details.update(file=Path(table.source).name, well=" ".join(well for _, well in members))
-        curves.append(curve)
-    return curves
+def _with_notes(curve, notes):
+    """The curve with the notes that concern it: its own, and those on all numbers of the file."""
+    own = [note.text for note in notes if note.curve == curve.name]
+    return replace(curve, notes=tuple(own))

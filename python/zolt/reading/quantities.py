@@ -1,0 +1,91 @@
+"""Concentrations in M and temperatures in °C from what tables say of them."""
+
+import re
+
+from .spellings import SPELLINGS, plain
+
+HIGHEST_WITHOUT_UNIT = 15.0  # M; more than any denaturant dissolves, so something else is meant
+ENGINE_RANGE = 0.0, 100.0  # °C
+
+_TEMPERATURE_UNIT_OF = {
+    name: entry for entry in SPELLINGS["temperature_units"].values() for name in entry["names"]
+}
+_UNITS = "|".join(sorted(map(re.escape, _TEMPERATURE_UNIT_OF), key=len, reverse=True))
+_VALUE = r"([+-]?\d+(?:[.,]\d+)?)"
+_TEMPERATURE = re.compile(
+    rf"(?:about|approx\.?|ca\.?|c\.|~|≈)?\s*{_VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?({_UNITS})?\s*\.?(?:[(,;].*)?"
+)
+_IN_NAME = re.compile(rf"(?<![\w.,]){_VALUE}\s*(°\s*c|º\s*c|deg\s?c|degrees\s?c|c|k)(?![\w%])")
+_DEGREES = re.compile(rf"{_VALUE}\s*(?:(?:°|º|deg\.?)\s*c|degrees|kelvin)(?!\w)")
+
+
+def temperature_from(text, unit_text=""):
+    """°C of a text such as '15', '288 K' or '25.0 ± 0.1 °C'; None where it is none.
+
+    `unit_text` is the unit that the key or header gives. A bare number above 200 is kelvin.
+    """
+    match = _TEMPERATURE.fullmatch(plain(text).strip("'\" "))
+    if not match:
+        return None
+    value = float(match[1].replace(",", "."))
+    entry = _TEMPERATURE_UNIT_OF.get(match[2] or plain(unit_text))
+    return celsius(value, entry)
+
+
+def celsius(value, entry=None):
+    """°C of a number with the table's entry of its unit, or None outside of what is measured."""
+    if entry is None:
+        kelvin = 200.0 < value < 400.0
+        entry = SPELLINGS["temperature_units"]["K" if kelvin else "C"]
+    degrees = round(value * entry["scale"] + entry["offset"], 9)
+    return degrees if ENGINE_RANGE[0] <= degrees <= ENGINE_RANGE[1] else None
+
+
+def temperature_unit(header):
+    """The table's entry of the unit that a temperature's header or key names, or None."""
+    words = plain(header).replace("(", " ").replace(")", " ").replace("[", " ").replace("]", " ")
+    words = words.replace("_", " ").replace("/", " ").split()
+    tail = words[-1] if len(words) > 1 else ""
+    return _TEMPERATURE_UNIT_OF.get(tail) or _TEMPERATURE_UNIT_OF.get(" ".join(words[-2:]))
+
+
+def temperature_in_name(text):
+    """°C that the name of a column states, such as 'F350_40C' or 'WT 298 K', or None."""
+    found = set()
+    for value, unit in _IN_NAME.findall(plain(text).replace("_", " ")):
+        number = float(value.replace(",", "."))
+        if unit == "k" and number < 200.0:
+            continue
+        degrees = celsius(number, _TEMPERATURE_UNIT_OF[unit.replace(" ", "")])
+        if degrees is not None:
+            found.add(degrees)
+    return found.pop() if len(found) == 1 else None
+
+
+def degrees_in(text):
+    """All temperatures with degrees as their unit within a text, as they stand."""
+    return _DEGREES.findall(plain(text))
+
+
+def factor_to_molar(unit, denaturant):
+    """What a number in `unit` is multiplied by to be M, or a sentence of why there is none."""
+    if unit is None:
+        return 1.0
+    if unit.stock is not None:
+        return unit.stock / (100.0 if unit.key == "%" else 1.0)
+    entry = SPELLINGS["concentration_units"][unit.key]
+    if "molar" in entry:
+        return entry["molar"]
+    if "grams_per_litre" in entry:
+        known = SPELLINGS["denaturants"].get(denaturant)
+        if known:
+            return entry["grams_per_litre"] / known["molar_mass"]
+        return f"{unit} needs the name of the denaturant; say --denaturant urea or --denaturant GdmCl"
+    return f"{entry['ask']}; say --unit M, --unit mM, --unit '% of 8 M' or --unit '% w/v'"
+
+
+def soluble(denaturant):
+    """M that dissolve at 25 °C; the highest of all where the denaturant is not known."""
+    table = SPELLINGS["denaturants"]
+    known = table.get(denaturant, {}).get("soluble_M")
+    return known or max(entry["soluble_M"] or 0.0 for entry in table.values())
