@@ -1,6 +1,8 @@
 // Profile-likelihood intervals of one curve.
 #include "inference/profile.h"
 
+#include "inference/reach.h"
+
 namespace zolt::inference {
 namespace {
 
@@ -83,7 +85,7 @@ double widening(const Setup& setup, const Shape& shape, const Uncertainty& uncer
 }
 
 Interval profile(const Setup& setup, const Solution& solution, const Uncertainty& uncertainty,
-                 Quantity quantity, int t, double quantile) {
+                 Quantity quantity, int t, double quantile, const Shared* shared) {
   const double estimate = estimateOf(setup, solution.shape, quantity, t);
   if (isHeld(setup.held[t], quantity)) {
     return {estimate, estimate};
@@ -117,7 +119,7 @@ Interval profile(const Setup& setup, const Solution& solution, const Uncertainty
       }
       SearchLimits limits;
       limits.polished = false;
-      const CurveModel model{separable, map};
+      const CurveModel model{separable, map, shared};
       const Minimum least =
           minimise(model, map.searchedFrom(near), map.lower(), map.upper(), map.scale(), limits);
       near = map.shapeAt(least.at);

@@ -28,15 +28,9 @@ Interval rangeOf(const Setup& setup, Quantity quantity);
 double widening(const Setup& setup, const Shape& shape, const Uncertainty& uncertainty,
                 Quantity quantity, int transition);
 
-// Finds where a root-like function of the distance from the estimate reaches a quantile.
-// `z(value)` grows from 0 at the estimate; `step` is the distance where it may reach `quantile`;
-// the search ends at `limit`, and the answer there is an infinity if z stays below.
-template <class Function>
-double reach(Function&& z, double estimate, double step, double limit, double quantile);
-
+// `shared` is what other curves say, or null.
 Interval profile(const Setup& setup, const Solution& solution, const Uncertainty& uncertainty,
-                 Quantity quantity, int transition, double quantile);
+                 Quantity quantity, int transition, double quantile,
+                 const Shared* shared = nullptr);
 
 }  // namespace zolt::inference
-
-#include "inference/reach.h"

@@ -7,7 +7,9 @@
 
 namespace zolt::inference {
 
-// `step` carries the direction. Distances are found to a thousandth of themselves or better.
+// `z(value)` grows from 0 at the estimate; `step` is the distance, with its sign, at which it may
+// reach `quantile`. The search ends at `limit`; the answer is an infinity if z stays below up to
+// there. Distances are found to a thousandth of themselves or better.
 template <class Function>
 double reach(Function&& z, double estimate, double step, double limit, double quantile) {
   constexpr int kMostCalls = 24;

@@ -5,6 +5,8 @@
 #include <Eigen/SVD>
 #include <cmath>
 
+#include "inference/shared_values.h"
+
 namespace zolt::inference {
 namespace {
 
@@ -64,7 +66,11 @@ std::array<bool, kMostSearched> atBounds(const ShapeMap& map, const Searched& at
   return bound;
 }
 
-void assess(const Setup& setup, const Solution& solution, Uncertainty& result) {
+namespace {
+
+// `share` is ZOLTI_SHARE_NOTHING for a curve alone, and `variance` is not looked at then.
+void assessCurve(const Setup& setup, const Solution& solution, int share, double variance,
+                 Uncertainty& result) {
   const Readings& r = setup.readings;
   const Shape& shape = solution.shape;
   const ShapeMap map = setup.map(shape.transitions);
@@ -102,7 +108,10 @@ void assess(const Setup& setup, const Solution& solution, Uncertainty& result) {
   result.freeParameters = linear + map.count();
   result.unbound = columns;
   result.degrees = r.n - result.freeParameters;
-  result.variance = r.sdKnown ? 1.0 / r.sseUnit : solution.sse / result.degrees;
+  if (share == ZOLTI_SHARE_NOTHING) {
+    variance = r.sdKnown ? 1.0 / r.sseUnit : solution.sse / result.degrees;
+  }
+  result.variance = variance;
 
   const Eigen::HouseholderQR<SmallMatrix<kMostReadings, kMostParameters>> qr(J);
   const Covariance R = qr.matrixQR().topRows(columns).triangularView<Eigen::Upper>();
@@ -134,6 +143,27 @@ void assess(const Setup& setup, const Solution& solution, Uncertainty& result) {
     }
     (power == 1 ? result.hc2 : result.hc3) = half.lazyProduct(inner).lazyProduct(half.transpose());
   }
+  if (share != ZOLTI_SHARE_NOTHING) {
+    // The free parameters follow the shared ones so that the residuals stay orthogonal to J.
+    const auto direct = directionOfShared(setup, shape, share);
+    const SmallMatrix<kMostReadings, kMostTransitions> moved =
+        whole.rightCols(slopes.rows()).lazyProduct(direct);
+    const SmallMatrix<kMostParameters, kMostTransitions> along = Q.transpose().lazyProduct(moved);
+    result.byShared = toCallersUnits(setup, shape, SmallMatrix<kMostShape, kMostSearched>(direct),
+                                     separable.which(), 0) -
+                      half.lazyProduct(along);
+  }
+}
+
+}  // namespace
+
+void assess(const Setup& setup, const Solution& solution, Uncertainty& result) {
+  assessCurve(setup, solution, ZOLTI_SHARE_NOTHING, 0.0, result);
+}
+
+void assessShared(const Setup& setup, const Solution& solution, int share, double variance,
+                  Uncertainty& result) {
+  assessCurve(setup, solution, share, variance, result);
 }
 
 double varianceOfDG(const SmallMatrix<ZOLTI_PARAMETERS, ZOLTI_PARAMETERS>& covariance, double Cm,

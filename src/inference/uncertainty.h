@@ -22,7 +22,8 @@ struct Uncertainty {
   bool determined = false;  // full rank: the covariances hold
   // Over the parameters in the caller's units; rows of what is held or at a bound are 0.
   SmallMatrix<ZOLTI_PARAMETERS, ZOLTI_PARAMETERS> model, hc2, hc3;
-  PerReading residuals, leverage;  // weighted residuals
+  SmallMatrix<ZOLTI_PARAMETERS, kMostTransitions> byShared;  // derivatives by shared values
+  PerReading residuals, leverage;                            // weighted residuals
   Coefficients coefficients{};
 };
 
@@ -30,6 +31,11 @@ struct Uncertainty {
 std::array<bool, kMostSearched> atBounds(const ShapeMap& map, const Searched& at);
 
 void assess(const Setup& setup, const Solution& solution, Uncertainty& result);
+
+// The same for a curve of a global fit: the shared values are held in `setup`, and the answer tells
+// besides how the parameters follow them. `variance` is that of a reading of weight 1.
+void assessShared(const Setup& setup, const Solution& solution, int share, double variance,
+                  Uncertainty& result);
 
 // Variance of a combination of the parameters, and of dG = m Cm of a transition.
 double varianceOfDG(const SmallMatrix<ZOLTI_PARAMETERS, ZOLTI_PARAMETERS>& covariance, double Cm,
