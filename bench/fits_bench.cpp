@@ -11,70 +11,14 @@
 #include <map>
 #include <thread>
 
+#include "cells.h"
 #include "peers.h"
-#include "support/generated_curves.h"
-#include "zolt_fitting_engine.h"
 
 namespace {
 
-constexpr int kPoints[] = {24, 96, 384};
-constexpr std::size_t kCurvesPerCell = 8;
-
-using Result = std::array<double, ZOLTA_RESULT_LENGTH>;
-using Analyse = void (*)(const double*, const int32_t*, const double*, const int32_t*, double,
-                         double*);
-
-// The kinds of single fit: an entry of the library, and what it fits from where.
-struct Case {
-  const char* name;
-  int transitions;
-  std::vector<int> free;
-  bool callersBaselines;  // held at the true ones; otherwise at and from the ends of the curve
-  Analyse entry;          // null where no export makes this fit alone
-};
-const Case kCases[] = {
-    {"2state_chalf", 1, {0, 1, 2, 4}, false, ZOLTA_2state_chalf},
-    {"2state_user_set_baselines", 1, {0, 1}, true, nullptr},
-    {"3state_chalf", 2, {0, 1, 2, 3, 4, 5, 7}, false, ZOLTA_3state_chalf},
-    {"4state_chalf", 3, {0, 1, 2, 3, 4, 5, 6, 7, 8, 10}, false, ZOLTA_4state_chalf},
-    {"2state_all_free", 1, {0, 1, 2, 3, 4, 5}, false, nullptr},
-};
-
-SingleFit singleFit(const Case& kind, const GeneratedCurve& curve) {
-  SingleFit fit{kind.transitions, curve.x, curve.y, {}, kind.free};
-  const double first = curve.x.front();
-  const double last = curve.x.back();
-  const double energies[] = {kind.transitions == 1 ? 6000.0 : 4000.0, 8000.0, 12000.0};
-  for (int t = 0; t < kind.transitions; ++t) {
-    fit.start.push_back(energies[t]);
-    fit.start.push_back(first + (t + 1) * (last - first) / (kind.transitions + 1));
-  }
-  if (kind.transitions == 2) {
-    fit.start.push_back(0.5);
-  } else if (kind.transitions == 3) {
-    fit.start.insert(fit.start.end(), {0.35, 0.3});
-  }
-  if (kind.callersBaselines) {
-    fit.start.insert(fit.start.end(), curve.baselines, curve.baselines + 4);
-  } else {
-    const double slope = last * 1e-5;
-    fit.start.insert(fit.start.end(), {curve.y.front(), slope, curve.y.back(), slope});
-  }
-  fit.start.push_back((curve.temperature + 273.15) * 1.9872);
-  return fit;
-}
-
-Result callEntry(const Case& kind, const GeneratedCurve& curve) {
-  Result result;
-  const int32_t size[] = {1, static_cast<int32_t>(curve.x.size())};
-  if (kind.callersBaselines) {
-    ZOLTA_2state_user_set_baselines(curve.x.data(), size, curve.y.data(), size, curve.baselines,
-                                    curve.temperature, result.data());
-  } else {
-    kind.entry(curve.x.data(), size, curve.y.data(), size, curve.temperature, result.data());
-  }
-  return result;
-}
+const Exports kExports{{ZOLTA_2state_chalf, ZOLTA_3state_chalf, ZOLTA_4state_chalf},
+                       {ZOLTA_2state, ZOLTA_3state, ZOLTA_4state},
+                       ZOLTA_2state_user_set_baselines};
 
 std::vector<double> parametersOf(const Result& r, int transitions) {
   std::vector<double> p{r[ZOLTA_DG1], r[ZOLTA_CM1]};
@@ -89,30 +33,6 @@ std::vector<double> parametersOf(const Result& r, int transitions) {
   p.insert(p.end(), r.begin(), r.begin() + 4);
   p.push_back(r[ZOLTA_RT]);
   return p;
-}
-
-// Whether the call was one fit: it was accepted, and what later fits of the chain would hold moved.
-bool wasOneFit(const Case& kind, const SingleFit& fit, const Result& result) {
-  const auto code = static_cast<int>(result[ZOLTA_FIT_CODE]);
-  if (kind.callersBaselines) {
-    return code == ZOLTA_CODE_BOTH_BASELINES &&
-           std::equal(result.begin(), result.begin() + 4, fit.start.end() - 5);
-  }
-  return code == ZOLTA_CODE_MIDPOINT_FIT && result[ZOLTA_NATIVE_INTERCEPT] != fit.y.front();
-}
-
-// The curves of a cell: those on which one call of the entry is one fit.
-std::vector<GeneratedCurve> curvesOf(const Case& kind, int points) {
-  std::vector<GeneratedCurve> curves;
-  for (std::uint64_t seed = 1; curves.size() < kCurvesPerCell && seed < 1000; ++seed) {
-    GeneratedCurve curve = generateCurve(
-        {.points = points, .transitions = kind.transitions, .noise = 0.005, .slopes = 0.002}, seed);
-    const bool timed = kind.entry != nullptr || kind.callersBaselines;
-    if (!timed || wasOneFit(kind, singleFit(kind, curve), callEntry(kind, curve))) {
-      curves.push_back(std::move(curve));
-    }
-  }
-  return curves;
 }
 
 // Smallest sum of squares that any solver reaches, and whether this one comes within 0.1 % of it
@@ -130,15 +50,15 @@ struct Cell {
   std::vector<SingleFit> fits;
   std::vector<double> best;  // smallest sum of squares that a solver reaches
 
-  Cell(const Case& kind, int points) : curves(curvesOf(kind, points)) {
+  Cell(const Case& kind, int points) : curves(curvesOf(kExports, kind, points)) {
     for (const GeneratedCurve& curve : curves) {
       fits.push_back(singleFit(kind, curve));
       double least = INFINITY;
       for (const Peer& peer : peers()) {
         least = std::min(least, sumOfSquares(fits.back(), peer.solve(fits.back())));
       }
-      if (kind.entry != nullptr || kind.callersBaselines) {
-        const Result result = callEntry(kind, curve);
+      if (kind.hasExport) {
+        const Result result = callEntry(kExports, kind, curve);
         least = std::min(least,
                          sumOfSquares(fits.back(), parametersOf(result, fits.back().transitions)));
       }
@@ -165,30 +85,20 @@ void timeCell(benchmark::State& state, const Cell& cell,
   }
 }
 
-Result analyse(int states, const GeneratedCurve& curve) {
-  constexpr Analyse entries[] = {ZOLTA_2state, ZOLTA_3state, ZOLTA_4state};
-  Result result;
-  const int32_t size[] = {1, static_cast<int32_t>(curve.x.size())};
-  entries[states - 2](curve.x.data(), size, curve.y.data(), size, curve.temperature, result.data());
-  return result;
-}
-
 bool sameBytes(const Result& a, const Result& b) {
   return std::memcmp(a.data(), b.data(), sizeof(a)) == 0;
 }
 
 void timeAnalysis(benchmark::State& state, int states, int points) {
-  std::vector<GeneratedCurve> curves;
+  const std::vector<GeneratedCurve> curves = analysisCurves(states, points);
   std::vector<Result> wanted;
-  for (std::uint64_t seed = 1; seed <= kCurvesPerCell; ++seed) {
-    curves.push_back(generateCurve(
-        {.points = points, .transitions = states - 1, .noise = 0.005, .slopes = 0.002}, seed));
-    wanted.push_back(analyse(states, curves.back()));
+  for (const GeneratedCurve& curve : curves) {
+    wanted.push_back(callAnalysis(kExports, states, curve));
   }
   bool same = true;
   for (auto _ : state) {
     for (std::size_t i = 0; i < curves.size(); ++i) {
-      same = sameBytes(analyse(states, curves[i]), wanted[i]) && same;
+      same = sameBytes(callAnalysis(kExports, states, curves[i]), wanted[i]) && same;
     }
   }
   if (!same) {
@@ -213,7 +123,7 @@ void timeBatch(benchmark::State& state, std::size_t threads) {
     for (std::size_t t = 0; t < threads; ++t) {
       pool.emplace_back([&, t] {
         for (std::size_t i = kBatch * t / threads; i < kBatch * (t + 1) / threads; ++i) {
-          results[i] = analyse(2, curves[i]);
+          results[i] = callAnalysis(kExports, 2, curves[i]);
         }
       });
     }
@@ -275,7 +185,7 @@ void printRatios(const Collector& figures) {
   double logarithms = 0.0;
   double worst = 0.0;
   int cells = 0;
-  for (const Case& kind : kCases) {
+  for (const Case& kind : cases()) {
     for (int points : kPoints) {
       const double own = figures.of(cellName("zolt", kind.name, points));
       const double ratio = own / fastestPeer(figures, kind.name, points);
@@ -309,18 +219,18 @@ void printRatios(const Collector& figures) {
 }
 
 void registerAll() {
-  for (const Case& kind : kCases) {
+  for (const Case& kind : cases()) {
     for (int points : kPoints) {
       // Each curve of a cell is looked for and fitted once, before the first run that needs it.
       const auto cell = [&kind, points]() -> const Cell& {
         static std::map<std::pair<const Case*, int>, Cell> made;
         return made.try_emplace({&kind, points}, kind, points).first->second;
       };
-      if (kind.entry != nullptr || kind.callersBaselines) {
+      if (kind.hasExport) {
         benchmark::RegisterBenchmark(
             cellName("zolt", kind.name, points).c_str(), [&kind, cell](benchmark::State& state) {
               timeCell(state, cell(), [&](std::size_t i) {
-                return parametersOf(callEntry(kind, cell().curves[i]), kind.transitions);
+                return parametersOf(callEntry(kExports, kind, cell().curves[i]), kind.transitions);
               });
             });
       }

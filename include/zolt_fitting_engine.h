@@ -45,8 +45,8 @@
  *   the deepest call measured on x86-64 uses 65 KiB, the thread's own included.
  *
  * REPEATABILITY
- *   The same input gives the same bits, call after call and build after build, as long as the exp,
- *   log and pow of the C library stay the same.
+ *   The same input gives the same bits: call after call, build after build, on every processor and
+ *   system that script/platforms names.
  *
  * The header is C99 and C++. Each declaration below has one sentence, then what is Given, what is
  * Returned, which Codes can stand in the result where there is one, and Notes.

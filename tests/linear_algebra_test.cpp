@@ -7,7 +7,7 @@
 #include <cmath>
 #include <limits>
 
-#include "fit/pivoted_qr.h"
+#include "fit/scaled_norm.h"
 #include "support/bits.h"
 #include "support/generated_curves.h"
 #include "support/literal_solver.h"

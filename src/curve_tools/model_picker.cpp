@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <span>
+#include <utility>
 
 #include "elementary/exponential.h"
 #include "elementary/logarithm.h"
@@ -88,9 +89,15 @@ DenseRow slope(const DenseRow& Y, Step stepAt) {
   return d;
 }
 
-double logarithmicStep(std::size_t position) {
-  return logarithm(static_cast<double>(position + 1)) - logarithm(static_cast<double>(position));
-}
+// The steps between the logarithms of the positions, asked for in turn from position 1 on.
+struct LogarithmicSteps {
+  double reached = 0.0;
+
+  double operator()(std::size_t position) {
+    const double next = logarithm(static_cast<double>(position + 1));
+    return next - std::exchange(reached, next);
+  }
+};
 
 // Takes away a sigmoid that steps from 0 to the difference of the ends, centred on the peak, and
 // then the smallest value of the curve as it came.
@@ -102,7 +109,11 @@ DenseRow removeStep(const DenseRow& d, double W) {
   const double step = row.back() - row.front();
   DenseRow e(d.length);
   for (std::size_t k = 0; k < d.length; ++k) {
-    e[k] = d[k] - step / (1.0 + exponential((P / W) * (p - static_cast<double>(k))));
+    e[k] = (P / W) * (p - static_cast<double>(k));
+  }
+  exponentials(&e[0], static_cast<int>(d.length));
+  for (std::size_t k = 0; k < d.length; ++k) {
+    e[k] = d[k] - step / (1.0 + e[k]);
     e[k] -= lowest;
   }
   return e;
@@ -235,8 +246,9 @@ int pickStates(Row y) {
   // throughout.
   const std::size_t L = Y.length;
   const DenseRow d1 = slope(Y, [](std::size_t) { return 1.0; });
-  const DenseRow d2 = slope(Y, logarithmicStep);
-  const DenseRow d3 = slope(Y, [last = logarithmicStep(L - 1)](std::size_t) { return last; });
+  const DenseRow d2 = slope(Y, LogarithmicSteps{});
+  const double lastStep = logarithm(static_cast<double>(L)) - logarithm(static_cast<double>(L - 1));
+  const DenseRow d3 = slope(Y, [lastStep](std::size_t) { return lastStep; });
 
   const double W = static_cast<double>(L - 1) / 12.8;
   const DenseRow e1 = removeStep(d1, 0.3);

@@ -1,9 +1,9 @@
-// A quick way in pairs of doubles is right to 2^-77 of the result. Where rounding its upper and its
-// lower bound gives the same double, that is the one; otherwise, once in 2^23 values, 384 bits
-// decide. They always can: ln x is irrational for every double but 1, and of all doubles the one
-// whose logarithm comes closest to the middle of two doubles stays more than 2^-120 of it away
-// (Lefevre and Muller, Worst cases for correct rounding of the elementary functions in double
-// precision, 15th IEEE Symposium on Computer Arithmetic, 2001).
+// A quick way gives the logarithm as a pair of doubles with a bound of its error. Where rounding
+// the upper and the lower end gives the same double, that is the one; otherwise, less than once in
+// 2^14 values, 384 bits decide. They always can: ln x is irrational for every double but 1, and of
+// all doubles the one whose logarithm comes closest to the middle of two doubles stays more than
+// 2^-120 of it away (Lefevre and Muller, Worst cases for correct rounding of the elementary
+// functions in double precision, 15th IEEE Symposium on Computer Arithmetic, 2001).
 #include "elementary/logarithm.h"
 
 #include <cmath>
@@ -22,53 +22,50 @@ constexpr double kStepHead = 0x1.62e42fefap-8;
 constexpr double kStepMiddle = 0x1.cf79abc9ep-47;
 constexpr double kStepTail = 0x1.d9cc01f97b57ap-86;
 
-constexpr double kMargin = 0x1p-77;
+struct Bounded {
+  DoubleDouble value;
+  double error;
+};
 
-// a b + c, for |c| > |a b|, to 2^-101 of the result.
-DoubleDouble multiplyAdd(DoubleDouble a, DoubleDouble b, DoubleDouble c) {
-  const DoubleDouble product = twoProduct(a.high, b.high);
-  const double productLow = product.low + (a.high * b.low + a.low * b.high);
-  const DoubleDouble sum = fastTwoSum(c.high, product.high);
-  return fastTwoSum(sum.high, sum.low + (productLow + c.low));
-}
-
-// ln(1 + z) for |z| < 2^-8.4, by the series up to z^10/10. The next term is below 2^-87 of it. From
-// z^4 on single doubles are enough: their roundings come to less than 2^-79 of it.
-DoubleDouble logarithmNearOne(DoubleDouble z) {
-  constexpr DoubleDouble kCoefficients[] = {
-      {0x1.5555555555555p-2, 0x1.5555555555555p-56}, {-0.5, 0.0}, {1.0, 0.0}};
-  double tail = -1.0 / 10;
-  for (int degree = 9; degree > 3; --degree) {
-    tail = (degree % 2 == 0 ? -1.0 : 1.0) / degree + z.high * tail;
-  }
-  DoubleDouble sum{tail, 0.0};
-  for (const DoubleDouble& coefficient : kCoefficients) {
-    sum = multiplyAdd(z, sum, coefficient);
-  }
-  const DoubleDouble product = twoProduct(z.high, sum.high);
-  return fastTwoSum(product.high, product.low + (z.high * sum.low + z.low * sum.high));
-}
-
-// x = m 2^e = 2^(k/128) (1 + z) with k = 128 e + j, and |z| < 0.0029. For k = 0, next to 1, z is
-// exact. Otherwise the table's entry for 2^(-j/128) with its error, and what is lost in the product
-// with it, leave 2^-105 in z, which is 2^-96 of the result.
-DoubleDouble quickLogarithm(double x) {
-  int e;
-  const double m = 2.0 * std::frexp(x, &e);
-  const double s = (m - 1.0) / (m + 1.0);
-  const double ln = 2.0 * s + s * s * s * (2.0 / 3.0 + s * s * (2.0 / 5.0));  // of m, to 0.0002
-  const int j = static_cast<int>(ln * kStepsPerUnit + 0.5);
-  const double k = 128 * (e - 1) + j;
+// x = m 2^e = 2^(k/128) (1 + z) with k = 128 e + j and |z| < 0.003 = 2^-8.4.
+//
+// For k = 0, next to 1, z is exact. Otherwise the table's entry for 2^(-j/128) with its error, and
+// what is lost in the product with it, leave an error of 2^-105, and ln x is not below 2^-8.7.
+//
+// ln(1 + z) = z - z^2/2 + z^3 (1/3 - z/4 + ... + z^6/9). The first two terms are pairs. Single
+// doubles do for the rest, whose roundings come to 3/2 of 2^-53 z^3; with what z.low is left out
+// of, z.low z^2, and the roundings of the last sums this stays below 2^-51 z^3. The next term is
+// below 2^-60 z^3.
+Bounded quickLogarithm(double x) {
+  constexpr std::uint64_t kFraction = (std::uint64_t{1} << 52) - 1;
+  const bool isSubnormal = x < 0x1p-1022;
+  const auto bits = std::bit_cast<std::uint64_t>(isSubnormal ? x * 0x1p+54 : x);
+  const int e = static_cast<int>(bits >> 52) - (isSubnormal ? 1023 + 54 : 1023);
+  const auto m = std::bit_cast<double>((bits & kFraction) | std::uint64_t{1023} << 52);
+  // 128 log2 m to 0.04
+  const double t = m - 1.0;
+  const double position = t * (184.0 + t * (-86.5 + t * (41.0 + t * -10.5)));
+  const int j = static_cast<int>(position + 0.5);
+  const double k = 128 * e + j;
 
   const auto steps = static_cast<std::uint64_t>(-j);
   const DoubleDouble product = twoProduct(m, scaleOf(steps));
   const DoubleDouble z =
       twoSum(product.high - 1.0, product.low + product.high * scaleErrorOf(steps));
-  const DoubleDouble remainder = logarithmNearOne(z);
+  const DoubleDouble square = twoProduct(z.high, z.high);
+  const double cube = square.high * z.high;
+  double tail = 1.0 / 9.0;
+  for (int degree = 8; degree >= 3; --degree) {
+    tail = 1.0 / degree - z.high * tail;
+  }
+  const double rest = cube * tail + (z.low - z.high * z.low) - 0.5 * square.low;
 
   const DoubleDouble whole = fastTwoSum(k * kStepHead, k * kStepMiddle);
-  const DoubleDouble sum = twoSum(whole.high, remainder.high);
-  return fastTwoSum(sum.high, sum.low + ((whole.low + k * kStepTail) + remainder.low));
+  const DoubleDouble two = fastTwoSum(z.high, -0.5 * square.high);
+  const DoubleDouble sum = twoSum(whole.high, two.high);
+  const double low = sum.low + ((whole.low + k * kStepTail) + (two.low + rest));
+  const DoubleDouble value = fastTwoSum(sum.high, low);
+  return {value, std::fabs(cube) * 0x1p-51 + std::fabs(value.high) * 0x1p-95};
 }
 
 }  // namespace
@@ -81,10 +78,9 @@ double logarithm(double x) {
   if (x == std::numeric_limits<double>::infinity()) {
     return x;
   }
-  const DoubleDouble quick = quickLogarithm(x);
-  const double margin = std::fabs(quick.high) * kMargin;
-  const double lower = quick.high + (quick.low - margin);
-  const double upper = quick.high + (quick.low + margin);
+  const auto [quick, error] = quickLogarithm(x);
+  const double lower = quick.high + (quick.low - error);
+  const double upper = quick.high + (quick.low + error);
   return lower == upper ? upper : slowLogarithm(x);
 }
 

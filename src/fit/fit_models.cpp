@@ -1,7 +1,8 @@
 #include "fit/fit_models.h"
 
 #include <algorithm>
-#include <cmath>
+#include <cassert>
+#include <utility>
 
 #include "elementary/exponential.h"
 #include "fit/wide.h"
@@ -134,6 +135,16 @@ ZOLT_WIDE void baselineQuotients(const double* x, double intercept, double slope
   }
 }
 
+// Calls `work` with `index`, one of 0 to Count - 1, as its template argument.
+template <int Count, class Work>
+void withIndex(int index, const Work& work) {
+  assert(0 <= index && index < Count);
+  const auto tryEach = [&]<std::size_t... I>(std::index_sequence<I...>) {
+    ((index == static_cast<int>(I) ? work.template operator()<I>() : void()), ...);
+  };
+  tryEach(std::make_index_sequence<Count>());
+}
+
 template <int Peaks>
 TermWeights<Peaks> heightsOf(const double* p) {
   TermWeights<Peaks> heights;
@@ -205,17 +216,10 @@ void differenceQuotient(UnfoldingModel<Transitions>& model, const double* p, int
       exponentsAtMidpoint(x, n, p[Order::dG(t)], value, p[Order::RT], model.movedK);
     }
     expInPlace(model.movedK, n);
-    const auto fill = [&]<std::size_t Moved>() {
+    withIndex<Transitions>(t, [&]<std::size_t Moved>() {
       transitionQuotients<Transitions, Moved>(model.native, model.denatured, model.movedK,
                                               model.signal, weights, n, base, increment, column);
-    };
-    if (t == 0) {
-      fill.template operator()<0>();
-    } else if (t == 1) {
-      fill.template operator()<1>();
-    } else {
-      fill.template operator()<2>();
-    }
+    });
   } else if (moved < Order::aN) {
     Parameters<Transitions> q;
     std::copy_n(p, Order::count, q.begin());

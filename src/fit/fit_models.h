@@ -13,31 +13,35 @@
 
 namespace zolt {
 
+// An unfolding model on the concentrations of a curve (mol/l). Every array has one double a point;
+// evaluate() fills them for its parameters, and differenceQuotient() reads them. A model belongs to
+// one fit: its arrays lie in the fit's workspace, and nobody else may call with it meanwhile.
 template <int Transitions>
 struct UnfoldingModel {
   static constexpr int kParameters = ParameterOrder<Transitions>::count;
+  static constexpr int kArrays = 3 + 3 * Transitions;  // in the workspace
 
   Row x;
-  double* native;  // both baselines
-  double* denatured;
+  double* native;     // baseline of the native state, in units of the signal
+  double* denatured;  // of the denatured one
   std::array<double*, Transitions> distance;  // 1 - x/Cm
-  std::array<double*, Transitions> K;
-  std::array<double*, Transitions> signal;
-  double* movedK;  // the same of a moved parameter
-  double* movedLine;
-  std::array<double*, Transitions> movedSignal;
+  std::array<double*, Transitions> K;         // equilibrium constants
+  std::array<double*, Transitions> signal;    // of each transition, not weighted
+  double* movedK;                             // K of a transition with a moved parameter
 
   UnfoldingModel(Row points, FitWorkspace& workspace);
 };
 
-// A sum of Gaussian peaks a exp(-((x - c)^2 / (2 w^2))), parameters a, c, w of each in turn.
+// A sum of Gaussian peaks a exp(-((x - c)^2 / (2 w^2))), parameters a, c, w of each in turn. To be
+// used as an UnfoldingModel is.
 template <int Peaks>
 struct GaussianModel {
   static constexpr int kParameters = 3 * Peaks;
+  static constexpr int kArrays = Peaks + 1;
 
   Row x;
-  std::array<double*, Peaks> bell;
-  double* movedBell;
+  std::array<double*, Peaks> bell;  // each peak for a height of 1
+  double* movedBell;                // a peak with a moved centre or width
 
   GaussianModel(Row points, FitWorkspace& workspace);
 };

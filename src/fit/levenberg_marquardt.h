@@ -25,10 +25,11 @@ struct Misfit {
 template <class Model>
 Misfit fitLM(Model& model, Row y, std::span<const int> free, double* p, FitWorkspace& workspace);
 
-// The Jacobian by one-sided forward differences of relative step 6.0555e-6, `free` columns of
-// points. `values` are the model's at `p`, which evaluate() was last called with.
+// The Jacobian by one-sided forward differences of relative step 6.0555e-6: one column a free
+// parameter, `pitch` doubles apart, one double a point (signal per unit of the parameter). `values`
+// are the model's at `p`, which evaluate() was last called with; `scratch` has one double a point.
 template <class Model>
 void jacobianFD(Model& model, std::span<const int> free, double* p, const double* values,
-                double* columns, double* scratch);
+                double* columns, std::ptrdiff_t pitch, double* scratch);
 
 }  // namespace zolt

@@ -51,8 +51,8 @@ struct Factored {
         jpvt(static_cast<std::size_t>(n)) {}
 
   void factor() {
-    std::vector<double> scratch(static_cast<std::size_t>(qrScratchSize(rows)));
-    qrPivot(rows, jpvt.data(), nullptr, scratch.data());
+    std::vector<double> scratch(static_cast<std::size_t>(qrScratchSize(rows.rows, rows.columns)));
+    qrPivot(rows, jpvt.data(), scratch.data());
   }
 };
 

@@ -47,7 +47,7 @@ Line lineFit(Row x, Row y);
 Line lineFit3(const double* x, const double* y);
 
 // The two singular values that are not 0, largest first, of the square array whose first column is
-// `first` and whose other elements are all 1.0.
+// `first` and whose other elements are all 1.0 (design.md: array norm with ones).
 std::pair<double, double> singularValues(std::span<const double> first);
 
 // The 2-norm of that array: 0.0 when it holds a NaN, the magnitude of a single element.

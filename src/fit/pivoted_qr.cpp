@@ -1,156 +1,30 @@
 #include "fit/pivoted_qr.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <numeric>
 
-#include "fit/machine_constants.h"
-#include "fit/wide.h"
-#include "frame/scalar_kit.h"
+#include "fit/pivot_squares.h"
+#include "fit/reflector.h"
+#include "fit/scaled_norm.h"
+#include "fit/wide_rows.h"
 
 namespace zolt {
 namespace {
 
-// A reflector I - tau u u', u = (1, v), that sends (alpha, tail) to (beta, 0).
-struct Reflector {
-  double tau;
-  double beta;
-};
+// The least diagonal against whose rounding a column vanishes that PivotSquares calls vanished.
+constexpr double kLeastBesideVanished = 1e-80;
 
-// Builds the reflector and overwrites the tail, whose norm is `tailNorm`, by v.
-ZOLT_INLINE Reflector makeReflector(double alpha, double tailNorm, double* tail, int count) {
-  if (tailNorm == 0.0) {
-    return {0.0, alpha};
-  }
-  const auto signedNorm = [&alpha](double norm) {
-    const double length = scalarHypot(alpha, norm);
-    return alpha >= 0.0 ? -length : length;
-  };
-  double beta = signedNorm(tailNorm);
-  int rescalings = 0;
-  while (std::fabs(beta) < kSafeMinimum) {
-    ++rescalings;
-    for (int k = 0; k < count; ++k) {
-      tail[k] *= kSafeMinimumReciprocal;
-    }
-    beta *= kSafeMinimumReciprocal;
-    alpha *= kSafeMinimumReciprocal;
-  }
-  if (rescalings > 0) {
-    beta = signedNorm(scaledNorm(tail, count));
-  }
-  const double tau = (beta - alpha) / beta;
-  const double inverse = 1.0 / (alpha - beta);
-  for (int k = 0; k < count; ++k) {
-    tail[k] *= inverse;
-  }
-  for (; rescalings > 0; --rescalings) {
-    beta *= kSafeMinimum;
-  }
-  return {tau, beta};
-}
-
-// Adds eight elements to a scaled norm. As long as none exceeds the scale, their quotients can be
-// formed side by side; the sum still takes them one by one.
-ZOLT_INLINE void addEight(ScaledSum& state, const double* elements) {
-  const Lanes8 a = magnitude(lanesAt<Lanes8>(elements));
-  if (anyLane(a > state.scale)) {
-    for (int k = 0; k < 8; ++k) {
-      addToScaledSum(state, elements[k]);
-    }
-    return;
-  }
-  const Lanes8 t = a / state.scale;
-  const Lanes8 squares = t * t;
-  double sum = state.sum;
-  for (int k = 0; k < 8; ++k) {
-    sum = sum + squares[k];
-  }
-  state.sum = sum;
-}
-
-ZOLT_INLINE double normOfColumn(const double* v, int count) {
-  if (count <= 1) {
-    return scaledNorm(v, count);
-  }
-  ScaledSum state = emptyScaledSum();
-  int k = 0;
-  for (; k + 8 <= count; k += 8) {
-    addEight(state, v + k);
-  }
-  for (; k < count; ++k) {
-    addToScaledSum(state, v[k]);
-  }
-  return state.scale * std::sqrt(state.sum);
-}
-
-// Adds w times v to the rows below a reflector's top, and meanwhile takes `next`, the column that
-// the next step eliminates, out of its rows into v. Row k of the block meets v[k]; the next
-// column's diagonal is in row 0, so that its tail starts with row 1. Returns the norm of that tail.
-template <class Lanes, int Blocks>
-ZOLT_INLINE double updateRows(double* rows, int count, const Lanes (&w)[Blocks], double* v,
-                              int next) {
-  constexpr int kStride = Blocks * laneCount<Lanes>;
-  const auto update = [&](int k) {
-    for (int b = 0; b < Blocks; ++b) {
-      lanesTo<Lanes>(rows + k * kStride + b * laneCount<Lanes>) += w[b] * v[k];
-    }
-  };
-  update(0);
-  ScaledSum state = emptyScaledSum();
-  int k = 1;
-  int normed = 0;
-  for (; k + 8 <= count; k += 8) {
-    for (int i = k; i < k + 8; ++i) {
-      update(i);
-      v[i - 1] = rows[i * kStride + next];
-    }
-    // The norm follows eight rows behind, so that it need not wait for what was stored just now.
-    if (k > 8) {
-      addEight(state, v + normed);
-      normed += 8;
-    }
-  }
-  for (; k < count; ++k) {
-    update(k);
-    v[k - 1] = rows[k * kStride + next];
-  }
-  for (; normed + 8 <= count - 1; normed += 8) {
-    addEight(state, v + normed);
-  }
-  for (; normed < count - 1; ++normed) {
-    addToScaledSum(state, v[normed]);
-  }
-  return count <= 2 ? scaledNorm(v, count - 1) : state.scale * std::sqrt(state.sum);
-}
-
-// w = -tau (top row + sum of the rows below, each times its element of v), column by column; 0 in
-// a column whose sum is 0, which the reflector leaves as it is.
-template <class Lanes, int Blocks>
-ZOLT_INLINE void projectRows(const double* rows, int count, double tau, const double* v,
-                             Lanes (&w)[Blocks]) {
-  for (int b = 0; b < Blocks; ++b) {
-    w[b] = lanesAt<Lanes>(rows + b * laneCount<Lanes>);
-  }
-  for (int k = 0; k < count; ++k) {
-    rows += Blocks * laneCount<Lanes>;
-    for (int b = 0; b < Blocks; ++b) {
-      w[b] += lanesAt<Lanes>(rows + b * laneCount<Lanes>) * v[k];
-    }
-  }
-  for (int b = 0; b < Blocks; ++b) {
-    w[b] = w[b] == 0.0 ? Lanes{} : -tau * w[b];
-  }
-}
-
-// The norms of the columns that are still to be eliminated, below the rows already done.
-struct PartialNorms {
+// The norms of the columns that are still to be eliminated, below the rows already done, and the
+// same when they were last taken from the rows: one entry a column.
+struct ExactNorms {
   double* current;
   double* reference;
 };
 
 // Brings the first of the columns from step `i` on with the greatest norm to place i.
-ZOLT_INLINE void choosePivot(const PartialNorms& norms, int* jpvt, int i, int n) {
+void choosePivot(const ExactNorms& norms, int* jpvt, int i, int n) {
   int pivot = i;
   for (int j = i + 1; j < n; ++j) {
     if (norms.current[jpvt[j]] > norms.current[jpvt[pivot]]) {
@@ -160,197 +34,255 @@ ZOLT_INLINE void choosePivot(const PartialNorms& norms, int* jpvt, int i, int n)
   std::swap(jpvt[i], jpvt[pivot]);
 }
 
-// Takes from each remaining norm the element that has moved into the top row. Returns false, the
-// norm being marked by a negative value, when too little is left of one for the difference to be
-// trusted.
-ZOLT_INLINE bool shrinkNorms(const PartialNorms& norms, const double* top, const int* jpvt, int i,
-                             int n) {
-  bool trusted = true;
-  for (int j = i + 1; j < n; ++j) {
-    double& partial = norms.current[jpvt[j]];
+// Takes from each remaining norm the element that has moved into the top row, row i. Where too
+// little is left for the difference to be trusted, the norm is taken afresh from the rows below.
+void shrinkNorms(const RowMatrix& a, const ExactNorms& norms, const int* jpvt, int i) {
+  const int below = a.rows - i - 1;
+  for (int j = i + 1; j < a.columns; ++j) {
+    const int column = jpvt[j];
+    double& partial = norms.current[column];
     if (partial == 0.0) {
       continue;
     }
-    const double moved = std::fabs(top[jpvt[j]]) / partial;
+    const double moved = std::fabs(a.row(i)[column]) / partial;
     double t = 1.0 - moved * moved;
     t = t < 0.0 ? 0.0 : t;
-    const double u = partial / norms.reference[jpvt[j]];
+    const double u = partial / norms.reference[column];
     if (t * (u * u) > kSqrtEpsilon) {
       partial *= std::sqrt(t);
     } else {
-      partial = -1.0;
-      trusted = false;
-    }
-  }
-  return trusted;
-}
-
-// Takes the marked norms afresh from the rows below the top one.
-void renewNorms(const RowMatrix& a, const PartialNorms& norms, const int* jpvt, int i) {
-  const int below = a.rows - i - 1;
-  for (int j = i + 1; j < a.columns; ++j) {
-    double& partial = norms.current[jpvt[j]];
-    if (partial == -1.0) {
-      partial = norms.reference[jpvt[j]] =
-          below > 0 ? scaledNorm(a.row(i + 1) + jpvt[j], below, a.stride) : 0.0;
+      partial = norms.reference[column] =
+          below > 0 ? scaledNorm(a.row(i + 1) + column, below, a.stride) : 0.0;
     }
   }
 }
 
-// Copies the tail of a column, below row i, into v and returns its norm.
-ZOLT_INLINE double takeTail(const RowMatrix& a, int i, int column, double* v) {
-  const int below = a.rows - i - 1;
-  for (int k = 0; k < below; ++k) {
-    v[k] = a.row(i + 1 + k)[column];
+// The fast factorisation at the beginning of a step. Columns stand in lanes of the rows. Those that
+// are done leave their lanes free; once as many are free as a register has, the columns of the last
+// register move there, and all later steps run over rows that are a register narrower.
+struct Elimination {
+  const double* from;  // the top row of this step, those below behind it
+  double* to;          // where this step leaves the rows below
+  double* tail;        // of the column that this step eliminates, below the top row
+  ScaledSum tailSum;   // its running norm
+  int step = 0;
+  int columns;
+  int below;      // rows below the top row
+  int lane;       // of the column that this step eliminates
+  unsigned used;  // bit by bit, whether a lane holds a column still to be done or the right side
+  int columnIn[kWidestRow];  // which column of the matrix stands in a lane
+  PivotSquares squares;
+  double* r;  // the triangle
+  int rStride;
+  int* jpvt;
+
+  Elimination(const RowMatrix& a, const double* sums)
+      : from(a.data),
+        columns(a.columns),
+        below(a.rows - 1),
+        used((2u << a.columns) - 1),
+        squares(a.rows, a.columns, sums),
+        rStride(a.stride) {
+    std::iota(columnIn, columnIn + kWidestRow, 0);
   }
-  return normOfColumn(v, below);
+};
+
+// Writes row `step` of the triangle: the top row, reflected, with beta on the diagonal.
+template <int Blocks>
+ZOLT_INLINE void writeTriangle(const Elimination& e, const WideRow<Blocks>& top, double beta) {
+  double lanes[WideRow<Blocks>::kWidth];
+  storeRow(lanes, top);
+  double* row = e.r + e.step * e.rStride;
+  for (int lane = 0; lane < WideRow<Blocks>::kWidth; ++lane) {
+    row[e.columnIn[lane]] = lanes[lane];
+  }
+  row[e.columnIn[e.lane]] = beta;
 }
 
-// The factorisation for rows of `Blocks` wide registers. The next pivot is known as soon as the top
-// row is, unless a norm must be renewed, so that one pass over the rows both updates them and
-// prepares the next column.
-template <class Lanes, int Blocks>
-ZOLT_INLINE void factorRows(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
-  const int m = a.rows;
-  const int n = a.columns;
-  const int steps = std::min(m, n);
-  choosePivot(norms, jpvt, 0, n);
-  double tailNorm = takeTail(a, 0, jpvt[0], v);
-  for (int i = 0; i < steps; ++i) {
-    const int column = jpvt[i];
-    const int below = m - i - 1;
-    double* top = a.row(i);
-    const auto [tau, beta] =
-        below > 0 ? makeReflector(top[column], tailNorm, v, below) : Reflector{0.0, top[column]};
-    Lanes w[Blocks] = {};
-    if (tau != 0.0) {
-      projectRows<Lanes, Blocks>(top, below, tau, v, w);
-      for (int b = 0; b < Blocks; ++b) {
-        lanesTo<Lanes>(top + b * laneCount<Lanes>) += w[b];
+// Gives each column in the last of `Blocks` registers a free lane before it.
+template <int Blocks>
+LaneMoves leaveLastRegister(Elimination& e) {
+  constexpr int kKept = (Blocks - 1) * kLanes;
+  LaneMoves moves;
+  for (int lane = kKept; lane < kKept + kLanes; ++lane) {
+    if ((e.used >> lane & 1) != 0) {
+      const int free = std::countr_one(e.used);
+      moves.from[moves.count] = lane;
+      moves.to[moves.count++] = free;
+      e.used ^= 1u << lane | 1u << free;
+      e.columnIn[free] = e.columnIn[lane];
+      e.squares.move(lane, free);
+    }
+  }
+  return moves;
+}
+
+// Adds w v to the rows below the top one, chooses the column of the next step and takes out its
+// tail. The next pivot is known as soon as the top row is, unless a sum must be renewed, so that
+// one pass over the rows does it all. Returns PivotSquares::kAll only if there is a next step.
+template <int Blocks, int Written>
+ZOLT_INLINE int prepareNext(Elimination& e, const WideRow<Blocks>& w, PivotSquares::Trust trust,
+                            const LaneMoves& moves) {
+  constexpr int kRead = Blocks * kLanes;
+  constexpr int kWrite = Written * kLanes;
+  const bool known = trust == PivotSquares::Trust::kAll;
+  if (known) {
+    e.lane = e.squares.choose<Written>();
+    if (e.lane < 0) {
+      return e.lane;
+    }
+  }
+  e.tailSum = updateRows<Blocks, Written>(e.from + kRead, e.to, w, e.below, known ? e.lane : 0,
+                                          e.tail, moves);
+  --e.below;
+  if (!known) {
+    e.squares.renew(e.to, e.below + 1, kWrite);
+    e.lane = e.squares.choose<Written>();
+    if (e.lane < 0) {
+      return e.lane;
+    }
+    e.tailSum = takeTail<Written>(e.to + kWrite, e.below, e.lane, e.tail);
+  }
+  e.from = e.to;
+  e.to += kWrite;
+  return e.lane;
+}
+
+// All steps from here on, over rows of `Blocks` registers. Returns the columns that are done when
+// it ends, 0 where the exact factorisation has to start over.
+template <int Blocks>
+ZOLT_INLINE int eliminate(Elimination& e) {
+  for (;;) {
+    const double norm = e.below > 1 ? e.tailSum.norm() : std::fabs(e.tail[0]);
+    const Reflector reflector = makeReflector(e.from[e.lane], norm, e.tail, e.below);
+    const auto w = projectRows<Blocks>(e.from, e.tail, reflector.scale, reflector.tau, e.below);
+    auto top = loadRow<Blocks>(e.from);
+    Lanes4 finite = {};
+    for (int b = 0; b < Blocks; ++b) {
+      top.block[b] += w.block[b];
+      finite += top.block[b] * 0.0;
+    }
+    if (reflector.tau == 0.0 || anyLane(finite != 0.0)) {
+      return 0;
+    }
+    writeTriangle(e, top, reflector.beta);
+    e.jpvt[e.step] = e.columnIn[e.lane];
+    e.used ^= 1u << e.lane;
+    if (++e.step == e.columns) {
+      return e.step;  // nobody reads the rows below the triangle
+    }
+    // A single column left needs no comparison.
+    const auto trust =
+        e.step + 1 == e.columns ? PivotSquares::Trust::kAll : e.squares.subtract(top);
+    if (trust == PivotSquares::Trust::kUndecided) {
+      return 0;
+    }
+    int next;
+    if (Blocks > 1 && std::popcount(e.used) == (Blocks - 1) * kLanes) {
+      constexpr int kNarrower = Blocks > 1 ? Blocks - 1 : 1;
+      const LaneMoves moves = leaveLastRegister<Blocks>(e);
+      next = prepareNext<Blocks, kNarrower>(e, w, trust, moves);
+      if (next >= 0) {
+        return eliminate<kNarrower>(e);
       }
+    } else {
+      next = prepareNext<Blocks, Blocks>(e, w, trust, {});
     }
-    top[column] = beta;
-    if (i + 1 == steps) {
-      break;  // nobody reads the rows below the triangle
-    }
-    // A single column left needs no norm to be chosen.
-    const bool trusted = i + 2 == n || shrinkNorms(norms, top, jpvt, i, n);
-    if (trusted) {
-      choosePivot(norms, jpvt, i + 1, n);
-    }
-    if (tau != 0.0) {
-      tailNorm = updateRows<Lanes, Blocks>(a.row(i + 1), below, w, v, jpvt[i + 1]);
-    }
-    if (!trusted || tau == 0.0) {
-      renewNorms(a, norms, jpvt, i);
-      if (!trusted) {
-        choosePivot(norms, jpvt, i + 1, n);
-      }
-      tailNorm = takeTail(a, i + 1, jpvt[i + 1], v);
+    if (next < 0) {
+      return next == PivotSquares::kVanished ? e.step : 0;
     }
   }
 }
 
-ZOLT_WIDE void factorRows4(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
-  factorRows<Lanes4, 1>(a, jpvt, norms, v);
-}
-ZOLT_WIDE void factorRows8(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
-  factorRows<Lanes8, 1>(a, jpvt, norms, v);
-}
-ZOLT_WIDE void factorRows12(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
-  factorRows<Lanes4, 3>(a, jpvt, norms, v);
-}
-ZOLT_WIDE void factorRows16(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
-  factorRows<Lanes8, 2>(a, jpvt, norms, v);
+template <int Blocks>
+ZOLT_INLINE int eliminateAll(const RowMatrix& a, double* r, const double* squares, int* jpvt,
+                             double* scratch) {
+  constexpr int kWidth = Blocks * kLanes;
+  double* tail = scratch;
+  double* rows = tail + a.rows + kPaddingRows;
+  Elimination e(a, squares);
+  e.to = rows;
+  e.tail = tail;
+  e.r = r;
+  e.jpvt = jpvt;
+  e.lane = e.squares.choose<Blocks>();
+  if (e.lane < 0) {
+    return 0;
+  }
+  e.tailSum = takeTail<Blocks>(a.data + kWidth, e.below, e.lane, tail);
+  return eliminate<Blocks>(e);
 }
 
-// Rows of any width, column by column. Only matrices beyond every model of the library come here.
-void factorWideRows(const RowMatrix& a, int* jpvt, const PartialNorms& norms, double* v) {
-  for (int i = 0; i < std::min(a.rows, a.columns); ++i) {
-    choosePivot(norms, jpvt, i, a.columns);
-    const int column = jpvt[i];
-    const int below = a.rows - i - 1;
-    const double tailNorm = takeTail(a, i, column, v);
-    const auto [tau, beta] = below > 0 ? makeReflector(a.row(i)[column], tailNorm, v, below)
-                                       : Reflector{0.0, a.row(i)[column]};
-    for (int j = 0; tau != 0.0 && j < a.stride; ++j) {
-      double w = a.row(i)[j];
-      for (int k = 0; k < below; ++k) {
-        w += a.row(i + 1 + k)[j] * v[k];
-      }
-      if (w == 0.0) {
-        continue;
-      }
-      w = -tau * w;
-      a.row(i)[j] += w;
-      for (int k = 0; k < below; ++k) {
-        a.row(i + 1 + k)[j] += w * v[k];
-      }
-    }
-    a.row(i)[column] = beta;
-    if (!shrinkNorms(norms, a.row(i), jpvt, i, a.columns)) {
-      renewNorms(a, norms, jpvt, i);
-    }
-  }
+ZOLT_WIDE int eliminate4(const RowMatrix& a, double* r, const double* squares, int* jpvt,
+                         double* scratch) {
+  return eliminateAll<1>(a, r, squares, jpvt, scratch);
+}
+ZOLT_WIDE int eliminate8(const RowMatrix& a, double* r, const double* squares, int* jpvt,
+                         double* scratch) {
+  return eliminateAll<2>(a, r, squares, jpvt, scratch);
+}
+ZOLT_WIDE int eliminate12(const RowMatrix& a, double* r, const double* squares, int* jpvt,
+                          double* scratch) {
+  return eliminateAll<3>(a, r, squares, jpvt, scratch);
+}
+ZOLT_WIDE int eliminate16(const RowMatrix& a, double* r, const double* squares, int* jpvt,
+                          double* scratch) {
+  return eliminateAll<4>(a, r, squares, jpvt, scratch);
 }
 
 }  // namespace
 
-int rowStride(int columns) {
-  return columns <= 16 ? (columns + 3) / 4 * 4 : (columns + 15) / 16 * 16;
-}
-
-ScaledSum emptyScaledSum() { return {kSmallestNormal, 0.0}; }
-
-void addToScaledSum(ScaledSum& state, double element) {
-  const double a = std::fabs(element);
-  if (a > state.scale) {
-    const double t = state.scale / a;
-    state.sum = 1.0 + state.sum * t * t;
-    state.scale = a;
-  } else {
-    const double t = a / state.scale;
-    state.sum = state.sum + t * t;
-  }
-}
-
-double scaledNorm(const double* v, int count, int stride) {
-  if (count < 1) {
-    return 0.0;
-  }
-  if (count == 1) {
-    return std::fabs(v[0]);
-  }
-  ScaledSum state = emptyScaledSum();
-  for (int k = 0; k < count; ++k) {
-    addToScaledSum(state, v[static_cast<std::ptrdiff_t>(k) * stride]);
-  }
-  return state.scale * std::sqrt(state.sum);
-}
-
-void qrPivot(const RowMatrix& a, int* jpvt, const double* norms, double* scratch) {
+void qrPivot(const RowMatrix& a, int* jpvt, double* scratch) {
   if (a.rows < 1 || a.columns < 1) {
     return;
   }
-  double* v = scratch;
-  const PartialNorms partial{v + a.rows, v + a.rows + a.stride};
+  double* tail = scratch;
+  const ExactNorms norms{tail + a.rows, tail + a.rows + a.columns};
   std::iota(jpvt, jpvt + a.columns, 0);
   for (int j = 0; j < a.columns; ++j) {
-    partial.current[j] = partial.reference[j] =
-        norms != nullptr ? norms[j] : scaledNorm(a.data + j, a.rows, a.stride);
+    norms.current[j] = norms.reference[j] = scaledNorm(a.data + j, a.rows, a.stride);
   }
-  switch (a.stride) {
-    case 4:
-      return factorRows4(a, jpvt, partial, v);
-    case 8:
-      return factorRows8(a, jpvt, partial, v);
-    case 12:
-      return factorRows12(a, jpvt, partial, v);
-    case 16:
-      return factorRows16(a, jpvt, partial, v);
-    default:
-      return factorWideRows(a, jpvt, partial, v);
+  for (int i = 0; i < std::min(a.rows, a.columns); ++i) {
+    choosePivot(norms, jpvt, i, a.columns);
+    const int column = jpvt[i];
+    const int below = a.rows - i - 1;
+    for (int k = 0; k < below; ++k) {
+      tail[k] = a.row(i + 1 + k)[column];
+    }
+    const auto [tau, beta, scale] =
+        makeReflector(a.row(i)[column], scaledNorm(tail, below), tail, below);
+    for (int k = 0; k < below; ++k) {
+      tail[k] *= scale;
+    }
+    for (int j = i + 1; tau != 0.0 && j < a.stride; ++j) {
+      const int reflected = j < a.columns ? jpvt[j] : j;
+      reflectColumn(tau, tail, below, a.row(i) + reflected, a.stride);
+    }
+    a.row(i)[column] = beta;
+    shrinkNorms(a, norms, jpvt, i);
   }
+}
+
+int factorBySquares(const RowMatrix& a, double* r, const double* squares, int* jpvt,
+                    double* scratch) {
+  if (a.rows <= a.columns) {
+    return 0;
+  }
+  const auto eliminateRows = [stride = a.stride] {
+    switch (stride / kLanes) {
+      case 1:
+        return eliminate4;
+      case 2:
+        return eliminate8;
+      case 3:
+        return eliminate12;
+      default:
+        return eliminate16;
+    }
+  }();
+  const int done = eliminateRows(a, r, squares, jpvt, scratch);
+  // What vanished must do so against the first diagonal, too.
+  return done == 0 || done == a.columns || std::fabs(r[jpvt[0]]) > kLeastBesideVanished ? done : 0;
 }
 
 int qrRank(const RowMatrix& r, const int* jpvt, int largerExtent) {
@@ -367,9 +299,8 @@ int qrRank(const RowMatrix& r, const int* jpvt, int largerExtent) {
 }
 
 void backSubstitute(const RowMatrix& r, const int* jpvt, int rank, int rhs, double* x) {
-  std::fill_n(x, r.columns, 0.0);
-  for (int i = 0; i < rank; ++i) {
-    x[jpvt[i]] = r.row(i)[rhs];
+  for (int i = 0; i < r.columns; ++i) {
+    x[jpvt[i]] = i < rank ? r.row(i)[rhs] : 0.0;
   }
   for (int j = rank - 1; j >= 0; --j) {
     const double solved = x[jpvt[j]] /= r.row(j)[jpvt[j]];

@@ -8,12 +8,13 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
+
+#include "fit/wide_rows.h"
 
 namespace zolt {
 
-// A matrix for qrPivot: `rows` rows of `stride` doubles. The first `columns` of a row are factored,
-// the rest are right sides or zeros.
+// A matrix of `rows` rows of `stride` doubles. The first `columns` of a row are factored, the rest
+// are right sides or zeros.
 struct RowMatrix {
   double* data;
   int rows;
@@ -26,28 +27,27 @@ struct RowMatrix {
 };
 
 // Doubles a row needs for `columns` columns and right sides, padded to whole registers.
-int rowStride(int columns);
+constexpr int rowStride(int columns) { return (columns + 3) / 4 * 4; }
 
-// Doubles of scratch that qrPivot needs for a matrix.
-inline int qrScratchSize(const RowMatrix& a) { return a.rows + 5 * a.stride; }
+// Doubles of scratch that qrPivot() and factorBySquares() need.
+constexpr int qrScratchSize(int rows, int columns) { return rows + 2 * columns; }
+constexpr int fastScratchSize(int rows, int stride) { return (rows + kPaddingRows) * (stride + 1); }
 
 // Factors `a` in place. Afterwards R(i, j) = a.row(i)[jpvt[j]] for i <= j, and every right side
 // has been multiplied by the transposed orthogonal factor; what stands below the diagonal is of no
-// use. `jpvt` has one entry a column; `norms` holds the columns' scaled norms when the caller
-// already has them, else null.
-void qrPivot(const RowMatrix& a, int* jpvt, const double* norms, double* scratch);
+// use. `jpvt` has one entry a column.
+void qrPivot(const RowMatrix& a, int* jpvt, double* scratch);
 
-// The running state of a scaled norm: the largest magnitude so far, and the sum of squares of the
-// elements relative to it.
-struct ScaledSum {
-  double scale;
-  double sum;
-};
-ScaledSum emptyScaledSum();
-void addToScaledSum(ScaledSum& state, double element);
-
-// Euclidean norm that neither overflows nor underflows on the way; a NaN makes it NaN.
-double scaledNorm(const double* v, int count, int stride = 1);
+// The same in a fraction of the time and bit for bit, for more rows than columns, rows at most 16
+// doubles wide and kPaddingRows behind them: leaves `a` as it was and writes the triangle with its
+// right sides to the first rows of `r`, R(i, j) = r[i * a.stride + jpvt[j]]. `squares` holds the
+// sum of squares of each column.
+//
+// Returns the columns factored. Those that are left, if any, vanish against rounding, so that the
+// rank ends before them. Returns 0, `r` and `jpvt` being of no use then, where sums of squares
+// cannot tell the order of the columns for sure, and where something is not finite.
+int factorBySquares(const RowMatrix& a, double* r, const double* squares, int* jpvt,
+                    double* scratch);
 
 // The number of leading diagonal elements of R that stand clear of rounding, where `largerExtent`
 // is the larger extent of the matrix. A zero matrix has full rank by this rule.

@@ -190,8 +190,8 @@ int transitionsIn(std::span<double> results, std::int32_t curves) {
 
 // Forces the m-values of the curves with a fit onto a line in the logarithm of the label. The two
 // rows of the line are as long as there are such curves but are filled by the curves' numbers, so
-// that a failed curve counts as a point at 0, 0 and the curves past the end do not count (design.md:
-// trend points).
+// that a failed curve counts as a point at 0, 0 and the curves past the end do not count
+// (design.md: trend points).
 void forceMValueLine(const Series& series, std::span<double> results) {
   std::vector<std::int32_t> valid;
   for (std::int32_t c = 0; c < series.curves; ++c) {

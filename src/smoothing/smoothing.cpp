@@ -6,7 +6,7 @@
 #include <cstddef>
 
 #include "fit/linear_algebra.h"
-#include "fit/pivoted_qr.h"
+#include "fit/reflector.h"
 #include "frame/scalar_kit.h"
 
 namespace zolt {
@@ -60,19 +60,6 @@ std::size_t frameOf(std::size_t n) {
 
 using FrameColumn = std::array<double, kFrame>;
 
-// Applies the reflector of column `top`, whose tail is v below a leading 1, to a later column.
-void reflect(const FrameColumn& v, std::size_t top, double tau, std::size_t f, FrameColumn& c) {
-  double w = c[top];
-  for (std::size_t i = top + 1; i < f; ++i) {
-    w += v[i] * c[i];
-  }
-  w *= -tau;
-  c[top] += w;
-  for (std::size_t i = top + 1; i < f; ++i) {
-    c[i] += w * v[i];
-  }
-}
-
 // Orthonormal columns that span 1, t and t squared on a frame of `f` points centred on 0, by
 // Householder reflections without pivoting.
 std::array<FrameColumn, kTerms> orthonormalParabola(std::size_t f) {
@@ -85,26 +72,22 @@ std::array<FrameColumn, kTerms> orthonormalParabola(std::size_t f) {
   }
   std::array<double, kTerms> tau{};
   for (std::size_t j = 0; j < kTerms; ++j) {
-    FrameColumn& v = q[j];
-    const double tail = scaledNorm(v.data() + j + 1, static_cast<int>(f - j - 1));
-    if (tail == 0.0) {
-      continue;
-    }
-    const double length = scalarHypot(v[j], tail);
-    const double beta = v[j] >= 0.0 ? -length : length;
-    tau[j] = (beta - v[j]) / beta;
-    const double inverse = 1.0 / (v[j] - beta);
-    for (std::size_t i = j + 1; i < f; ++i) {
-      v[i] *= inverse;
+    double* column = q[j].data() + j;
+    const int below = static_cast<int>(f - j - 1);
+    const Reflector made = makeReflector(*column, scaledNorm(column + 1, below), column + 1, below);
+    tau[j] = made.tau;
+    for (int i = 1; i <= below; ++i) {
+      column[i] *= made.scale;
     }
     for (std::size_t k = j + 1; k < kTerms; ++k) {
-      reflect(v, j, tau[j], f, q[k]);
+      reflectColumn(tau[j], column + 1, below, q[k].data() + j, 1);
     }
   }
   for (std::size_t j = kTerms; j-- > 0;) {
     FrameColumn& v = q[j];
+    const int below = static_cast<int>(f - j - 1);
     for (std::size_t k = j + 1; k < kTerms; ++k) {
-      reflect(v, j, tau[j], f, q[k]);
+      reflectColumn(tau[j], v.data() + j + 1, below, q[k].data() + j, 1);
     }
     for (std::size_t i = j + 1; i < f; ++i) {
       v[i] *= -tau[j];
