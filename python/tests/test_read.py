@@ -192,6 +192,18 @@ def test_a_plate_is_joined_with_its_layout(tmp_path):
     assert second.details["well"] == "H12" and first.group == second.group == "p53 label 5"
 
 
+def test_a_workbook_of_plates_names_the_sheets_it_leaves(tmp_path):
+    plate, layout = write_plate(tmp_path, [["A1", "p53", 0, "", ""], ["A2", "p53", 1, "", ""]])
+    frame = pd.read_csv(plate, header=None)
+    with pd.ExcelWriter(tmp_path / "plate.xlsx") as book:
+        frame.to_excel(book, sheet_name="day 1", header=False, index=False)
+        frame.to_excel(book, sheet_name="day 2", header=False, index=False)
+    reading = read_file(tmp_path / "plate.xlsx", layout)
+    assert [curve.y.tolist() for curve in reading.curves] == [[1, 2]]
+    assert any(text.startswith("sheet 'day 2' left out") for text in reading.remarks())
+    assert read_file(tmp_path / "plate.xlsx", layout, sheet="day 2").curves[0].details["sheet"] == "day 2"
+
+
 PLATE_FAULTS = {
     "no such well": ([["Z9", "a", 1, "", ""]], "layout.csv, row 2, column 1: .*no well 'Z9'"),
     "the same well in two spellings": (
@@ -236,7 +248,7 @@ FOREIGN = {
     ),
     "no workbook in the package": (packed(readme="a text"), "a compressed file that is no workbook"),
     "a damaged package": (packed(readme="a text")[:40], "this workbook is damaged"),
-    "a cell far away": (far_cell(), "no data|no readings|one column|cells"),
+    "a cell far away": (far_cell(), "the table has 16384 columns; at most 5000 are read"),
     "binary": (bytes(range(256)) * 4, "binary data"),
     "a picture": (b"\x89PNG\r\n" + bytes(60), "a picture"),
     "a web page": (b"<!DOCTYPE html><table><tr><td>1</td></tr></table>", "a web page or XML"),
@@ -291,4 +303,5 @@ def test_curves_of_several_files_are_told_apart(tmp_path):
 def test_a_blank_column_is_a_curve_without_readings(tmp_path):
     (tmp_path / "f.csv").write_text("x,a,b\n0,1,\n1,2,\n")
     a, b = read_curves(tmp_path / "f.csv")
+    assert a.notes == ("no unit of concentration is stated; M assumed",)
     assert b.name == "b" and b.x.size == 0 and np.array_equal(a.y, [1, 2])

@@ -11,7 +11,7 @@ from .codes import explain
 from .fit import Fit, fit
 from .intervals import Intervals
 from .points import pick_states
-from .read import Curve, ReadError, read_curves
+from .read import Curve, ReadError, Reading, read_curves, read_file
 from .series import Series, fit_series
 
 __all__ = [
@@ -19,6 +19,7 @@ __all__ = [
     "Fit",
     "Intervals",
     "ReadError",
+    "Reading",
     "Series",
     "__version__",
     "explain",
@@ -28,5 +29,6 @@ __all__ = [
     "fit_series",
     "pick_states",
     "read_curves",
+    "read_file",
     "table_of",
 ]

@@ -40,7 +40,7 @@ READING = (
     click.option("--x", metavar="COLUMN", help="Name or number of the column of concentrations."),
     click.option("--columns", metavar="COLUMNS", help="Names or numbers of the signals, parted by commas."),
     click.option("--skip-rows", type=click.IntRange(0), metavar="N", help="Pass over the first N rows."),
-    click.option("--decimal", type=click.Choice([".", ","]), help="The decimal mark, where the file leaves it open."),
+    click.option("--decimal", type=click.Choice([".", ","]), help="The decimal mark, where it is open."),
     click.option("--denaturant", help="urea, GdmCl or another name."),
     click.option("--unit", help="Unit of the concentrations: M, mM, '% of 8 M', '% w/v'."),
 )  # fmt: skip
@@ -148,7 +148,8 @@ def main():
 @click.option("--report", type=click.Path(path_type=Path), help="Write one self-contained HTML page.")
 @click.option("--quiet", is_flag=True, help="No progress bar and no table.")
 def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, intervals, rounds,
-                seed, units, layout, workers, scheduler, out, curve_file, plots, picture, report, quiet, reading):
+                seed, units, layout, workers, scheduler, out, curve_file, plots, picture, report, quiet,
+                reading):
     """Fit every curve of the FILES and print a table.
 
     \b
@@ -195,7 +196,8 @@ def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, 
         from .report import write_report
 
         settings = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)),
-                    "read": "; ".join(source.read), **reading, **options, "intervals": sampling, "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
+                    "read": "; ".join(source.read), **reading, **options, "intervals": sampling,
+                    "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
         write_report(report, *map(list, zip(*fits)), units=units, settings=settings,
                      problems=source.problems)  # fmt: skip
     source.finish()

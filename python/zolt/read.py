@@ -18,6 +18,10 @@ from .reading.tables import curves_of
 from .reading.text import MOST_BYTES, decode, grid_of_text
 from .reading.workbook import grids_of_workbook, is_workbook
 
+_ON_ALL = (  # notes on a file that bear on the numbers of all its curves
+    "unit_assumed", "unit_converted", "x_assumed", "temperature_unclear", "beyond_solubility", "low_concentrations",
+)  # fmt: skip
+
 __all__ = ["Curve", "Note", "ReadError", "Reading", "read_curves", "read_file", "read_together"]
 
 
@@ -42,13 +46,16 @@ def read_file(path, layout=None, sheet=None, **options):
     grids, notes = _grids(Path(path), sheet, options.skip_rows)
     curves = []
     if layout is not None:
-        for grid in grids[:1]:
-            curves += plate_curves(grid, _layout_grid(Path(layout)), options)
-            notes += grid.notes
+        plate, *others = [grid for grid in grids if any(map(any, grid.rows))] or grids[:1]
+        curves = plate_curves(plate, _layout_grid(Path(layout)), options)
+        notes += plate.notes
+        for grid in others:
+            why = "the layout is of one sheet; --sheet takes another"
+            notes.append(Note("sheet_left_out", f"sheet '{grid.sheet}' left out: {why}"))
     else:
         curves = _curves_of_sheets(grids, options, notes)
     curves = number_replicates(curves)
-    if not any(curve.x.size for curve in curves) and not curves:
+    if not curves:
         raise ReadError(f"{path}: found no readings.")
     curves, renamed = tell_apart(curves)
     notes += renamed + identical_curves(curves)
@@ -77,7 +84,8 @@ def read_together(paths, layout=None, temperature=None, **options):
             kept = {c.temperature for c in own} - {None, temperature}
             if temperature is not None and kept:
                 stated = " and ".join(f"{value:g}" for value in sorted(kept))
-                text = f"{stated} °C of the file kept; {temperature:g} °C is for curves whose file is silent"
+                silent = f"{temperature:g} °C is for curves whose file is silent"
+                text = f"{stated} °C of the file kept; {silent}"
                 found.notes.append(Note("temperature_kept", text))
             names = {curve.name for curve in own}
             more = [note for note in notes if note.curve in names and note not in found.notes]
@@ -160,5 +168,5 @@ def _curves_of_sheets(grids, options, notes):
 
 def _with_notes(curve, notes):
     """The curve with the notes that concern it: its own, and those on all numbers of the file."""
-    own = [note.text for note in notes if note.curve == curve.name]
+    own = [n.text for n in notes if n.curve == curve.name or (n.curve is None and n.code in _ON_ALL)]
     return replace(curve, notes=tuple(own))

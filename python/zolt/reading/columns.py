@@ -10,6 +10,8 @@ from .numbers import AmbiguousMark, cell_of, has_thousands, proven_marks, values
 from .stated import Stated
 from .spellings import Header, header_of, unit_of
 
+LONGEST_HEADER = 400  # characters of a header that are looked at
+MOST_COLUMNS = 5000  # the wells of three of the largest plates
 KEYS = ("curve", "label", "replicate")  # roles of columns that say to which curve a row belongs
 
 
@@ -88,15 +90,17 @@ def table_of(block, stated, options):
     grid, rows = block.grid, block.body
     high, low = _headers(block, stated)
     width = max(len(grid.rows[r]) for r in rows)
+    if width > MOST_COLUMNS:
+        raise grid.fault(f"the table has {width} columns; at most {MOST_COLUMNS} are read.")
     named = bool(low)
     low, shift = _fit_header(block, low, width)
     width = max(width, len(low))
     high = [""] * shift + high
     group, columns = "", []
     for c in range(width):
-        over = tidy_name(high[c]) if c < len(high) else ""
+        over = tidy_name(high[c][:LONGEST_HEADER]) if c < len(high) else ""
         group = over or group
-        text = tidy_name(low[c]) if c < len(low) else ""
+        text = tidy_name(low[c][:LONGEST_HEADER]) if c < len(low) else ""
         header = header_of(text)
         cells = [cell_of(grid.cell(r, c)) for r in rows]
         if not text and not over and all(cell.kind == "blank" for cell in cells):
@@ -215,7 +219,8 @@ def read_numbers(table, column):
                 table.grid.note("thousands", f"{column} holds marks of thousands, which were taken as such")
         except AmbiguousMark as doubt:
             raise table.grid.fault(
-                f"'{shown(doubt.text)}' may be a decimal fraction or thousands; say --decimal . or --decimal ,",
+                f"'{shown(doubt.text)}' may be a decimal fraction or thousands; "
+                "say --decimal . or --decimal ,",
                 table.rows[doubt.place], column.place,
             ) from None  # fmt: skip
     return column.numbers

@@ -19,7 +19,8 @@ def concentrations(table, column, options):
     stated_unit = unit_of(str(options.unit)) if options.unit else None
     if options.unit and stated_unit is None:
         raise grid.fault(
-            f"--unit {shown(str(options.unit))} is no unit of concentration; M, mM, µM, g/L, '% of 8 M' and '% w/v' are."
+            f"--unit {shown(str(options.unit))} is no unit of concentration; "
+            "M, mM, µM, g/L, '% of 8 M' and '% w/v' are."
         )
     named = table.first("denaturant")
     if options.denaturant:

@@ -10,7 +10,8 @@ from .numbers import cell_of
 from .spellings import header_of, words_of
 
 _REPLICATE = re.compile(
-    r"(.*?)[\s_\-.,(\[]*\b(?:rep|replicate|replica|repeat|run|trial|replikat|n\s*=)[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)",
+    r"(.*?)[\s_\-.,(\[]*\b(?:rep|replicate|replica|repeat|run|trial|replikat|n\s*=)"
+    r"[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)",
     re.I,
 )
 _NUMBERED = re.compile(r"(.+?)(?:\.|\s*\()(\d{1,2})\)?")

@@ -109,7 +109,8 @@ def _well_table(grid, options):
                 for s in signals
             }
     raise grid.fault(
-        "expected a plate matrix with columns 1, 2, ... and rows A, B, ..., or a table with the columns well and signal."
+        "expected a plate matrix with columns 1, 2, ... and rows A, B, ..., "
+        "or a table with the columns well and signal."
     )
 
 
@@ -150,8 +151,10 @@ def plate_curves(grid, layout, options):
                 f"{grid.source} has no well '{shown(cell.text)}'.", table.rows[i], roles["well"].place
             )
         if well in seen:
-            raise layout.fault(f"well {well} is there twice; it stands in {layout.row_names[table.rows[seen[well]]]} too.",
-                               table.rows[i], roles["well"].place)  # fmt: skip
+            other = layout.row_names[table.rows[seen[well]]]
+            raise layout.fault(
+                f"well {well} is there twice; it stands in {other} too.", table.rows[i], roles["well"].place
+            )
         seen[well] = i
         places[i] = well
     molar = concentrations(table, roles["x"], options)
@@ -201,6 +204,8 @@ def _curve(grid, layout, table, roles, key, rows, molar, places, wells, stated, 
     if (column := roles.get("temperature")) is not None:
         temperature = _layout_temperature(layout, table, column, rows)
     details = {"file": Path(grid.source).name, "well": " ".join(well for _, _, well in used)}
+    if grid.sheet:
+        details["sheet"] = grid.sheet
     return Curve(
         name, np.array([u[0] for u in used], float), np.array([u[1] for u in used], float), temperature,
         plain_value(label), plain_value(replicate), details, group=group,

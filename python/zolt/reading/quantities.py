@@ -13,7 +13,8 @@ _TEMPERATURE_UNIT_OF = {
 _UNITS = "|".join(sorted(map(re.escape, _TEMPERATURE_UNIT_OF), key=len, reverse=True))
 _VALUE = r"([+-]?\d+(?:[.,]\d+)?)"
 _TEMPERATURE = re.compile(
-    rf"(?:about|approx\.?|ca\.?|c\.|~|≈)?\s*{_VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?({_UNITS})?\s*\.?(?:[(,;].*)?"
+    rf"(?:about|approx\.?|ca\.?|c\.|~|≈)?\s*{_VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?"
+    rf"({_UNITS})?\s*\.?(?:[(,;].*)?"
 )
 _IN_NAME = re.compile(rf"(?<![\w.,]){_VALUE}\s*(°\s*c|º\s*c|deg\s?c|degrees\s?c|c|k)(?![\w%])")
 _DEGREES = re.compile(rf"{_VALUE}\s*(?:(?:°|º|deg\.?)\s*c|degrees|kelvin)(?!\w)")

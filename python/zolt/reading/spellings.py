@@ -22,7 +22,8 @@ _HEADERS = {
     for role, entry in SPELLINGS["headers"].items()
 }
 _OF_STOCK = re.compile(
-    r"(%|fraction|part)\s*(?:\(?v/?v\)?)?\s*(?:of|von|from)?\s*(?:an?|the)?\s*(\d+(?:[.,]\d+)?)\s*(?:m|molar)\b(?:\s*stock)?"
+    r"(%|fraction|part)\s*(?:\(?v/?v\)?)?\s*(?:of|von|from)?\s*(?:an?|the)?"
+    r"\s*(\d+(?:[.,]\d+)?)\s*(?:m|molar)\b(?:\s*stock)?"
 )
 _BRACKETS = re.compile(r"[(\[{]([^()\[\]{}]*)[)\]}]")
 _BREAK = re.compile(r"[^\w%°±#+.μ·]+|_+|(?<!\d)\.|\.(?!\d)")
@@ -119,6 +120,7 @@ def _without_unit(text):
 @lru_cache(4096)
 def header_of(text):
     """What a header says, as a `Header`."""
+    text = text[:400]
     if match := re.fullmatch(r"(\w+?)_?(m?m)", plain(text)):  # 'ureaM'
         text = f"{match[1]} {match[2]}" if match[1] in _DENATURANT_OF and len(match[1]) > 3 else text
     every = words_of(text)

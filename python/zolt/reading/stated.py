@@ -6,6 +6,7 @@ from dataclasses import dataclass
 from .quantities import degrees_in, temperature_from, temperature_unit
 from .spellings import SPELLINGS, Unit, denaturant_in, denaturant_of, header_of, plain, unit_of
 
+_LONGEST_LINE = 400  # characters of a line that are looked at
 _WORDS_VALUE = re.compile(r"\W*([^\d:=]+?)\s+([+-]?\d.*)")
 _KEY_VALUE = re.compile(r"\s*([^:=\t;,]{1,60}?)\s*[:=\t;,]\s*(\S.*)")
 
@@ -89,6 +90,7 @@ def stated_around(grid, rows):
 
 def _sort(text, pairs, texts):
     """A line is a pair of key and value, or running text."""
+    text = text[:_LONGEST_LINE]
     if text.count("=") + text.count(":") > 1:  # several statements in a line
         for part in re.split(r"[,;]\s+", text)[1:]:
             if match := _KEY_VALUE.fullmatch(part):

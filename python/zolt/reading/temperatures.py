@@ -33,7 +33,8 @@ def temperature_column(table, keys):
     if levels.size > 1 and np.ptp(levels) > 1.0:
         if min(groups.values()) < 3:
             raise table.grid.fault(
-                f"the temperatures run from {levels[0]:g} to {levels[-1]:g} °C; a curve needs one temperature.",
+                f"the temperatures run from {levels[0]:g} to {levels[-1]:g} °C; "
+                "a curve needs one temperature.",
                 None,
                 column.place,
             )

@@ -54,12 +54,16 @@ def grids_of_workbook(source, raw, skip_rows=0):
 
 
 def _contents(source, raw):
-    """Names of a package's entries and whether its sheets hold formulas; refuses what would fill the memory."""
+    """Names of a package's entries, and whether its sheets hold formulas.
+
+    What would fill the memory once it is unpacked is refused.
+    """
     with zipfile.ZipFile(io.BytesIO(raw)) as package:
         size = sum(entry.file_size for entry in package.infolist())
         if size > MOST_UNPACKED:
             raise ReadError(
-                f"{source}: this workbook unpacks to {size / 1e6:.0f} MB; at most {MOST_UNPACKED / 1e6:.0f} MB are read."
+                f"{source}: this workbook unpacks to {size / 1e6:.0f} MB; "
+                f"at most {MOST_UNPACKED / 1e6:.0f} MB are read."
             )
         names = package.namelist()
         sheets = [name for name in names if name.startswith("xl/worksheets/")]
