@@ -1,7 +1,7 @@
 // The two libraries in the module, as functions on plain objects. Everything numerical is theirs;
 // here arguments are copied in and results out.
-import * as records from '../generated/records';
-import {Layout, readRecord, writeRecord} from './layout';
+import * as records from "../generated/records";
+import { Layout, readRecord, writeRecord } from "./layout";
 
 type Exports = Record<string, (...values: any[]) => any> & {memory: WebAssembly.Memory};
 
@@ -69,7 +69,7 @@ class Room {
   }
   bytes(count: number): number {
     const at = this.calls.zolt_allocate(Math.max(count, 8));
-    if (at === 0) throw new Error('The browser gives no more memory.');
+    if (at === 0) throw new Error("The browser gives no more memory.");
     this.taken.push(at);
     return at;
   }
@@ -106,7 +106,7 @@ class Room {
     const at = this.bytes(size * list.length);
     list.forEach((curve, i) => {
       if (curve.y.length !== curve.x.length || (curve.sd && curve.sd.length !== curve.x.length)) {
-        throw new Error('A curve needs as many signals as concentrations.');
+        throw new Error("A curve needs as many signals as concentrations.");
       }
       const record = {
         x: this.doubles(curve.x), y: this.doubles(curve.y),
@@ -132,7 +132,7 @@ export class Engine {
     this.calls._initialize();
     for (const [record, layout] of SIZES) {
       if (this.calls.ZOLTI_size(record) !== layout.size) {
-        throw new Error('The module and the page are not of one build.');
+        throw new Error("The module and the page are not of one build.");
       }
     }
   }
@@ -153,7 +153,7 @@ export class Engine {
   /** The hash of all results of the engine, as its tests pin it. */
   resultHash(): string {
     const hash = BigInt.asUintN(64, this.calls.zolt_result_hash());
-    return hash.toString(16).padStart(16, '0');
+    return hash.toString(16).padStart(16, "0");
   }
 
   usualOptions(): records.Options {
@@ -282,9 +282,9 @@ export class Engine {
         made.push(record, room.view.getInt32(record + RECORD_SIZES, true));
         return record;
       };
-      const results = wrap('real', room.doubles(vectors.flat()), 1, n * records.ENGINE_LENGTH);
-      const rows = [0, 1, 2].map(() => wrap('real', room.bytes(8 * n), 1, n));
-      const used = wrap('int32', room.bytes(4 * n), 1, n);
+      const results = wrap("real", room.doubles(vectors.flat()), 1, n * records.ENGINE_LENGTH);
+      const rows = [0, 1, 2].map(() => wrap("real", room.bytes(8 * n), 1, n));
+      const used = wrap("int32", room.bytes(4 * n), 1, n);
       const line = room.bytes(4 * 8), size = room.integers([1, n]);
       this.calls.ZOLTA_dGtrend_calc(room.doubles(labels), size, results,
           room.integers(labels.map(() => 1)), size, 1, ...rows, used, line);

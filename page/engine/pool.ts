@@ -1,7 +1,7 @@
 // Tasks over a pool of workers made from the page's own script; on the page's thread where the
 // browser allows no workers. Jobs can be stopped: workers that are at work for one are ended.
-import {Outcome, Runner} from './runner';
-import {Task} from './tasks';
+import { Outcome, Runner } from "./runner";
+import { Task } from "./tasks";
 
 interface Waiting {
   task: Task;
@@ -16,8 +16,8 @@ interface Member {
   job: Waiting | null;
 }
 
-export const stopped = () => new DOMException('Stopped.', 'AbortError');
-export const isStop = (fault: unknown) => fault instanceof DOMException && fault.name === 'AbortError';
+export const stopped = () => new DOMException("Stopped.", "AbortError");
+export const isStop = (fault: unknown) => fault instanceof DOMException && fault.name === "AbortError";
 
 const SLICE = 30;  // ms of work on the page's own thread before it looks up
 
@@ -31,7 +31,7 @@ export class Pool {
 
   constructor(private readonly module: WebAssembly.Module, script: string,
               private readonly size: number) {
-    this.url = script ? URL.createObjectURL(new Blob([script], {type: 'text/javascript'})) : null;
+    this.url = script ? URL.createObjectURL(new Blob([script], {type: "text/javascript"})) : null;
     if (!this.url) this.local = new Runner(module);
     this.grow();
   }
@@ -46,11 +46,11 @@ export class Pool {
       if (signal?.aborted) return reject(stopped());
       const job = {task, signal, resolve, reject};
       (first ? this.urgent : this.waiting).push(job);
-      signal?.addEventListener('abort', () => this.stop(job), {once: true});
+      signal?.addEventListener("abort", () => this.stop(job), {once: true});
       this.dispatch();
     });
     return outcome.then((told) => {
-      if ('fault' in told) throw new Error(told.fault);
+      if ("fault" in told) throw new Error(told.fault);
       return told.answer as T;
     });
   }

@@ -1,7 +1,7 @@
 // One instance of the module that answers tasks, in a worker or on the page's own thread. A trap
 // costs the task that met it; a fresh instance takes the next.
-import {Engine} from './engine';
-import {Task, run} from './tasks';
+import { Engine } from "./engine";
+import { Task, run } from "./tasks";
 
 export type Outcome = {answer: unknown} | {fault: string};
 
@@ -17,7 +17,7 @@ export class Runner {
       return {answer: run(this.engine, task)};
     } catch (fault) {
       if (fault instanceof WebAssembly.RuntimeError) {
-        return {fault: 'The engine stopped at this curve; the others are not touched.'};
+        return {fault: "The engine stopped at this curve; the others are not touched."};
       }
       return {fault: fault instanceof Error ? fault.message : String(fault)};
     }

@@ -1,12 +1,12 @@
 // What a worker is asked and what it answers. Requests and answers are plain data.
-import * as records from '../generated/records';
-import {Drawing, Engine, OneFit, Readings} from './engine';
+import * as records from "../generated/records";
+import { Drawing, Engine, OneFit, Readings } from "./engine";
 
 /** What a person chose for the fits. */
 export interface Choices {
-  states: 'auto' | 2 | 3 | 4;
-  native: 'line' | 'flat' | 'given';
-  denatured: 'line' | 'flat' | 'given';
+  states: "auto" | 2 | 3 | 4;
+  native: "line" | "flat" | "given";
+  denatured: "line" | "flat" | "given";
   baseline: [number, number, number, number];  // intercept and slope of each given side
   heldM: number | null;                        // cal/mol per unit of x
   sdKnown: boolean;
@@ -26,13 +26,13 @@ export interface Detail {
 }
 
 export type Task =
-  | {kind: 'fit'; curve: Readings; choices: Choices}
-  | {kind: 'detail'; curve: Readings; choices: Choices; fit: records.Fit}
-  | {kind: 'bootstrap'; curve: Readings; choices: Choices; fit: records.Fit; rounds: number; seed: number}
-  | {kind: 'global'; curves: Readings[]; choices: Choices; transitions: number; reference: number}
-  | {kind: 'compare'; curves: Readings[]; choices: Choices; reference: number}
-  | {kind: 'trend'; labels: number[]; vectors: number[][]}
-  | {kind: 'hash'};
+  | {kind: "fit"; curve: Readings; choices: Choices}
+  | {kind: "detail"; curve: Readings; choices: Choices; fit: records.Fit}
+  | {kind: "bootstrap"; curve: Readings; choices: Choices; fit: records.Fit; rounds: number; seed: number}
+  | {kind: "global"; curves: Readings[]; choices: Choices; transitions: number; reference: number}
+  | {kind: "compare"; curves: Readings[]; choices: Choices; reference: number}
+  | {kind: "trend"; labels: number[]; vectors: number[][]}
+  | {kind: "hash"};
 
 const KINDS = {line: records.LINE, flat: records.FLAT, given: records.GIVEN};
 const GRID = 240;
@@ -49,7 +49,7 @@ function optionsOf(engine: Engine, choices: Choices): records.Options {
 
 function fit(engine: Engine, curve: Readings, choices: Choices): FitAnswer {
   const options = optionsOf(engine, choices);
-  if (choices.states === 'auto') return engine.decide(curve, 4, options);
+  if (choices.states === "auto") return engine.decide(curve, 4, options);
   const one = engine.fit(curve, choices.states - 1, options);
   return {...one, evidence: null, sentence: engine.sentence(one.fit.status)};
 }
@@ -71,20 +71,20 @@ function detail(engine: Engine, curve: Readings, choices: Choices, of: records.F
 
 export function run(engine: Engine, task: Task): unknown {
   switch (task.kind) {
-    case 'fit': return fit(engine, task.curve, task.choices);
-    case 'detail': return detail(engine, task.curve, task.choices, task.fit);
-    case 'bootstrap':
+    case "fit": return fit(engine, task.curve, task.choices);
+    case "detail": return detail(engine, task.curve, task.choices, task.fit);
+    case "bootstrap":
       return engine.intervals(task.curve, optionsOf(engine, task.choices), task.fit,
                               records.BOOTSTRAP, task.choices.level, task.rounds, task.seed);
     // Nothing may be held where values are shared.
-    case 'global':
+    case "global":
       return engine.fitGlobal(task.curves, task.transitions, records.SHARE_M,
                               optionsOf(engine, {...task.choices, heldM: null}), task.reference,
                               task.choices.level);
-    case 'compare':
+    case "compare":
       return engine.compare(task.curves, optionsOf(engine, {...task.choices, heldM: null}),
                             task.reference, task.choices.level);
-    case 'trend': return engine.trend(task.labels, task.vectors);
-    case 'hash': return engine.resultHash();
+    case "trend": return engine.trend(task.labels, task.vectors);
+    case "hash": return engine.resultHash();
   }
 }
