@@ -22,12 +22,14 @@ const byId = (id: string) => document.getElementById(id) as HTMLElement;
 /** Left here by the loader. */
 declare const zoltModule: WebAssembly.Module;
 
+const REDRAW = 1000;  // ms between drawings of everything while many curves are fitted
 const WELCOME = "An example is fitted below: drop a file with your own curves anywhere, or paste a table.";
 
 class Page {
   private readonly state: State = newState();
   private readonly fits: Fits;
-  private drawn = false;  // a drawing is due with the next frame
+  private due = false;    // a drawing is due with the next frame
+  private shown = 0;      // when everything was drawn last
 
   constructor(private readonly pool: Pool) {
     this.fits = new Fits(pool, this.state, () => this.render());
@@ -41,24 +43,31 @@ class Page {
   // What is shown.
 
   private render() {
-    if (this.drawn) return;
-    this.drawn = true;
+    if (this.due) return;
+    this.due = true;
     requestAnimationFrame(() => {
-      this.drawn = false;
-      this.show();
+      this.due = false;
+      this.showProgress();
+      // While many curves are fitted, drawing all anew with each would take longer than the fits.
+      const { progress } = this.state;
+      const working = progress !== null && progress.done > 0 && progress.done < progress.all;
+      if (!working || performance.now() - this.shown > REDRAW) this.show();
     });
+  }
+
+  private showProgress() {
+    const { progress, message } = this.state;
+    byId("message").textContent = message;
+    byId("progress").hidden = !progress || progress.all < 2;
+    if (!progress) return;
+    (byId("bar") as HTMLProgressElement).value = progress.done / Math.max(progress.all, 1);
+    byId("count").textContent = `${progress.done} of ${progress.all} curves`;
   }
 
   private show() {
     const { state } = this;
     const many = state.entries.length > 1;
-    byId("message").textContent = state.message;
     replace("faults", state.faults.map((words) => h("p", {}, words)));
-    byId("progress").hidden = !state.progress || state.progress.all < 2;
-    if (state.progress) {
-      (byId("bar") as HTMLProgressElement).value = state.progress.done / Math.max(state.progress.all, 1);
-      byId("count").textContent = `${state.progress.done} of ${state.progress.all} curves`;
-    }
     document.querySelector("main")!.classList.toggle("alone", !many);
     replace("choices", choicesView(state));
     replace("curves", many ? [listView(state)] : []);
@@ -70,6 +79,7 @@ class Page {
     replace("set", many ? [setView(state)] : []);
     if ((byId("read") as HTMLDetailsElement).open) replace("tables", [tablesView(state)]);
     byId("read").hidden = state.opened.length === 0;
+    this.shown = performance.now();
   }
 
   private picture(live: boolean): Markup | null {

@@ -30,7 +30,7 @@ export function panel(box: Box, xs: [number, number], ys: [number, number], titl
   const x = linear(xs[0], xs[1], left, left + width);
   const y = linear(ys[0], ys[1], bottom, top);
   const xMarks = marks(xs[0], xs[1], width / 70);
-  const yMarks = marks(ys[0], ys[1], Math.max(height / 45, 2));
+  const yMarks = marks(ys[0], ys[1], Math.max(height / 45, 3));
   const across = markLabels(xMarks), up = markLabels(yMarks);
   const times = (power: number) => (power ? ` (10${superscript(power)})` : "");
   const parts: Child[] = [
