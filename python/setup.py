@@ -1,4 +1,4 @@
-"""Puts the engine's shared library into the package, so that an installed zolt finds it."""
+"""Puts the engine's shared library into the package, so that an installed zolt finds it, and the page."""
 
 import os
 import shutil
@@ -36,6 +36,11 @@ class BuildWithLibrary(build_py):
         target.mkdir(parents=True, exist_ok=True)
         scratch = Path(self.build_lib).resolve().parent / "engine"
         shutil.copyfile(shared_library(scratch), target / NAME)
+        page = TOP / "out" / "zolt.html"
+        if page.is_file():  # made by script/page
+            target = target.parent / "page"
+            target.mkdir(exist_ok=True)
+            shutil.copyfile(page, target / page.name)
 
 
 class PlatformDistribution(Distribution):

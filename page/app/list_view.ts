@@ -1,8 +1,7 @@
 // The curves as rows to choose from, and the table of what was read.
 import { Markup, h } from "../figure/markup";
 import type { ColumnShown, Role } from "../reader/index";
-import { withError } from "./numbers";
-import { CAL_PER_UNIT } from "./numbers";
+import { CAL_PER_UNIT, withError } from "./numbers";
 import { valueOf } from "./pictures";
 import { Entry, SORTS, State, fitOf } from "./state";
 import { table } from "./result_view";
@@ -19,6 +18,9 @@ export function listed(state: State): Entry[] {
 
 const MOST_ROWS = 400;
 
+/** The value with the digits that its error allows; the error stands beside the figure. */
+const told = (value: number, error: number) => withError(value, error).split(" ±")[0];
+
 export function listView(state: State): Markup {
   const rows = listed(state), per = CAL_PER_UNIT[state.unit];
   const shownRows = rows.slice(0, MOST_ROWS).map((entry) => {
@@ -28,8 +30,8 @@ export function listView(state: State): Markup {
         "data-act": "choose", "data-key": entry.key, "aria-current": entry.key === state.chosen ? "true" : null, class: "row",
       }, entry.name || "(no name)")),
       h("td", {}, fit ? String(fit.transitions + 1) : entry.answer || entry.fault ? "none" : "…"),
-      h("td", {}, fit ? withError(fit.Cm[0], fit.Cm_se[0]) : ""),
-      h("td", {}, fit ? withError(fit.dG[0] / per, fit.dG_se[0] / per) : ""),
+      h("td", {}, fit ? told(fit.Cm[0], fit.Cm_se[0]) : ""),
+      h("td", {}, fit ? told(fit.dG[0] / per, fit.dG_se[0] / per) : ""),
       h("td", {}, warned ? h("span", { role: "img", "aria-label": `${warned} warnings`, title: warningsOf(entry).join(" ") }, "⚠") : ""),
     ];
   });

@@ -80,6 +80,7 @@ class Page {
     if ((byId("read") as HTMLDetailsElement).open) replace("tables", [tablesView(state)]);
     byId("read").hidden = state.opened.length === 0;
     this.shown = performance.now();
+    if (state.entries.some(({ answer }) => answer)) performance.mark("fit shown");
   }
 
   private picture(live: boolean): Markup | null {

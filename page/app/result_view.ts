@@ -16,8 +16,8 @@ const OUTCOMES: Record<number, string> = {
   [records.SERVES_AS_WELL]: "a curve without a transition serves as well",
 };
 
-const cells = (tag: string, ...values: (string | Markup)[]) => values.map((value, i) =>
-  h(i === 0 ? "th" : tag, i === 0 ? { scope: "row" } : {}, value));
+const cells = (...values: string[]) => values.map((value, i) =>
+  h(i === 0 ? "th" : "td", i === 0 ? { scope: "row" } : { class: value.length > 24 ? "words" : null }, value));
 
 export function table(head: string[], rows: Child[][], caption: string): Markup {
   return h("div", { class: "scroll" }, h("table", {}, h("caption", {}, caption),
@@ -43,12 +43,12 @@ function numbers(state: State): Markup {
   for (let t = 0; t < fit.transitions; ++t) {
     const n = fit.transitions > 1 ? ` ${t + 1}` : "";
     const add = (name: string, of: string, value: number, error: number, range: number[] | undefined) =>
-      rows.push(cells("td", `${name}${n}`, withError(value, error), of,
+      rows.push(cells(`${name}${n}`, withError(value, error), of,
                       range ? interval(range as [number, number], error) : "…"));
     add("ΔG", `${state.unit}/mol`, fit.dG[t] / per, fit.dG_se[t] / per, ends?.dG[t].map((end) => end / per));
     add("Cm", "M", fit.Cm[t], fit.Cm_se[t], ends?.Cm[t]);
     add("m", `${state.unit}/mol/M`, fit.m[t] / per, fit.m_se[t] / per, ends?.m[t].map((end) => end / per));
-    if (fit.transitions > 1) rows.push(cells("td", `share${n}`, withError(fit.weight[t], fit.weight_se[t]), "", ""));
+    if (fit.transitions > 1) rows.push(cells(`share${n}`, withError(fit.weight[t], fit.weight_se[t]), "", ""));
   }
   return h("div", {},
     table(["", "value ± standard error", "", `${level} interval`], rows, `${fit.transitions + 1} states`),
@@ -56,7 +56,7 @@ function numbers(state: State): Markup {
 }
 
 function evidence(found: records.Evidence, sentence: string, fitted: boolean): Markup {
-  const rows = found.row.filter(({ tried, outcome }) => tried || outcome !== records.NOT_TRIED).map((row) => cells("td",
+  const rows = found.row.filter(({ tried, outcome }) => tried || outcome !== records.NOT_TRIED).map((row) => cells(
     MODELS[row.model], String(row.parameters), row.tried ? short(row.residual_sd, 3) : "–",
     row.aicc_difference >= 0 ? short(row.aicc_difference, 3) : "–", probability(row.p),
     row.states === 0 ? "" : OUTCOMES[row.outcome] ?? ""));

@@ -30,6 +30,8 @@ interface Size {
   height: number;
 }
 
+const NARROW = 480;
+
 /** The reading's place of a quantity: the signal itself, or its share of the way between baselines. */
 function shown(picture: CurvePicture, quantity: Quantity): number[] {
   const at = picture.atReadings;
@@ -77,7 +79,7 @@ export function curveFigure(picture: CurvePicture, quantity: Quantity, { width, 
   return sheet(width, height, figureWords(picture), palette,
     h("defs", {}, clip),
     h("text", { x: left, y: 18, "font-size": 15, "font-weight": "bold", fill: palette.ink }, picture.name),
-    legend(picture, quantity, left, 36, palette),
+    legend(picture, quantity, left, width, palette),
     upper.frame,
     ...drawn);
 }
@@ -209,10 +211,12 @@ function handles(picture: CurvePicture, at: Panel, top: number, height: number, 
 }
 
 /** What the signs mean, in one row above the panel. */
-function legend(picture: CurvePicture, quantity: Quantity, left: number, y: number, palette: Palette): Markup {
+function legend(picture: CurvePicture, quantity: Quantity, left: number, width: number, palette: Palette): Markup {
   const parts: Child[] = [];
-  let x = left;
+  let x = width < NARROW ? 8 : left;
+  const y = 36;
   const entry = (sign: Markup, words: string) => {
+    if (x + 30 + 6.1 * words.length > width) return;  // better none than a cut one
     parts.push(h("g", { transform: `translate(${x} ${y})` }, sign, h("text", { x: 24, y: 0, fill: palette.ink }, words)));
     x += 40 + 6.1 * words.length;
   };

@@ -13,6 +13,9 @@ export interface OverlayCurve {
   gridFraction: readonly number[];
 }
 
+/** From where the colours come round again, lines are broken. */
+const dashes = (i: number) => (i >= SERIES.length ? "6 3" : null);
+
 /** Fraction denatured of several curves in one panel. */
 export function overlayFigure(curves: OverlayCurve[], xTitle: string, width: number, height: number, palette: Palette): Markup {
   const left = 70, top = 20, beside = 170;
@@ -25,11 +28,11 @@ export function overlayFigure(curves: OverlayCurve[], xTitle: string, width: num
       return y > -0.15 && y < 1.15 && h("circle", { cx: at.x(x), cy: at.y(y), r: 2.8, fill: colour, "fill-opacity": 0.75 });
     });
     return h("g", {},
-      h("path", { d: pathOf(curve.gridX, curve.gridFraction, at), fill: "none", stroke: colour, "stroke-width": 1.8, "stroke-dasharray": i >= SERIES.length ? "6 3" : null }),
+      h("path", { d: pathOf(curve.gridX, curve.gridFraction, at), fill: "none", stroke: colour, "stroke-width": 1.8, "stroke-dasharray": dashes(i) }),
       ...dots);
   });
   const names = curves.map((curve, i) => h("g", { transform: `translate(${width - beside + 14} ${top + 12 + 18 * i})` },
-    h("path", { d: "M0 -4h18", stroke: SERIES[i % SERIES.length], "stroke-width": 3 }),
+    h("path", { d: "M0 -4h18", stroke: SERIES[i % SERIES.length], "stroke-width": 3, "stroke-dasharray": dashes(i) }),
     h("text", { x: 24, fill: palette.ink }, curve.name.length > 20 ? `${curve.name.slice(0, 19)}…` : curve.name)));
   return sheet(width, height, `Fraction denatured of ${curves.length} curves`, palette, at.frame, ...drawn, ...names);
 }

@@ -100,4 +100,4 @@ class Browser:
         return json.loads(self.export("session", "session.json"))
 
 
-__all__ = ["Browser", "Keys", "PAGE", "TOP"]
+__all__ = ["Browser", "DRIVER", "Keys", "PAGE", "TOP"]
