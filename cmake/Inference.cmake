@@ -1,15 +1,27 @@
 # ZOLTInference: what stands on the engine's exports. Eigen and Boost.Math are headers only, and no
 # consumer needs them.
-find_path(EIGEN_INCLUDE Eigen/Core PATH_SUFFIXES eigen3 REQUIRED)
-find_path(BOOST_INCLUDE boost/math/distributions/students_t.hpp REQUIRED)
+find_path(EIGEN_INCLUDE Eigen/Core PATHS /usr/include PATH_SUFFIXES eigen3 REQUIRED)
+find_path(BOOST_INCLUDE boost/math/distributions/students_t.hpp PATHS /usr/include REQUIRED)
+set(boost_include ${BOOST_INCLUDE})
+if(CMAKE_CROSSCOMPILING)
+  # Beside Boost lie the headers of this machine's C library, which no other target may see.
+  set(boost_include ${PROJECT_BINARY_DIR}/headers)
+  file(MAKE_DIRECTORY ${boost_include})
+  file(CREATE_LINK ${BOOST_INCLUDE}/boost ${boost_include}/boost SYMBOLIC)
+endif()
 
 file(GLOB inference_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/inference/*.cpp)
 add_library(zolt_inference_objects OBJECT ${inference_sources})
 target_include_directories(zolt_inference_objects
   PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
-target_include_directories(zolt_inference_objects SYSTEM PUBLIC ${EIGEN_INCLUDE} ${BOOST_INCLUDE})
+target_include_directories(zolt_inference_objects SYSTEM PUBLIC ${EIGEN_INCLUDE} ${boost_include})
 target_compile_definitions(zolt_inference_objects PUBLIC ZOLTI_BUILDING_LIBRARY)
 target_link_libraries(zolt_inference_objects PRIVATE zolt_options)
+if(CMAKE_SYSTEM_NAME STREQUAL "Generic")
+  # WebAssembly has no threads and its runtime no mutex: Boost's, which nothing here uses, stays out.
+  target_compile_definitions(zolt_inference_objects PRIVATE
+    BOOST_SMART_PTR_DETAIL_LIGHTWEIGHT_MUTEX_HPP_INCLUDED)
+endif()
 if(NOT MSVC)
   # Nothing here throws, and so the libraries of headers must not either.
   target_compile_options(zolt_inference_objects PRIVATE -fno-exceptions)

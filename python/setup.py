@@ -1,4 +1,4 @@
-"""Puts the two shared libraries into the package, so that an installed zolt finds it."""
+"""Puts the two shared libraries into the package, so that an installed zolt finds them, and the page."""
 
 import os
 import shutil
@@ -40,6 +40,11 @@ class BuildWithLibrary(build_py):
         shutil.copyfile(folder / f"lib{INFERENCE}.so", target / f"lib{INFERENCE}.so")
         # By the name that the inference library asks for, since a wheel holds no links.
         shutil.copyfile(folder / f"lib{ENGINE}.so", target / f"lib{ENGINE}.so.{major}")
+        page = TOP / "out" / "zolt.html"
+        if page.is_file():  # made by script/page
+            target = target.parent / "page"
+            target.mkdir(exist_ok=True)
+            shutil.copyfile(page, target / page.name)
 
 
 class PlatformDistribution(Distribution):

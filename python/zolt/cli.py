@@ -2,6 +2,7 @@
 
 import sys
 import time
+import webbrowser
 from functools import wraps
 from pathlib import Path
 
@@ -13,6 +14,7 @@ from ._version import __version__
 from .batch import fit_each, table_of
 from .model import CAL_PER_UNIT
 from .output import curve_table, draw_all, print_fits, write_table
+from .page import write_page
 from .points import pick_states
 from .read import ReadError, read_together
 
@@ -348,3 +350,20 @@ def smooth(files, width, out):
     else:
         click.echo(table.to_csv(index=False), nl=False)
     source.finish()
+
+
+@main.command()
+@click.argument("path", default="zolt.html", type=click.Path(path_type=Path))
+@click.option("--open/--no-open", "show", default=True, help="Open it in the browser.  [default: open]")
+def page(path, show):
+    """Write the page, one file that does the whole analysis in a browser, to PATH [zolt.html].
+
+    It needs no network and sends nothing: give it to whoever has curves and a browser.
+    """
+    try:
+        written = write_page(path).resolve()
+    except OSError as fault:
+        raise click.ClickException(str(fault)) from None
+    click.echo(f"wrote {written}")
+    if show and not webbrowser.open(written.as_uri()):
+        click.echo("No browser was found; open the file in one.", err=True)

@@ -1,0 +1,54 @@
+// Curves compared with one of them: one m for all, mean m, plain difference; and a series' trend.
+import { Markup, h } from "../figure/markup";
+import { CAL_PER_UNIT, interval, probability, short, withError } from "./numbers";
+import { State, fitOf } from "./state";
+import { table } from "./result_view";
+
+const cell = (words: string) => h("td", {}, words);
+
+export function setView(state: State): Markup {
+  const fitted = state.entries.filter(fitOf);
+  if (fitted.length < 2) return h("div", {});
+  const labelled = fitted.filter(({ label }) => typeof label === "number" && label > 0);
+  return h("div", {},
+    h("h2", {}, "Several curves"),
+    h("div", { class: "bar" },
+      h("label", {}, "Reference ", h("select", { id: "reference", "data-set": "reference" },
+        ...fitted.map(({ key, name }) => h("option", { value: key, selected: key === state.reference }, name)))),
+      h("button", { type: "button", "data-act": "compare", id: "compare" }, "Compare all with the reference"),
+      new Set(labelled.map(({ label }) => label)).size > 1 &&
+        h("button", { type: "button", "data-act": "trend", id: "trend" }, "Trend with the label")),
+    state.set?.fault ? h("p", { role: "alert" }, state.set.fault) : null,
+    state.set?.comparison ? comparison(state) : null,
+    state.set?.trend ? trend(state) : null);
+}
+
+function comparison(state: State): Markup {
+  const { keys, reference, comparison: found } = state.set!, per = CAL_PER_UNIT[state.unit];
+  const { global, rows } = found!, names = new Map(state.entries.map(({ key, name }) => [key, name]));
+  const unit = `${state.unit}/mol`;
+  const told = rows.map((row, i) => [h("th", { scope: "row" }, names.get(keys[i]) ?? ""), ...(keys[i] === reference
+    ? [cell("reference")]
+    : row.status !== 0 ? [cell("no fit")]
+    : [cell(withError(row.dCm, row.dCm_se)),
+      ...(["shared", "mean_m", "plain"] as const).flatMap((way) => {
+        const [value, error] = [row[`${way}_ddG`] / per, row[`${way}_se`] / per];
+        return [cell(withError(value, error)), cell(interval(row[`${way}_interval`].map((end) => end / per) as [number, number], error))];
+      })])]);
+  return h("div", {},
+    h("p", {}, `One m for all: ${withError(global.shared[0] / per, global.shared_se[0] / per)} ${unit}/M. ` +
+      `Shared against free m: F ${short(global.F, 3)}, p ${probability(global.p)}. ` +
+      (global.p >= 0 && global.p < 0.01 ? "The curves do not share one m: use the other columns." : "Nothing speaks against one m.")),
+    table(["curve", "ΔCm (M)", `ΔΔG, one m (${unit})`, "interval", "mean m × ΔCm", "interval", "difference of ΔG", "interval"],
+          told, `Less ${names.get(reference)}`));
+}
+
+function trend(state: State): Markup {
+  const found = state.set!.trend!, per = CAL_PER_UNIT[state.unit];
+  const [slope, intercept, r2] = found.line;
+  return h("div", {},
+    h("p", {}, slope === 0 ? "No significant trend of ΔG with the label."
+      : `ΔG = ${short(intercept / per)} + ${short(slope / per)} ln(label) ${state.unit}/mol, R² ${short(r2)}.`),
+    table(["label", `ΔG (${state.unit}/mol)`, "error"], found.label.map((label, i) => [
+      h("th", { scope: "row" }, String(label)), cell(short(found.dG[i] / per)), cell(short(found.error[i] / per, 2))]), "Mean ΔG a label"));
+}

@@ -1,0 +1,5 @@
+// What the bundler takes in as text.
+declare module "*.csv" {
+  const text: string;
+  export default text;
+}
