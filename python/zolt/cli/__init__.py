@@ -1,0 +1,30 @@
+"""The command `zolt`: a file per command, and the options that they share."""
+
+import click
+
+from .._version import __version__
+from .fit import fit_command
+from .page import page
+from .series import series
+from .signals import smooth, states
+
+
+@click.group(context_settings={"help_option_names": ["-h", "--help"]})
+@click.version_option(__version__, prog_name="zolt")
+def main():
+    """Fit chemical-denaturation curves with two, three or four states.
+
+    \b
+    zolt fit curves.csv                      table of dG, Cm and m
+    zolt fit *.csv --plots figures           a picture per curve as well
+    zolt series calcium.csv --form trend     dG against a label
+    zolt states curves.csv                   how many states the signals show
+    zolt smooth spectra.csv --width 5        moving average of emission rows
+
+    A file holds concentrations in its first column, or in one named so, and a signal per further
+    column. What was read and what was assumed is said in a line per file.
+    """
+
+
+for command in (fit_command, series, states, smooth, page):
+    main.add_command(command)
