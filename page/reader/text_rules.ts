@@ -56,6 +56,11 @@ export function strippedOf(text: string, characters: string): string {
   return text.slice(start, end);
 }
 
+/** The first letters of a text. */
+export function startOf(text: string, most: number): string {
+  return text.length <= most ? text : Array.from(text).slice(0, most).join("");
+}
+
 /** The words between blanks. */
 export function wordsBetweenBlanks(text: string): string[] {
   return text.split(RUN_OF_BLANKS).filter(Boolean);
@@ -142,11 +147,4 @@ export function remembered<T>(most: number, make: (text: string) => T): (text: s
     }
     return found;
   };
-}
-
-/** How many of each there are, in the order of their first. */
-export function counted<T>(items: Iterable<T>): Map<T, number> {
-  const counts = new Map<T, number>();
-  for (const item of items) counts.set(item, (counts.get(item) ?? 0) + 1);
-  return counts;
 }
