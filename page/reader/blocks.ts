@@ -137,16 +137,18 @@ function sortHead(grid: Grid, above: number[], body: number[], classes: RowClass
     const role = markRole(cells);
     const aboutAxes = SPELLINGS.axis_keys.includes(plain(cells[0]));
     const alone = filledCells(cells) === 1 && width > 1;
-    const headerAbove = near.some((r) => r < row && filledCells(grid.rows[r]) >= 2);
+    const headerAbove = () => near.some((r) => r < row && filledCells(grid.rows[r]) >= 2);
     if (alone || aboutAxes || (head.header.length && classes[row] === "key")) head.rest.push(row);
-    else if (head.header.length) head.header.unshift(row);
-    else if (role && cells.length > 1 && !head.marks.has(role) && headerAbove) head.marks.set(role, row);
+    else if (head.header.length) head.header.push(row);
+    else if (role && cells.length > 1 && !head.marks.has(role) && headerAbove()) head.marks.set(role, row);
     else if (head.units === null && isUnitRow(cells) && row !== near[0]) head.units = row;
-    else if (classes[row] === "words" || headerOf(cells[0]).role === "x" || !cells[0]) head.header.unshift(row);
+    else if (classes[row] === "words" || headerOf(cells[0]).role === "x" || !cells[0]) head.header.push(row);
     else if (cells.length === width && isHeader(grid, near, row - 1, classes) && !statesSomething(cells))
-      head.faulty.unshift(row);
+      head.faulty.push(row);
     else head.rest.push(row);
   }
+  head.header.reverse();
+  head.faulty.reverse();
   return { ...head, near };
 }
 

@@ -123,13 +123,13 @@ function likelyEncoding(raw: Uint8Array): string | null {
 function likelyAlphabet(raw: Uint8Array): string | null {
   let [best, found]: [number, string | null] = [0.45, null];
   for (const [encodings, script, common] of ALPHABETS) {
-    const word = new RegExp(`^(?:\\p{Script=${script}}|[°µ№])+$`, "u");
+    const sound = new RegExp(`^(?=[\\p{Script=${script}}]+$)(?:\\P{Ll}?\\P{Lu}*|\\P{Ll}+)$`, "u");
     for (const encoding of encodings) {
-      const words = new TextDecoder(encoding).decode(raw).match(/[^\0-\x7f]+/g) ?? [];
+      const text = new TextDecoder(encoding).decode(raw).replace(/[\0-\x7f°µ№]/g, (c) => (/[a-z]/i.test(c) ? c : " "));
+      const words = text.split(" ").filter((word) => /[^a-z]/i.test(word));
       const letters = words.join("").toLowerCase();
       const share = [...letters].filter((letter) => common.includes(letter)).length / letters.length;
-      const sound = words.every((w) => word.test(w) && /^(?:\P{Ll}?\P{Lu}*|\P{Ll}+)$/u.test(w));
-      if (sound && share > best) [best, found] = [share, encoding];
+      if (share > best && words.every((word) => sound.test(word))) [best, found] = [share, encoding];
     }
   }
   return found;
@@ -140,10 +140,16 @@ function likelySyllabary(raw: Uint8Array): string | null {
   const firsts: number[] = [];
   for (let i = 0; i < raw.length; i++) if (raw[i] >= 0x80) firsts.push(raw[i++]);
   const share = (isCommon: (first: number) => boolean) => firsts.filter(isCommon).length / firsts.length;
-  const kana = share((first) => KANA.includes(first));
-  if (kana > 0.15 && share((first) => KANA.includes(first) || (first >= 0xb0 && first <= 0xcf)) > 0.9)
-    return "euc-jp";
-  const common = ([, least, greatest]: typeof SYLLABARIES[0]) =>
-    share((first) => first >= least && first <= greatest) > 0.9;
-  return SYLLABARIES.find(common)?.[0] ?? null;
+  const isKana = (first: number) => KANA.includes(first);
+  const japanese = share(isKana) > 0.15 && share((b) => isKana(b) || (b >= 0xb0 && b <= 0xcf)) > 0.9;
+  const likely = japanese
+    ? "euc-jp"
+    : SYLLABARIES.find(([, least, greatest]) => share((b) => b >= least && b <= greatest) > 0.9)?.[0];
+  if (!likely) return null;
+  try {
+    new TextDecoder(likely, { fatal: true }).decode(raw, { stream: true }); // the sample may end within a pair
+    return likely;
+  } catch {
+    return null;
+  }
 }
