@@ -4,6 +4,7 @@
 // below each other, and may name its concentrations in the first row in place of the first column.
 
 import { Grid, filledCells, shown } from "./grid";
+import { append } from "./lists";
 import { CellKind, cellOf, valueOf } from "./numbers";
 import { SPELLINGS, TEMPERATURE_UNITS, headerOf, plain, unitOf } from "./spellings";
 import { Stated, statedAround, statesSomething } from "./stated";
@@ -63,8 +64,8 @@ export function findBlocks(grid: Grid): { blocks: Block[]; stated: Stated } {
     }
     const last = runs[runs.length - 1];
     if (last && continues(grid, last.body, pending, i, classes)) {
-      last.body.push(...pending.filter((r) => classes[r] === "key"), i);
-      aside.push(...pending.filter((r) => classes[r] === "words"));
+      append(last.body, [...pending.filter((r) => classes[r] === "key"), i]);
+      append(aside, pending.filter((r) => classes[r] === "words"));
     } else {
       if (last) takeEnd(grid, last.body, pending, classes);
       runs.push({ above: pending, body: [i] });
@@ -72,23 +73,23 @@ export function findBlocks(grid: Grid): { blocks: Block[]; stated: Stated } {
     pending = [];
   });
   if (runs.length) takeEnd(grid, runs[runs.length - 1].body, pending, classes);
-  aside.push(...pending);
+  append(aside, pending);
   const most = runs.reduce((rows, run) => Math.max(rows, run.body.length), 0);
   const blocks: Block[] = [];
   let carried = new Map<string, number>();
   for (const { above, body } of runs) {
     if (body.length < Math.min(3, most)) {
-      aside.push(...above);
+      append(aside, above);
       const roles = body.map((r) => markRole(grid.rows[r]));
       if (roles.every(Boolean)) carried = new Map(body.map((r, i) => [roles[i]!, r])); // marks above the header
-      else aside.push(...body);
+      else append(aside, body);
       continue;
     }
     const { block, rest } = blockOf(grid, above, body, classes);
     block.marks = new Map([...carried, ...block.marks]);
     carried = new Map();
     blocks.push(block);
-    aside.push(...rest);
+    append(aside, rest);
   }
   const around = aside.filter((r) => grid.rows[r].some(Boolean)).sort((a, b) => a - b);
   return { blocks, stated: statedAround(grid, around) };
@@ -136,16 +137,18 @@ function sortHead(grid: Grid, above: number[], body: number[], classes: RowClass
     const role = markRole(cells);
     const aboutAxes = SPELLINGS.axis_keys.includes(plain(cells[0]));
     const alone = filledCells(cells) === 1 && width > 1;
-    const headerAbove = near.some((r) => r < row && filledCells(grid.rows[r]) >= 2);
+    const headerAbove = () => near.some((r) => r < row && filledCells(grid.rows[r]) >= 2);
     if (alone || aboutAxes || (head.header.length && classes[row] === "key")) head.rest.push(row);
-    else if (head.header.length) head.header.unshift(row);
-    else if (role && cells.length > 1 && !head.marks.has(role) && headerAbove) head.marks.set(role, row);
+    else if (head.header.length) head.header.push(row);
+    else if (role && cells.length > 1 && !head.marks.has(role) && headerAbove()) head.marks.set(role, row);
     else if (head.units === null && isUnitRow(cells) && row !== near[0]) head.units = row;
-    else if (classes[row] === "words" || headerOf(cells[0]).role === "x" || !cells[0]) head.header.unshift(row);
+    else if (classes[row] === "words" || headerOf(cells[0]).role === "x" || !cells[0]) head.header.push(row);
     else if (cells.length === width && isHeader(grid, near, row - 1, classes) && !statesSomething(cells))
-      head.faulty.unshift(row);
+      head.faulty.push(row);
     else head.rest.push(row);
   }
+  head.header.reverse();
+  head.faulty.reverse();
   return { ...head, near };
 }
 

@@ -2,10 +2,13 @@
 
 import { Block, widthOf } from "./blocks";
 import { Grid, shown, tidyName } from "./grid";
+import { counted } from "./lists";
 import { AmbiguousMark, Cell, Mark, cellOf, provenMarks, valueOf, valuesOf } from "./numbers";
-import { Header, Unit, headerOf, unitOf, unitText } from "./spellings";
+import { Header, LONGEST_HEADER, Unit, headerOf, unitOf, unitText } from "./spellings";
 import { Stated } from "./stated";
-import { counted, strippedOf } from "./text_rules";
+import { startOf, strippedOf } from "./text_rules";
+
+const MOST_COLUMNS = 5000; // the wells of three of the largest plates
 
 /** Roles of columns that say to which curve a row belongs. */
 export const KEYS = ["curve", "label", "replicate"];
@@ -171,14 +174,16 @@ export function shownTable(table: Table): TableShown {
 export function tableOf(block: Block, stated: Stated, options: Options): Table {
   const { grid, body: rows } = block;
   const [groups, names] = headersOf(block, stated);
+  if (widthOf(grid, rows) > MOST_COLUMNS)
+    throw grid.fault(`the table has ${widthOf(grid, rows)} columns; at most ${MOST_COLUMNS} are read.`);
   const [low, shift] = fitHeader(block, names, widthOf(grid, rows));
   const high = [...Array<string>(shift).fill(""), ...groups];
   const columns: Column[] = [];
   let group = "";
   for (let c = 0; c < Math.max(widthOf(grid, rows), low.length); c++) {
-    const over = tidyName(high[c] ?? "");
+    const over = tidyName(startOf(high[c] ?? "", LONGEST_HEADER));
     group = over || group;
-    const text = tidyName(low[c] ?? "");
+    const text = tidyName(startOf(low[c] ?? "", LONGEST_HEADER));
     const cells = rows.map((r) => cellOf(grid.cell(r, c)));
     if (!text && !over && cells.every((cell) => cell.kind === "blank")) continue;
     const column = new Column(c, text, headerOf(text), cells, group);
@@ -302,16 +307,6 @@ export function readNumbers(table: Table, column: Column): number[] {
 /** The numbers of a column without its blanks. */
 export function knownNumbers(table: Table, column: Column): number[] {
   return readNumbers(table, column).filter((value) => !Number.isNaN(value));
-}
-
-/** Least and greatest of numbers; Infinity and -Infinity of none. */
-export function extent(values: number[]): [least: number, greatest: number] {
-  let [least, greatest] = [Infinity, -Infinity];
-  for (const value of values) {
-    if (value < least) least = value;
-    if (value > greatest) greatest = value;
-  }
-  return [least, greatest];
 }
 
 /** The values of the cells of a column and how often each is there. */

@@ -1,7 +1,8 @@
 // Concentrations of a table in M: unit and denaturant, and whether they can be right.
 
-import { Column, Options, Table, extent, readNumbers } from "./columns";
+import { Column, Options, Table, readNumbers } from "./columns";
 import { shown, tidyName } from "./grid";
+import { extent } from "./lists";
 import { HIGHEST_WITHOUT_UNIT, factorToMolar, soluble } from "./quantities";
 import { SPELLINGS, Unit, denaturantIn, denaturantOf, plain, unitOf, unitText } from "./spellings";
 import { general, strippedOf } from "./text_rules";

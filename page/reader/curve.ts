@@ -1,10 +1,14 @@
 // The record of a curve, and what is said of all curves of a file together.
 
 import { Note, shown } from "./grid";
+import { appendTo } from "./lists";
 import { general } from "./text_rules";
 
 export const LONGEST_NAME = 120;
 export const ASSUMED_TEMPERATURE = 25; // °C
+const ON_ALL = [
+  "unit_assumed", "unit_converted", "x_assumed", "temperature_unclear", "beyond_solubility", "low_concentrations",
+];
 const MOST_ALIKE = 3; // remarks of one kind that are said one by one
 
 /**
@@ -59,8 +63,13 @@ export function settled(curve: RawCurve, given: number | null, notes: Note[]): C
     temperature: curve.temperature ?? given ?? ASSUMED_TEMPERATURE,
     temperatureAssumed: temperatureFrom === "assumed",
     details: { ...curve.details, temperatureFrom },
-    notes: notes.filter((note) => note.curve === curve.name).map((note) => note.sentence),
+    notes: notes.filter((note) => concerns(note, curve)).map((note) => note.sentence),
   };
+}
+
+/** True for notes on the curve, and for those on a file that bear on the numbers of all its curves. */
+function concerns({ curve, code }: Note, { name }: RawCurve): boolean {
+  return curve === name || (curve === null && ON_ALL.includes(code));
 }
 
 /** What was read in one line; `given` is a temperature that a person gives, in °C. */
@@ -86,7 +95,7 @@ export function summaryOf(curves: RawCurve[], notes: Note[], given: number | nul
 export function remarksOf(notes: Note[]): string[] {
   const kinds = new Map<string, string[]>();
   for (const { code, sentence } of notes)
-    if (code !== "unit_assumed") kinds.set(code, [...(kinds.get(code) ?? []), sentence]);
+    if (code !== "unit_assumed") appendTo(kinds, code, sentence);
   return [...kinds.values()].flatMap((sentences) =>
     sentences.length <= MOST_ALIKE ? sentences : [`${sentences[0]}, and ${sentences.length - 1} more like this`],
   );
@@ -111,7 +120,7 @@ export function tellApart(original: RawCurve[]): { curves: RawCurve[]; notes: No
   const notes: Note[] = [];
   for (const detail of ["sheet", "file", null] as const) {
     const places = new Map<string, number[]>();
-    curves.forEach((curve, i) => places.set(curve.name, [...(places.get(curve.name) ?? []), i]));
+    curves.forEach((curve, i) => appendTo(places, curve.name, i));
     for (const [name, same] of places) {
       const tails = same.map((i, k) => (detail === null ? `#${k + 1}` : curves[i].details[detail]));
       if (new Set(tails).size < 2) continue;

@@ -13,6 +13,8 @@ const FOREIGN: [start: string, what: string][] = [
 ];
 const JSON_TEXT = pattern(String.raw`^\s*[{\[]\s*["{\[]`);
 const WEB_PAGE = pattern(String.raw`^\s*<(!doctype|html|\?xml|table)`, "i");
+const UPPER_CONTROLS = "€\ufffd‚ƒ„…†‡ˆ‰Š‹Œ\ufffdŽ\ufffd\ufffd‘’“”•–—˜™š›œ\ufffdžŸ"; // 0x80 to 0x9f
+const SAMPLE = 200_000; // bytes that tell the encoding
 const SEEN = 100_000; // characters that are looked at for what does not belong in a text
 
 /** True for bytes that begin with the characters given, each a byte. */
@@ -50,8 +52,17 @@ function decoded(source: string, raw: Uint8Array): string {
   try {
     return new TextDecoder("utf-8", { fatal: true }).decode(raw);
   } catch {
-    return new TextDecoder("windows-1252").decode(raw).replace(/[\x81\x8d\x8f\x90\x9d]/g, "\ufffd");
+    const encoding = likelyEncoding(raw.subarray(0, SAMPLE));
+    return encoding === null ? western(raw) : new TextDecoder(encoding).decode(raw);
   }
+}
+
+/** Windows-1252 by a table, for some runtimes take it for Latin 1. Five of its bytes are no letters. */
+function western(raw: Uint8Array): string {
+  const letters: string[] = [];
+  for (const byte of raw)
+    letters.push(byte >= 0x80 && byte < 0xa0 ? UPPER_CONTROLS[byte - 0x80] : String.fromCharCode(byte));
+  return letters.join("");
 }
 
 /** UTF-32, which browsers do not decode; `raw` begins with its mark. */
@@ -76,4 +87,69 @@ function wideText(source: string, original: Uint8Array): string {
     if (zeros[full] > 0.3 * half && zeros[other] < 0.05 * half)
       return new TextDecoder(encoding, { ignoreBOM: true }).decode(raw);
   throw binary(source);
+}
+
+/** Encodings of one byte a letter, with the script and the letters that most of its texts consist of. */
+const ALPHABETS: [encodings: string[], script: string, common: string][] = [
+  [["windows-1251", "koi8-r", "ibm866", "x-mac-cyrillic", "iso-8859-5"], "Cyrillic", "оеаинтсрвл"],
+  [["iso-8859-7"], "Greek", "αοιετνσςρκάίόέή"],
+  [["windows-1255"], "Hebrew", "יוהלאמרתבשנםן"],
+];
+
+/** Encodings of two bytes a letter, with the first bytes of the letters in common use. */
+const SYLLABARIES: [encoding: string, least: number, greatest: number][] = [
+  ["euc-kr", 0xb0, 0xc8],
+  ["gb18030", 0xb0, 0xd7],
+  ["big5", 0xa4, 0xc6],
+];
+const KANA = [0xa4, 0xa5]; // first bytes in EUC-JP
+
+/**
+ * The encoding of bytes that are no UTF-8, null for the Western one. Single bytes of the upper half among ASCII are a degree, a
+ * micro or an accent: Western. Where they stand in runs, they spell the words of another script, if
+ * they do so in its common letters; names of curves hang on it, no number does.
+ */
+function likelyEncoding(raw: Uint8Array): string | null {
+  let [high, runs] = [0, 0];
+  raw.forEach((byte, i) => {
+    if (byte < 0x80) return;
+    high++;
+    if (i === 0 || raw[i - 1] < 0x80) runs++;
+  });
+  return high <= 1.5 * runs ? null : likelyAlphabet(raw) ?? likelySyllabary(raw);
+}
+
+/** The encoding in which all words are of one script, in its common letters, capitals only in front. */
+function likelyAlphabet(raw: Uint8Array): string | null {
+  let [best, found]: [number, string | null] = [0.45, null];
+  for (const [encodings, script, common] of ALPHABETS) {
+    const sound = new RegExp(`^(?=[\\p{Script=${script}}]+$)(?:\\P{Ll}?\\P{Lu}*|\\P{Ll}+)$`, "u");
+    for (const encoding of encodings) {
+      const text = new TextDecoder(encoding).decode(raw).replace(/[\0-\x7f°µ№]/g, (c) => (/[a-z]/i.test(c) ? c : " "));
+      const words = text.split(" ").filter((word) => /[^a-z]/i.test(word));
+      const letters = words.join("").toLowerCase();
+      const share = [...letters].filter((letter) => common.includes(letter)).length / letters.length;
+      if (share > best && words.every((word) => sound.test(word))) [best, found] = [share, encoding];
+    }
+  }
+  return found;
+}
+
+/** The encoding in whose common letters nearly all pairs of bytes are; Japanese shows by its kana. */
+function likelySyllabary(raw: Uint8Array): string | null {
+  const firsts: number[] = [];
+  for (let i = 0; i < raw.length; i++) if (raw[i] >= 0x80) firsts.push(raw[i++]);
+  const share = (isCommon: (first: number) => boolean) => firsts.filter(isCommon).length / firsts.length;
+  const isKana = (first: number) => KANA.includes(first);
+  const japanese = share(isKana) > 0.15 && share((b) => isKana(b) || (b >= 0xb0 && b <= 0xcf)) > 0.9;
+  const likely = japanese
+    ? "euc-jp"
+    : SYLLABARIES.find(([, least, greatest]) => share((b) => b >= least && b <= greatest) > 0.9)?.[0];
+  if (!likely) return null;
+  try {
+    new TextDecoder(likely, { fatal: true }).decode(raw, { stream: true }); // the sample may end within a pair
+    return likely;
+  } catch {
+    return null;
+  }
 }

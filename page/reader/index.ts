@@ -8,6 +8,7 @@ import { Options, TableShown } from "./columns";
 import { Curve, RawCurve, identicalCurves, remarksOf, settled, summaryOf, tellApart } from "./curve";
 import { decode } from "./encoding";
 import { Grid, Note, ReadError, shown } from "./grid";
+import { append } from "./lists";
 import { numberReplicates } from "./names";
 import { plateCurves } from "./plates";
 import { curvesOf } from "./tables";
@@ -77,7 +78,7 @@ export function readFiles(files: readonly SourceFile[], choices: Choices = {}): 
     }
   });
   const { curves, notes } = tellApart(found.flatMap((one) => (one instanceof ReadError ? [] : one.curves)));
-  notes.push(...identicalCurves(curves));
+  append(notes, identicalCurves(curves));
   let next = 0;
   return found.map((one) => {
     if (one instanceof ReadError) return one;
@@ -101,14 +102,17 @@ function rawReading(file: SourceFile, choices: Choices): RawReading {
   const { grids, notes } = gridsOf(file, choices.skipRows ?? 0, choices.sheet ?? null);
   let found: { curves: RawCurve[]; tables: TableShown[] };
   if (choices.layout) {
-    found = { curves: plateCurves(grids[0], layoutGrid(choices.layout), choices), tables: [] };
-    notes.push(...grids[0].notes);
+    const [plate, ...others] = filledOf(grids);
+    found = { curves: plateCurves(plate, layoutGrid(choices.layout), choices), tables: [] };
+    append(notes, plate.notes);
+    const why = "the layout is of one sheet; --sheet takes another";
+    append(notes, others.map((grid) => sheetLeftOut(grid.sheet!, why)));
   } else {
     found = curvesOfSheets(grids, choices, notes);
   }
   if (!found.curves.length) throw new ReadError(`${file.name}: found no readings.`);
   const { curves, notes: renamed } = tellApart(numberReplicates(found.curves));
-  notes.push(...renamed, ...identicalCurves(curves));
+  append(notes, [...renamed, ...identicalCurves(curves)]);
   return { source: file.name, curves, notes, tables: found.tables };
 }
 
@@ -144,6 +148,7 @@ function gridsOf(
     return { grids: [gridOfText(name, decode(name, bytes), skipRows)], notes: [] };
   }
   const { grids, hidden } = gridsOfWorkbook(name, bytes, skipRows);
+  if (!grids.length) throw new ReadError(`${name}: found no readings.`);
   const notes = hidden.map((title) => sheetLeftOut(shown(title), "it is hidden"));
   return { grids: sheet === null ? grids : [chosenSheet(name, grids, sheet)], notes };
 }
@@ -161,19 +166,23 @@ function chosenSheet(source: string, grids: Grid[], sheet: string | number): Gri
   throw new ReadError(`${source}: there is no sheet '${shown(text)}'; the sheets are ${names}.`);
 }
 
-const isFilled = (grid: Grid) => grid.rows.some((row) => row.some(Boolean));
+/** The grids that hold something, or the first of them. */
+function filledOf(grids: Grid[]): Grid[] {
+  const filled = grids.filter((grid) => grid.rows.some((row) => row.some(Boolean)));
+  return filled.length ? filled : grids.slice(0, 1);
+}
 
 /** The grid of a layout; of a workbook the first sheet that is not empty. */
 function layoutGrid(file: SourceFile): Grid {
   const { grids } = gridsOf(file, 0, null);
-  return grids.find(isFilled) ?? grids[0];
+  return filledOf(grids)[0];
 }
 
 /** Curves of all sheets with a table; the first fault counts where no sheet has one. */
 function curvesOfSheets(
   grids: Grid[], options: Options, notes: Note[],
 ): { curves: RawCurve[]; tables: TableShown[] } {
-  const filled = grids.some(isFilled) ? grids.filter(isFilled) : grids.slice(0, 1);
+  const filled = filledOf(grids);
   const curves: RawCurve[] = [];
   const tables: TableShown[] = [];
   const faults: [sheet: string, fault: ReadError][] = [];
@@ -181,9 +190,9 @@ function curvesOfSheets(
     if (filled.length === 1) grid.sheet = null;
     try {
       const found = curvesOf(grid, options);
-      curves.push(...found.curves);
-      tables.push(...found.tables);
-      notes.push(...grid.notes);
+      append(curves, found.curves);
+      append(tables, found.tables);
+      append(notes, grid.notes);
     } catch (fault) {
       if (filled.length === 1 || !(fault instanceof ReadError)) throw fault;
       faults.push([grid.sheet!, fault]);

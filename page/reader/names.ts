@@ -3,9 +3,10 @@
 import { Column, Table } from "./columns";
 import { LONGEST_NAME, RawCurve } from "./curve";
 import { tidyName } from "./grid";
+import { counted } from "./lists";
 import { cellOf, valueOf } from "./numbers";
 import { headerOf, wordsOf } from "./spellings";
-import { asciiDigits, counted, general, pattern, stripped, strippedOf, whole } from "./text_rules";
+import { asciiDigits, general, pattern, stripped, strippedOf, whole } from "./text_rules";
 
 const REPLICATE = whole(
   String.raw`(.*?)[\s_\-.,(\[]*\b(?:rep|replicate|replica|repeat|run|trial|replikat|n\s*=)[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)`,

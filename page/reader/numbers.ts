@@ -15,7 +15,8 @@ const THIN = "\\u00a0\\u2009\\u202f ";
 const NUMBER = whole(
   String.raw`([+\-]?)\s*(\d[\d.,'’${THIN}]*|[.,]\d+)(?:[eEdD]([+\-]?\d{1,3})(?![\d.,]))?(.*)`, "s",
 );
-const PLAIN = whole(String.raw`[+\-]?\d{1,15}(?:\.\d{1,15})?`);
+const PLAIN = /^[+-]?[0-9]{1,15}(?:\.[0-9]{1,15})?$/;
+const FEW_PLAIN_DIGITS = /^[+-]?[1-9][0-9]{0,2}\.[0-9]{3}$/;
 const GROUPS = whole(String.raw`[1-9]\d{0,2}(?:(['’${THIN}])\d{3})(?:\1\d{3})*(?:[.,]\d*)?`);
 const FEW_DIGITS = whole(String.raw`[1-9]\d{0,2}[.,]\d{3}`);
 const LIMIT = whole(String.raw`[<>≤≥~≈]\s*[+\-]?[\d.,]+.*`);
@@ -71,8 +72,8 @@ export const cellOf = remembered<Cell>(65536, (original) => {
   const text = stripped(original);
   if (!text) return EMPTY;
   if (PLAIN.test(text)) { // nearly all cells; what follows is for the others
-    const open = FEW_DIGITS.test(text.replace(/^[+-]+/, ""));
-    return { ...EMPTY, kind: "number", text, digits: text, mark: !text.includes(".") ? "" : open ? "?." : "." };
+    const mark = !text.includes(".") ? "" : FEW_PLAIN_DIGITS.test(text) ? "?." : ".";
+    return { kind: "number", text, digits: text, exponent: 0, mark, unit: "", reason: "" };
   }
   const lowered = plain(text);
   const missing = (reason: string): Cell => ({ ...EMPTY, kind: "missing", text, reason });

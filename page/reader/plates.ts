@@ -9,6 +9,7 @@ import { Column, Options, Table, readNumbers, tableOf } from "./columns";
 import { concentrations, fileName } from "./concentrations";
 import { RawCurve } from "./curve";
 import { Grid, shown, tidyName } from "./grid";
+import { append, appendTo } from "./lists";
 import { plainValue } from "./names";
 import { Cell, cellOf, provenMarks, valueOf } from "./numbers";
 import { celsius, temperatureFrom, temperatureUnit } from "./quantities";
@@ -167,8 +168,7 @@ export function plateCurves(grid: Grid, layout: Grid, options: Options): RawCurv
   const groups = new Map<string, number[]>();
   table.rows.forEach((_, i) => {
     if (isEmpty[i]) return;
-    const key = JSON.stringify(keys.map((column) => column?.cells[i].text ?? ""));
-    groups.set(key, [...(groups.get(key) ?? []), i]);
+    appendTo(groups, JSON.stringify(keys.map((column) => column?.cells[i].text ?? "")), i);
   });
   const plate: Plate = { grid, table, roles, wells, molar, stated };
   const curves = [...groups].flatMap(([key, rows]) =>
@@ -176,7 +176,7 @@ export function plateCurves(grid: Grid, layout: Grid, options: Options): RawCurv
       curveOf(plate, JSON.parse(key), rows, readings, signals.size > 1 ? name : ""),
     ),
   );
-  grid.notes.push(...layout.notes);
+  append(grid.notes, layout.notes);
   return curves;
 }
 
@@ -229,7 +229,11 @@ function curveOf(
     temperature: temperatures ? layoutTemperature(table, temperatures, rows) : stated.temperature,
     label: plainValue(label),
     replicate: plainValue(replicate),
-    details: { file: fileName(grid.source), well: used.map(([, , well]) => well).join(" ") },
+    details: {
+      file: fileName(grid.source),
+      ...(grid.sheet ? { sheet: grid.sheet } : {}),
+      well: used.map(([, , well]) => well).join(" "),
+    },
     sd: null,
     n: null,
     group: replicate ? joined([signal]) : null,

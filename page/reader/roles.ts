@@ -3,8 +3,9 @@
 // A person's word decides, then a name that is known. Where none is, the place and the numbers do, as
 // long as they leave no doubt; in doubt the reader asks with a sentence and does not guess.
 
-import { Column, KEYS, Table, countedTexts, countsRows, extent, knownNumbers, readNumbers } from "./columns";
+import { Column, KEYS, Table, countedTexts, countsRows, knownNumbers, readNumbers } from "./columns";
 import { shown } from "./grid";
+import { extent } from "./lists";
 import { attach, joinPairs, needPairs, partSignals, runsLikeConcentration } from "./signals";
 import { denaturantOf, wordsOf } from "./spellings";
 import { pattern, stripped, whole } from "./text_rules";

@@ -3,7 +3,8 @@
 // Columns that are no signals are left out with a word, columns that part the rows label the curves,
 // and a second column of concentrations is never taken for a signal.
 
-import { Column, KEYS, Table, countedTexts, extent, knownNumbers, readNumbers } from "./columns";
+import { Column, KEYS, Table, countedTexts, knownNumbers, readNumbers } from "./columns";
+import { extent } from "./lists";
 import { HIGHEST_WITHOUT_UNIT } from "./quantities";
 import { SPELLINGS, headerOf, wordsOf } from "./spellings";
 import { general } from "./text_rules";
@@ -57,7 +58,7 @@ function takePartingColumns(table: Table): void {
     if (column.role === null && column.place < xs[0].place && column.name === "") continue;
     const counts = countedTexts(column);
     const few = counts.size > 1 && counts.size <= Math.floor(column.cells.length / 3);
-    if (!few || Math.min(...counts.values()) < 3 || counts.has("")) continue;
+    if (!few || extent(counts.values())[0] < 3 || counts.has("")) continue;
     if ([...counts.keys()].every((value) => comesAgain(x, column, value))) {
       column.role = "part";
       if (!words) table.grid.note("labels_taken", `${column} parts the curves`);

@@ -4,9 +4,10 @@
 // as the last word, is set aside; the words that remain decide the role of the column.
 
 import table from "../../python/zolt/reading/spellings.json";
-import { asciiDigits, general, pattern, remembered, strippedOf, whole, wordsBetweenBlanks } from "./text_rules";
+import { asciiDigits, general, pattern, remembered, startOf, strippedOf, whole, wordsBetweenBlanks } from "./text_rules";
 
 export const SPELLINGS = table;
+export const LONGEST_HEADER = 400; // letters of a header that are looked at
 
 /** Texts from files are looked up in maps only: 'constructor' is a name like any other. */
 function keyOfName<T>(entries: Record<string, T>, names: (entry: T) => string[]): Map<string, string> {
@@ -154,9 +155,10 @@ function withoutUnit(original: string): [words: string[], unit: Unit | null, set
 
 /** What a header says, as a `Header`. */
 export const headerOf = remembered<Header>(4096, (original) => {
-  const joined = MOLAR_BEHIND.exec(plain(original)); // 'ureaM'
+  const seen = startOf(original, LONGEST_HEADER);
+  const joined = MOLAR_BEHIND.exec(plain(seen)); // 'ureaM'
   const parted = joined && DENATURANT_OF.has(joined[1]) && joined[1].length > 3;
-  const text = parted ? `${joined[1]} ${joined[2]}` : original;
+  const text = parted ? `${joined[1]} ${joined[2]}` : seen;
   const every = wordsOf(text);
   const [words, unit, setOff] = withoutUnit(text);
   const make = (role: string | null, more: Partial<Header> = {}): Header => ({

@@ -3,8 +3,9 @@
 import { Grid } from "./grid";
 import { degreesIn, temperatureFrom, temperatureUnit } from "./quantities";
 import { SPELLINGS, Unit, denaturantIn, denaturantOf, headerOf, plain, unitOf } from "./spellings";
-import { general, pattern, strippedOf, whole } from "./text_rules";
+import { general, pattern, startOf, strippedOf, whole } from "./text_rules";
 
+const LONGEST_LINE = 400; // letters of a line that are looked at
 const WORDS_VALUE = whole(String.raw`\W*([^\d:=]+?)\s+([+\-]?\d.*)`);
 const KEY_VALUE = whole(String.raw`\s*([^:=\t;,]{1,60}?)\s*[:=\t;,]\s*(\S.*)`);
 const BETWEEN_STATEMENTS = pattern(String.raw`[,;]\s+`);
@@ -90,7 +91,8 @@ export function statedAround(grid: Grid, rows: number[]): Stated {
 }
 
 /** A line is a pair of key and value, or running text. */
-function sortLine(text: string, pairs: Pair[], texts: string[]): void {
+function sortLine(line: string, pairs: Pair[], texts: string[]): void {
+  const text = startOf(line, LONGEST_LINE);
   const keyAndValue = KEY_VALUE.exec(text);
   if ((text.match(/[=:]/g) ?? []).length > 1) { // several statements in a line
     for (const part of text.split(BETWEEN_STATEMENTS).slice(1)) {

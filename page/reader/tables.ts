@@ -1,10 +1,11 @@
 // Curves from the tables of a grid, whichever way these are laid out.
 
 import { Block, blockWith, findBlocks, kindsOf, noteRowsLeftOut, plateCorners } from "./blocks";
-import { Column, KEYS, Options, Table, TableShown, extent, readNumbers, shownTable, tableOf } from "./columns";
+import { Column, KEYS, Options, Table, TableShown, readNumbers, shownTable, tableOf } from "./columns";
 import { concentrations, fileName, needConcentrations } from "./concentrations";
 import { RawCurve } from "./curve";
 import { Grid, filledCells, shown, tidyName } from "./grid";
+import { append, appendTo, extent } from "./lists";
 import { KeyText, namesOf, plainValue, signalNames } from "./names";
 import { cellOf, valueOf } from "./numbers";
 import { assignRoles } from "./roles";
@@ -38,7 +39,7 @@ export function curvesOf(grid: Grid, options: Options): { curves: RawCurve[]; ta
     table.id = `${grid.sheet ?? ""}/${i + 1}`;
     assignRoles(table);
     const found = curvesOfTable(table, options);
-    curves.push(...(blocks.length > 1 ? titled(found, block.title || `table ${i + 1}`) : found));
+    append(curves, blocks.length > 1 ? titled(found, block.title || `table ${i + 1}`) : found);
     tables.push(shownTable(table));
   });
   return { curves, tables };
@@ -106,10 +107,7 @@ function curvesOfTable(table: Table, options: Options): RawCurve[] {
   const temperatures = temperatureColumn(table, keys);
   const groups = new Map<string, number[]>();
   table.rows.forEach((_, i) => {
-    const key = JSON.stringify(keys.map((column) => column.cells[i].text));
-    const rows = groups.get(key);
-    if (rows) rows.push(i);
-    else groups.set(key, [i]);
+    appendTo(groups, JSON.stringify(keys.map((column) => column.cells[i].text)), i);
   });
   const molar = new Map(table.of("x").map((x) => [x, concentrations(table, x, options)]));
   const signals = table.of("y");

@@ -1,12 +1,13 @@
 // Temperatures of the curves of a table: its column, its row, names of columns, then the text around.
 
-import { Column, Table, extent, readNumbers } from "./columns";
+import { Column, Table, readNumbers } from "./columns";
 import { stemOf } from "./concentrations";
 import { Grid, shown } from "./grid";
+import { counted, extent } from "./lists";
 import { celsius, temperatureFrom, temperatureInName, temperatureUnit } from "./quantities";
 import { meanOf } from "./signals";
 import { Stated } from "./stated";
-import { counted, general } from "./text_rules";
+import { general } from "./text_rules";
 
 const MOST_SPREAD = 1.0; // °C within which one curve was measured
 
@@ -35,7 +36,7 @@ export function temperatureColumn(table: Table, keys: Column[]): number[] | null
   if (greatest - least > MOST_SPREAD) {
     const place = (i: number) => [...keys.map((key) => key.cells[i].text), values[i]];
     const groups = counted(values.map((value, i) => JSON.stringify(Number.isNaN(value) ? [i] : place(i))));
-    if (Math.min(...groups.values()) < 3)
+    if (extent(groups.values())[0] < 3)
       throw table.fault(
         `the temperatures run from ${general(least)} to ${general(greatest)} °C; a curve needs one temperature.`,
         null, column,

@@ -1,9 +1,10 @@
 // From a text to a grid: the mark between cells, comments, quoted cells.
 
 import { Comment, Grid } from "./grid";
+import { counted } from "./lists";
 import { cellOf } from "./numbers";
 import { SPELLINGS } from "./spellings";
-import { counted, pattern, stripped, strippedOf, whole } from "./text_rules";
+import { pattern, stripped, strippedOf, whole } from "./text_rules";
 
 export type Delimiter = "\t" | ";" | "|" | "," | null; // null for blanks
 

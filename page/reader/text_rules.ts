@@ -40,11 +40,12 @@ export function escaped(text: string): string {
 }
 
 const ENDS = new RegExp(`^[${BLANKS}]+|[${BLANKS}]+$`, "gu");
+const BARE = /^[!-~](?:[^]*[!-~])?$/; // nearly all texts, told faster
 const RUN_OF_BLANKS = new RegExp(`[${BLANKS}]+`, "u");
 
 /** The text without the blanks at its ends. */
 export function stripped(text: string): string {
-  return text.replace(ENDS, "");
+  return BARE.test(text) ? text : text.replace(ENDS, "");
 }
 
 /** The text without any of `characters` at its ends. */
@@ -54,6 +55,11 @@ export function strippedOf(text: string, characters: string): string {
   while (start < end && characters.includes(text[start])) start++;
   while (end > start && characters.includes(text[end - 1])) end--;
   return text.slice(start, end);
+}
+
+/** The first letters of a text. */
+export function startOf(text: string, most: number): string {
+  return text.length <= most ? text : Array.from(text).slice(0, most).join("");
 }
 
 /** The words between blanks. */
@@ -142,11 +148,4 @@ export function remembered<T>(most: number, make: (text: string) => T): (text: s
     }
     return found;
   };
-}
-
-/** How many of each there are, in the order of their first. */
-export function counted<T>(items: Iterable<T>): Map<T, number> {
-  const counts = new Map<T, number>();
-  for (const item of items) counts.set(item, (counts.get(item) ?? 0) + 1);
-  return counts;
 }
