@@ -177,8 +177,9 @@ def _engine(fit):
             if np.any((off > LIMITS.engine_errors * fit.se[name]) & (off > room)):
                 apart.append(name)
         if apart:
-            values = ", ".join(f"{v / _KCAL:.2f}" for v in fit.engine.dG)
-            yield caution("engine_apart", quantities=", ".join(apart), dG=values)
+            dG = ", ".join(f"{v / _KCAL:.2f}" for v in fit.engine.dG)
+            Cm = ", ".join(f"{v:.2f}" for v in fit.engine.Cm)
+            yield caution("engine_apart", quantities=", ".join(apart), dG=dG, Cm=Cm)
     given = not isinstance(fit.settings.native, str) and not isinstance(fit.settings.denatured, str)
     if given and fit.engine.analysis != "baselines":
         yield caution("baselines_not_used_by_engine")
