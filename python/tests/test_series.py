@@ -113,7 +113,7 @@ def test_a_lost_label_is_missing_and_not_zero(form):
 
 def test_units_and_names_come_from_what_was_asked_and_read(tmp_path):
     lines = ["Ca (mM),urea (M),signal"]
-    for curve in make_series([0, 0.5, 5, 50], lambda u: rising(max(u, 0.1) * 10)):
+    for curve in make_series([0, 0.5, 5, 50], lambda u: rising(max(u, 0.1))):
         lines += [f"{curve.label},{x},{y}" for x, y in zip(*curve)]
     (tmp_path / "s.csv").write_text("\n".join(lines))
     series = zolt.fit_series(zolt.read_curves(tmp_path / "s.csv"))
