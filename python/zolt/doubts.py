@@ -50,8 +50,10 @@ def _told(fit):
 
 
 def _as_good(row, chosen):
-    both = row.aicc_difference >= 0 and chosen.aicc_difference >= 0 and row.sound
-    return both and abs(row.aicc_difference - chosen.aicc_difference) < LIMITS.aicc
+    """A smaller model that AICc puts hardly behind, or a larger one that it puts clearly before."""
+    room = LIMITS.aicc if row.states < chosen.states else -LIMITS.aicc
+    known = row.aicc_difference >= 0 and chosen.aicc_difference >= 0 and row.sound
+    return known and row.aicc_difference - chosen.aicc_difference < room
 
 
 def _residuals(fit):

@@ -8,7 +8,7 @@ import click
 from ..output import print_fits, write_table
 from .input import Input
 from .options import (
-    DEFAULT_TEMPERATURE, FILES, LAYOUT, OUT, TEMPERATURE, UNITS, check_out, check_temperature, reading_options,
+    FILES, LAYOUT, OUT, TEMPERATURE, UNITS, check_out, check_temperature, reading_options,
 )  # fmt: skip
 
 
@@ -48,7 +48,6 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
     check_out(plot, (".png", ".svg", ".pdf"))
     source = Input(files, layout, reading, temperature)
     source.need_curves()
-    temperature = DEFAULT_TEMPERATURE if temperature is None else temperature
     try:
         given = None if labels is None else [float(text) for text in labels.split(",")]
         excluded = {int(text) for text in exclude.split(",") if text.strip()}
