@@ -3,7 +3,6 @@
 import base64
 import io
 import platform
-import re
 from datetime import datetime
 from html import escape
 
@@ -12,7 +11,7 @@ import numpy as np
 from . import _library
 from ._version import __version__
 from .model import CAL_PER_UNIT
-from .plot import plate_figure, plot_fit
+from .plot import plate_cells, plate_figure, plot_fit
 
 _STYLE = """
 body { font: 15px/1.45 system-ui, sans-serif; color: #1d2733; max-width: 1400px; margin: 2em auto;
@@ -147,17 +146,6 @@ def _gallery(fits, units):
             f"{fit.x.size} readings at {fit.temperature:g} °C. {words}{_evidence(fit)}</figcaption></figure>"
         )
     return f'<div class="gallery">{"".join(figures)}</div>'
-
-
-def plate_cells(fits):
-    """Row, column and fit of every well of a plate; empty where a curve comes from no plate."""
-    cells = []
-    for fit in fits:
-        wells = re.findall(r"\b([A-P])(\d{1,2})\b", fit.details.get("well", ""))
-        if not wells:
-            return []
-        cells += [(ord(row) - ord("A"), int(column) - 1, fit) for row, column in wells]
-    return cells
 
 
 def write_report(path, fits, intervals=None, *, units="kcal", settings=None, problems=()):

@@ -1,0 +1,99 @@
+"""The picture of a series: curves by label, dG against label, fractions."""
+
+import numpy as np
+from matplotlib import colormaps
+from matplotlib.colors import LinearSegmentedColormap, LogNorm, Normalize
+from matplotlib.ticker import NullLocator
+
+from .. import model
+from ..model import CAL_PER_UNIT
+from .look import BASELINE, GRID, denaturant_label, dress, new_figure, palette, styled
+
+
+@styled
+def plot_series(series, *, units="kcal", label="Label", signal="Fraction denatured"):
+    """Three panels: the curves coloured by label, dG against label with the line, the fractions.
+
+    The fractions follow from the trend form only. Takes the keywords of `zolt.plot.look`. Returns the figure.
+    """
+    panels = 3 if series.form == "trend" and series.has_line else 2
+    figure = new_figure(4.3 / 8.2 * panels, 3.9 / (4.3 * panels))
+    axes = figure.subplots(1, panels)
+    _draw_series_curves(series, axes[0], figure, label, signal)
+    _draw_series_energies(series, axes[1], units, label)
+    if panels == 3:
+        _draw_series_fractions(series, axes[2], label)
+    for ax in axes:
+        dress(ax)
+    return figure
+
+
+def _draw_series_curves(series, ax, figure, label, signal):
+    """Readings and fits between their own baselines, so that curves of any scale compare."""
+    labels = series.labels
+    logarithmic = series.form == "trend" and labels.min() > 0 and labels.max() > labels.min()
+    norm = (LogNorm if logarithmic else Normalize)(labels.min(), labels.max())
+    colors = LinearSegmentedColormap.from_list("labels", colormaps["viridis"](np.linspace(0, 0.9, 64)))
+    for fit, value in zip(series.fits, labels):
+        if not fit.ok:
+            continue
+        color = colors(norm(value)) if labels.max() > labels.min() else palette().reading
+        ax.scatter(fit.x, model.fraction_of(fit.x, fit.y, fit.result), s=9, color=color, alpha=0.75,
+                   linewidths=0)  # fmt: skip
+        ax.plot(*fit.fraction_denatured(GRID), color=color, lw=1.2)
+    ax.set_ylim(-0.15, 1.15)
+    ax.set_xlabel(denaturant_label(series.fits))
+    ax.set_ylabel(signal)
+    if labels.max() > labels.min():
+        from matplotlib.cm import ScalarMappable
+
+        bar = figure.colorbar(ScalarMappable(norm, colors), ax=ax, pad=0.02)
+        bar.set_label(label)
+        bar.ax.yaxis.set_minor_locator(NullLocator())
+        bar.set_ticks(ticks := np.unique(labels)[:12], labels=[f"{tick:g}" for tick in ticks])
+
+
+def _draw_series_energies(series, ax, units, label):
+    scale = CAL_PER_UNIT[units]
+    for fit, value in zip(series.fits, series.labels):
+        if fit.ok and fit.dG.size >= series.transition:
+            ax.plot(value, fit.dG[series.transition - 1] / scale, ".", color=BASELINE, alpha=0.6)
+    table = series.per_label
+    for used, face in ((True, palette().reading), (False, "white")):
+        part = table[table["in_trend"] == used]
+        if len(part):
+            ax.errorbar(part["label"], part["dG"] / scale, part["error"] / scale, fmt="o", ms=6,
+                        mfc=face, mec=palette().reading, ecolor=palette().reading, capsize=3, lw=1.1,
+                        label="mean per label" if used else "not in the trend")  # fmt: skip
+    if series.has_line:
+        grid, line = series.curve("dG", GRID)
+        words = "trend" if series.significant else "no significant trend"
+        ax.plot(grid, line / scale, color=palette().fit, lw=1.5, ls="-" if series.significant else "--", label=words)
+    if series.form == "trend" and series.labels.min() > 0 and series.has_line:
+        _logarithmic(ax, series.labels)
+    ax.set_xlabel(label)
+    ax.set_ylabel(f"dG ({units}/mol)")
+    ax.legend(frameon=False, fontsize=8)
+
+
+def _logarithmic(ax, labels):
+    """A logarithmic axis that is marked at the labels themselves."""
+    ax.set_xscale("log")
+    ax.xaxis.set_minor_locator(NullLocator())
+    ticks = np.unique(labels)[:12]
+    ax.set_xticks(ticks, [f"{tick:g}" for tick in ticks])
+
+
+def _draw_series_fractions(series, ax, label):
+    kinds = [("denatured", "denatured", palette().shares[0])]
+    if series.significant:
+        kinds.append(("third", "third population", palette().shares[1]))
+    if series.slope < 0:  # a rising trend has no such fraction
+        kinds.append(("third_of_denatured", "third, of the denatured", palette().shares[2]))
+    for kind, words, color in kinds:
+        ax.plot(*series.curve(kind, GRID), color=color, lw=1.5, label=words)
+    _logarithmic(ax, series.used_labels)
+    ax.set_ylim(-0.03, 1.03)
+    ax.set_xlabel(label)
+    ax.set_ylabel("Fraction without denaturant")
+    ax.legend(frameon=False, fontsize=8)
