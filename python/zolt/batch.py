@@ -8,13 +8,15 @@ from functools import partial
 import pandas as pd
 from tqdm import tqdm
 
+from .caution import cautions_of_notes, codes_of, text_of
+from .exclusion import wells_of
 from .fit import fit
 from .read import Curve
 
 _QUANTITIES = ("dG", "Cm", "m", "weight")
 _PER_TRANSITION = re.compile(r"(dG|Cm|m|weight)(\d)")
 _CLOSING = (
-    "bootstrap_used", "R_squared", "durbin_watson", "code", "reason", "remark", "spikes", "outliers", "left_out",
+    "bootstrap_used", "R_squared", "durbin_watson", "code", "reason", "warnings", "warnings_in_words", "settings", "spikes", "outliers", "left_out",
     "aN", "bN_per_M", "aU", "bU_per_M",
 )  # fmt: skip
 _MOST_PER_TASK = 16  # Large enough to hide what a task costs, small enough to share evenly.
@@ -34,27 +36,29 @@ def as_curves(curves):
     ]
 
 
-def fit_curve(curve, temperature=25.0, **options):
+def fit_curve(curve, temperature=None, **options):
     """The `Fit` of a `Curve`; its own temperature goes before the one given here."""
+    return fit(curve.x, curve.y, temperature if curve.temperature is None else curve.temperature,
+               **known_of(curve), **options)  # fmt: skip
+
+
+def known_of(curve):
+    """What a reader knows of a curve beside x, y and temperature, under the names of `zolt.fit`."""
     details = dict(curve.details)
     for role in ("label", "replicate"):
         if getattr(curve, role) is not None:
             details[role] = getattr(curve, role)
-    own = curve.temperature
-    return fit(
-        curve.x,
-        curve.y,
-        temperature if own is None else own,
-        name=curve.name,
-        details=details,
-        **options,
-    )
+    return dict(
+        name=curve.name, details=details, sd=curve.sd, n=curve.n, denaturant=curve.denaturant,
+        wells=wells_of(curve), part=curve.part, notes=cautions_of_notes(curve.notes),
+    )  # fmt: skip
 
 
 def _outcome(curve, intervals, options):
     """A `Fit` and its intervals, or the exception that stood in the way, for one curve."""
     try:
         fitted = fit_curve(curve, **options)
+        fitted.warnings  # found here, so that the threads share the work
         if intervals is None or not fitted.ok:
             return fitted, None
         return fitted, fitted.intervals(**intervals)
@@ -99,12 +103,14 @@ def table_of(outcomes, curves, units="kcal"):
     for curve, (fitted, intervals) in zip(curves, outcomes, strict=True):
         if isinstance(fitted, Exception):
             rows.append(
-                {"curve": curve.name, **curve.details, "status": "error", "reason": str(fitted), "remark": ""}
+                {"curve": curve.name, **curve.details, "status": "error", "reason": str(fitted), "warnings": ""}
             )
             continue
         row = fitted.to_dict(units)
         if intervals is not None:
             row.update(intervals.to_dict(units))
+            said = (*fitted.warnings, *intervals.warnings)
+            row["warnings"], row["warnings_in_words"] = codes_of(said), text_of(said)
         rows.append(row)
     frame = pd.DataFrame(rows)
     counts = [name for name in ("states", "code") if name in frame]

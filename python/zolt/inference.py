@@ -14,7 +14,7 @@ import numpy as np
 from ._library import open_library
 
 FITTED, NO_TRANSITION, UNDETERMINED, NOT_CONVERGED = range(4)
-TOO_FEW_READINGS, TOO_MANY_READINGS = 4, 5
+TOO_FEW_READINGS, TOO_MANY_READINGS, TOO_FEW_CONCENTRATIONS = 4, 5, 6
 METHODS = {"profile": 0, "linear": 1, "bootstrap": 2}
 SHARES = {"m": 1, "dG": 2}
 KINDS = {"line": 0, "flat": 1}

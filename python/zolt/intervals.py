@@ -79,6 +79,14 @@ class Intervals:
                     said.append(f"{label} is at most {upper:.4g} {unit}.")
         return said
 
+    @property
+    def warnings(self):
+        """`zolt.Caution` records about open ends, mostly none."""
+        from .caution import caution
+
+        open_ends = self.sentences()
+        return (caution("interval_unbounded", quantities=" ".join(open_ends)),) if open_ends else ()
+
     def __repr__(self):
         head = f"{self.level:.0%} intervals by {self.method}"
         if self.method == "bootstrap":

@@ -78,7 +78,7 @@ def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, 
     table = table_of(outcomes, source.curves, units)
     fits = [(fit, spans) for fit, spans in outcomes if not isinstance(fit, Exception)]
     if not quiet:
-        print_fits(table, units)
+        print_fits(table, units, [fit for fit, _ in fits])
         good = int((table["status"].isin(["fitted", "midpoint fitted"])).sum())
         click.echo(f"{good} of {len(table)} curves fitted in {elapsed:.2f} s.")
     if out:
