@@ -149,7 +149,7 @@ def _gallery(fits, units):
     return f'<div class="gallery">{"".join(figures)}</div>'
 
 
-def write_report(path, fits, intervals=None, *, units="kcal", settings=None, problems=()):
+def write_report(path, fits, intervals=None, *, units="kcal", settings=None, problems=(), read=()):
     """Write the page. `settings` go into the logbook, `problems` are sentences about the input."""
     intervals = intervals or [None] * len(fits)
     fitted = sum(fit.ok for fit in fits)

@@ -5,10 +5,11 @@ from pathlib import Path
 
 import click
 
-from ..output import print_fits, write_table
+from ..output import print_fits
+from ..writing import write_table
 from .input import Input
 from .options import (
-    DEFAULT_TEMPERATURE, FILES, LAYOUT, OUT, TEMPERATURE, UNITS, check_out, check_temperature, reading_options,
+    DEFAULT_TEMPERATURE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_out, check_temperature, reading_options,
 )  # fmt: skip
 
 
@@ -45,7 +46,7 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
 
     check_temperature(temperature)
     check_out(out)
-    check_out(plot, (".png", ".svg", ".pdf"))
+    check_out(plot, PICTURES, "--plot")
     source = Input(files, layout, reading, temperature)
     source.need_curves()
     temperature = DEFAULT_TEMPERATURE if temperature is None else temperature

@@ -139,7 +139,7 @@ def shortened(name, longest=LONGEST_TITLE):
 def denaturant_label(fits, denaturant=None):
     """The words on the axis of concentrations: what was given, else what the source said."""
     if denaturant is None:
-        known = {fit.details.get("denaturant") for fit in fits} - {None, ""}
+        known = {fit.denaturant or fit.details.get("denaturant") for fit in fits} - {None, ""}
         denaturant = known.pop() if len(known) == 1 else "denaturant"
     denaturant = shortened(denaturant)
     return f"{denaturant[:1].upper()}{denaturant[1:]} (M)"
