@@ -167,7 +167,7 @@ def _one_reading(fit):
 
 
 def _engine(fit):
-    if fit.engine.ok and fit.engine.states == fit.states:
+    if fit.engine.ok and fit.engine.states == fit.states and fit.together is None:
         reach = fit.answer.record.x_last - fit.answer.record.x_first
         apart = []
         for name in ("dG", "Cm", "m"):
@@ -182,6 +182,11 @@ def _engine(fit):
     given = not isinstance(fit.settings.native, str) and not isinstance(fit.settings.denatured, str)
     if given and fit.engine.analysis != "baselines":
         yield caution("baselines_not_used_by_engine")
+
+
+def _shared(fit):
+    if fit.together is not None and fit.together[0].p < LIMITS.shared_p:
+        yield caution("m_not_shared", p=f"{fit.together[0].p:.1g}")
 
 
 def _chain(fit):
@@ -230,5 +235,5 @@ def _which(fit, i):
 
 
 _OF_LEAST_SQUARES = (_states, _residuals, _replicates, _bounds, _plateaus, _crossing, _errors, _one_reading,
-                     _engine, _chain)  # fmt: skip
+                     _engine, _shared, _chain)  # fmt: skip
 _OF_ALL = (_no_transition, _off, _weights, _left_out)

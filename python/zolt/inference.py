@@ -31,6 +31,7 @@ M_LEAST, M_MOST, CM_LEAST, CM_MOST, WEIGHT_EDGE, OUTSIDE = 1, 2, 4, 8, 16, 32
 WORDS = ("fitted", "no transition", "not determined", "no fit", "too few points", "too many points",
          "too few points", "no transition", *8 * ["bad input"])  # fmt: skip
 SENTENCE_LENGTH = 240
+MOST_TRANSITIONS = 3
 _PARAMETERS = 12
 
 

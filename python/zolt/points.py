@@ -37,10 +37,14 @@ def pick_states(x, y):
     gaps = x[1:] - x[:-1]
     mean = (x[-1] - x[0]) / (x.size - 1)
     if mean > 0 and np.abs(gaps - mean).max() > 0.01 * mean:
-        levels, place = np.unique(x, return_inverse=True)
-        means = np.bincount(place, y) / np.bincount(place)
-        y = np.interp(np.linspace(x[0], x[-1], x.size), levels, means)
+        y = np.interp(np.linspace(x[0], x[-1], x.size), *means_at(x, y))
     return engine.pick_states(y)
+
+
+def means_at(x, y):
+    """The distinct concentrations, ascending, and the mean signal at each."""
+    levels, place = np.unique(x, return_inverse=True)
+    return levels, np.bincount(place, y) / np.maximum(np.bincount(place), 1)
 
 
 def tidy_readings(x, y):

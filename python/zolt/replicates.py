@@ -1,31 +1,61 @@
 """Replicates: brought together before a fit, or compared after fits of each."""
 
+from collections import Counter
 from dataclasses import replace
 
 import numpy as np
 
+from .caution import LIMITS
 from .model import CAL_PER_UNIT
+from .points import means_at
+from .reading.grid import Note
 
 _QUANTITIES = ("dG", "Cm", "m")
+_GRID = 60  # places at which replicates are compared
 
 
 def pooled(curves):
     """The curves with those of one `group`, temperature and label brought together, in order.
 
     Every reading stays a reading; equal concentrations tell the pure error of the fit. `part` says of
-    each reading which replicate it belongs to.
+    each reading which replicate it belongs to. Replicates that differ in scale or offset, so that no
+    one curve runs through them, stay as they are with a note.
     """
     groups = {}
     for i, curve in enumerate(curves):
         key = i if curve.group is None else (curve.group, curve.temperature, curve.label, curve.denaturant)
         groups.setdefault(key, []).append(curve)
-    several = [same for same in groups.values() if len(same) > 1]
-    taken = {curve.name for same in groups.values() if len(same) == 1 for curve in same}
-    names = [same[0].group for same in several]
-    return [
-        same[0] if len(same) == 1 else _together(same, names.count(same[0].group) > 1 or same[0].group in taken)
-        for same in groups.values()
-    ]
+    taken = Counter(same[0].group if len(same) > 1 else same[0].name for same in groups.values())
+    brought = []
+    for same in groups.values():
+        if len(same) == 1:
+            brought += same
+        elif (apart := _apart(same)) > LIMITS.replicates_apart:
+            brought += [_with_note(curve, apart) for curve in same]
+        else:
+            brought.append(_together(same, taken[same[0].group] > 1))
+    return brought
+
+
+def _with_note(curve, apart):
+    text = f"replicates of '{curve.group}' differ by {100.0 * apart:.0f} % of the signal; each is fitted alone"
+    return replace(curve, notes=(*curve.notes, Note("replicates_differ", text, curve.name)))
+
+
+def _apart(curves):
+    """How far a replicate lies from the mean of the others at either end of the curve, over the span."""
+    sound = [(c.x[there], c.y[there]) for c in curves for there in [np.isfinite(c.x) & np.isfinite(c.y)]]
+    if min(x.size for x, _ in sound) < 2:
+        return 0.0
+    low, high = max(x[0] for x, _ in sound), min(x[-1] for x, _ in sound)
+    span = np.ptp(np.concatenate([y for _, y in sound]))
+    if not (high > low and span > 0.0):
+        return 0.0
+    rows = np.array([np.interp(np.linspace(low, high, _GRID), *means_at(x, y)) for x, y in sound])
+    others = (rows.sum(axis=0) - rows) / (len(rows) - 1)
+    off = rows - others
+    third = _GRID // 3
+    return max(np.abs(off[:, :third].mean(axis=1)).max(), np.abs(off[:, -third:].mean(axis=1)).max()) / span
 
 
 def _together(curves, ambiguous):
@@ -75,6 +105,8 @@ def replicate_means(fits, curves, units="kcal"):
             groups.setdefault((curve.group, curve.temperature, curve.label), []).append(fit)
     rows = []
     for (name, _, label), members in groups.items():
+        if len(members) < 2:
+            continue
         sound = [fit for fit in members if not isinstance(fit, Exception) and fit.ok]
         states = [fit.states for fit in sound]
         most = max(states, key=states.count) if states else None

@@ -22,8 +22,8 @@ class Settings:
     """How curves are fitted. Energies in cal/mol, concentrations in M, temperature in °C.
 
     `temperature` is for curves that do not state theirs; None: 25 °C, with a warning. `native` and
-    `denatured` are "line", "flat" or (intercept, slope). `m` is "free", "shared", one number or one a
-    transition; `dG` and `Cm` hold values where given. `weights` are "sd", "sem" (the deviations as those
+    `denatured` are "line", "flat" or (intercept, slope). `m` is "free", "shared", one number for every
+    transition or one each; `dG` and `Cm` hold values where given, one number that of the first. `weights` are "sd", "sem" (the deviations as those
     of means) or "none"; `sd_known` takes the deviations for true sizes. `replicates` are "pooled" or
     fitted "each" alone. `exclude` holds texts that `zolt.exclusion` reads. `residues` is the length of
     the chain. `intervals` is None or the options of `Fit.intervals`.
@@ -58,6 +58,10 @@ class Settings:
             object.__setattr__(self, "m", "free")
         for side in ("native", "denatured"):
             object.__setattr__(self, side, _side(side, getattr(self, side)))
+        if self.shares_m and (self.dG is not None or self.Cm is not None or self.midpoint_only):
+            raise ValueError("with a shared m nothing is held, and there are no midpoint fits")
+        if self.shares_m and (self.intervals or {}).get("method", "profile") != "profile":
+            raise ValueError("with a shared m intervals are profiles")
         if self.midpoint_only and (self.native, self.denatured) != ("line", "line"):
             raise ValueError("a midpoint fit takes no baselines")
         if self.residues is not None and not self.residues > 0:
@@ -69,10 +73,11 @@ class Settings:
 
     def options(self):
         """The options of the inference library."""
+        m = None if isinstance(self.m, str) else self.m
+        m = (m,) * inference.MOST_TRANSITIONS if isinstance(m, (int, float)) else m
         return inference.Options(
-            self.native, self.denatured, dG=self.dG, Cm=self.Cm, m=None if isinstance(self.m, str) else self.m,
-            sd_known=self.sd_known,
-        )  # fmt: skip
+            self.native, self.denatured, dG=self.dG, Cm=self.Cm, m=m, sd_known=self.sd_known
+        )
 
     def to_plain(self):
         """Plain values under the names of the saved document."""
@@ -121,7 +126,7 @@ class Settings:
             "outliers": "left out" if self.drop_outliers else "kept",
             "midpoint fit": "yes" if self.midpoint_only else "",
             "residues": self.residues,
-            "intervals": "" if self.intervals is None else ", ".join(f"{k} {v}" for k, v in self.intervals.items()) or "profile",
+            "intervals": "" if self.intervals is None else _interval_words(**self.intervals),
         }
         return {name: str(words) for name, words in pairs.items() if words not in (None, "")}
 
@@ -173,6 +178,11 @@ def _side(name, side):
 
 def _side_words(side):
     return side if isinstance(side, str) else f"given, {side[0]:g} {side[1]:+g} x"
+
+
+def _interval_words(method="profile", level=0.95, rounds=1000, seed=0):
+    drawn = f", {rounds} rounds, seed {seed}" if method == "bootstrap" else ""
+    return f"{100.0 * level:g} %, {method}{drawn}"
 
 
 def _held(value, scale, unit):

@@ -8,19 +8,21 @@ import click
 
 from ..batch import fit_each, table_of
 from ..output import print_fits
+from ..replicates import pooled, replicate_means
 from ..writing import TABLES
+from .choices import check_exclusions, fit_choices, settings_from
 from .cluster import cluster
 from .delivery import Delivery
-from .files import DRAWN, write_all
+from .files import DRAWN, Run, write_all
 from .help import GroupedCommand
 from .input import Input
 from .options import (
-    DEFAULT_TEMPERATURE, FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature,
-    look_options, option, reading_options,
+    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options, option,
+    reading_options,
 )  # fmt: skip
 
-model, errors, results, figures, machine = (
-    partial(option, group=group) for group in ("Model", "Errors", "Results", "Figures", "Machine")
+errors, results, figures, machine = (
+    partial(option, group=group) for group in ("Errors", "Results", "Figures", "Machine")
 )
 
 
@@ -29,11 +31,7 @@ model, errors, results, figures, machine = (
 @LAYOUT
 @TEMPERATURE
 @reading_options
-@model("--states", type=click.Choice(["auto", "picker", "2", "3", "4"]), default="auto", metavar="N",
-       help="2, 3, 4, auto (evidence) or picker.  [auto]")
-@model("--baselines", metavar="aN,bN,aU,bU", help="Given: intercept, slope; 0,0 leaves one open.")
-@model("--midpoint", is_flag=True, help="Midpoint only, for short or poor curves.")
-@model("--drop-outliers", is_flag=True, help="Fit again without marked readings.")
+@fit_choices
 @errors("--intervals", is_flag=True, help="95 % intervals beside standard errors.")
 @errors("--method", type=click.Choice(["profile", "linear", "bootstrap"]), default="profile", metavar="NAME",
         help="profile, linear or bootstrap.  [profile]")
@@ -56,18 +54,16 @@ model, errors, results, figures, machine = (
 @look_options
 @machine("--workers", type=click.IntRange(1), metavar="N", help="Threads.  [one per processor]")
 @machine("--scheduler", metavar="ADDRESS", help="A dask scheduler that does the work.")
-def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, intervals, method,
-                rounds, seed, units, layout, workers, scheduler, out, reading_file, curve_file, wide, plots, draw,
-                picture, overlay, overlay_of, report, quiet, reading, look):
-    """Fit every curve of the FILES and print a table.
-
-    \b
-      zolt fit plate.csv --layout wells.csv --out results.xlsx --report report.html
-    Exit status: 0, or 2 when a file could not be read or written.
+def fit_command(files, temperature, intervals, method, rounds, seed, units, layout, workers, scheduler, out,
+                reading_file, curve_file, wide, plots, draw, picture, overlay, overlay_of, report, quiet, reading,
+                look, choices):
+    """Fit every curve of the FILES and print a table. The exit status is 0, or 2
+    when a file could not be read or written.
     """  # fmt: skip
     check_temperature(temperature)
     check_look(look)
     kinds = _kinds(draw)
+    settings = settings_from(choices, units, temperature, _sampling(intervals, method, rounds, seed))
     delivery = Delivery([*files, layout])
     delivery.file("--out", out, TABLES)
     delivery.file("--readings", reading_file, (".csv", ".xlsx"))
@@ -75,28 +71,25 @@ def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, 
     delivery.file("--overlay", overlay, PICTURES)
     delivery.file("--report", report, (".html", ".htm"))
     delivery.folder("--plots", plots)
-    options = dict(
-        temperature=DEFAULT_TEMPERATURE if temperature is None else temperature,
-        states=int(states) if states.isdigit() else states,
-        baselines=_baselines(baselines, midpoint),
-        midpoint_only=midpoint,
-        drop_outliers=drop_outliers,
-    )
-    sampling = dict(method=method, rounds=rounds, seed=seed) if intervals else None
     with cluster(scheduler) as client:
         source = Input(files, layout, reading, temperature, quiet)
         source.need_curves()
+        check_exclusions(settings, source.curves)
+        curves = pooled(source.curves) if settings.replicates == "pooled" else source.curves
         started = time.perf_counter()
-        outcomes = fit_each(source.curves, workers=workers, client=client, progress=not quiet,
-                            intervals=sampling, **options)  # fmt: skip
+        outcomes = fit_each(curves, workers=workers, client=client, progress=not quiet, settings=settings)
         elapsed = time.perf_counter() - started
-    table = table_of(outcomes, source.curves, units)
-    settings = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)), **reading,
-                **options, "intervals": sampling, "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
-    write_all(delivery, outcomes, table, source, settings, units=units, wide=wide, kinds=kinds, picture=picture,
-              overlay_of=overlay_of, look=look)  # fmt: skip
+    table = table_of(outcomes, curves, units)
+    logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)), **reading,
+               **settings.words(units), "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
+    run = Run(outcomes, table, settings, units, logbook, source.read, source.problems)
+    write_all(delivery, run, wide=wide, kinds=kinds, picture=picture, overlay_of=overlay_of, look=look)
     if not quiet:
-        print_fits(table, units, [fit for fit, _ in outcomes if not isinstance(fit, Exception)])
+        print_fits(table, units, run.fits)
+        alike = replicate_means([fit for fit, _ in outcomes], curves, units)
+        if len(alike):
+            click.echo("Replicates, each fitted alone:")
+            click.echo(alike.to_string(index=False, float_format="{:.3f}".format, na_rep=""))
         good = int((table["status"].isin(["fitted", "midpoint fitted"])).sum())
         click.echo(f"{good} of {len(table)} curves fitted in {elapsed:.2f} s.")
     source.problems += delivery.problems
@@ -110,15 +103,8 @@ def _kinds(text):
     return kinds
 
 
-def _baselines(text, midpoint):
-    if text is None:
+def _sampling(intervals, method, rounds, seed):
+    """The options of `Fit.intervals`, or None; rounds and seed belong to the bootstrap."""
+    if not intervals:
         return None
-    if midpoint:
-        raise click.UsageError("--midpoint takes no --baselines.")
-    try:
-        values = [float(part) for part in text.split(",")]
-    except ValueError:
-        values = []
-    if len(values) != 4:
-        raise click.UsageError(f"--baselines takes four numbers aN,bN,aU,bU, not '{text}'.")
-    return values
+    return dict(method=method, rounds=rounds, seed=seed) if method == "bootstrap" else dict(method=method)
