@@ -4,6 +4,7 @@ import click
 import pandas as pd
 
 MOST_PRINTED = 60
+LONGEST_NAME = 48  # letters
 MOST_ALIKE = 3  # sentences of one warning that are printed one by one
 
 
@@ -13,7 +14,7 @@ def print_fits(table, units, fits=()):
     head = pd.DataFrame()
     if "file" in shown and shown["file"].nunique() > 1:
         head["file"] = shown["file"]
-    head["curve"] = shown["curve"]
+    head["curve"] = shown["curve"].map(_brief)
     if "states" in shown:
         head["states"] = shown["states"].astype(object).where(shown["states"].notna(), "")
     for i in (1, 2, 3):
@@ -69,7 +70,13 @@ def print_cautions(fits):
 
 
 def _named(names):
-    return ", ".join(names) if len(names) <= 4 else f"{len(names)} curves"
+    return ", ".join(map(_brief, names)) if len(names) <= 4 else f"{len(names)} curves"
+
+
+def _brief(name):
+    """A name in a width that leaves room for the numbers."""
+    text = str(name)
+    return text if len(text) <= LONGEST_NAME else f"{text[: LONGEST_NAME - 1]}…"
 
 
 def _groups(shown, columns):

@@ -1,7 +1,9 @@
 """Workbooks: a sheet per table, numbers as numbers and words as words."""
 
+import io
 import math
 import numbers
+from pathlib import Path
 
 import numpy as np
 import pandas as pd
@@ -24,16 +26,12 @@ def write_workbook(sheets, path):
         if len(table) >= _MOST_ROWS or table.shape[1] > _MOST_COLUMNS:
             raise ValueError(f"'{name}' has {len(table)} rows of {table.shape[1]} columns, more than a sheet holds; "
                              "write .csv.")  # fmt: skip
-    book = xlsxwriter.Workbook(str(path), {"constant_memory": True})
-    try:
+    whole = io.BytesIO()  # so that a full disk is met by one write, not within the library
+    with xlsxwriter.Workbook(whole, {"constant_memory": True}) as book:
         bold, text = book.add_format({"bold": True, "num_format": "@"}), book.add_format({"num_format": "@"})
         for name, table in sheets.items():
             _write_sheet(book.add_worksheet(name), table, bold, text)
-    finally:
-        try:
-            book.close()
-        except xlsxwriter.exceptions.FileCreateError as fault:
-            raise fault.args[0] if isinstance(fault.args[0], OSError) else OSError(str(fault)) from None
+    Path(path).write_bytes(whole.getbuffer())
 
 
 def _write_sheet(sheet, table, bold, text):

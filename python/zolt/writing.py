@@ -46,10 +46,10 @@ def replacing(path):
     So an older file stays as it is when the disk is full. What is no ordinary file, a pipe for
     instance, is written to as it is.
     """
-    path = Path(os.path.realpath(path))
-    if path.exists() and not path.is_file():
-        yield path
+    if Path(path).exists() and not Path(path).is_file():
+        yield Path(path)
         return
+    path = Path(os.path.realpath(path))
     part = path.with_name(f".{path.stem[:_LONGEST_STEM]}.{os.getpid()}{path.suffix}")
     try:
         yield part

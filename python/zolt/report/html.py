@@ -15,7 +15,7 @@ div.wide { overflow-x: auto; }
 table { border-collapse: collapse; font-size: .87em; font-variant-numeric: tabular-nums; }
 th { text-align: left; border-bottom: 2px solid #1b3a5c; padding: .3em .7em; white-space: nowrap; }
 td { border-bottom: 1px solid #dfe3e8; padding: .25em .7em; vertical-align: top; overflow-wrap: anywhere; }
-td:first-child { max-width: 24em; }
+td:first-child, td:nth-child(2) { min-width: 9em; max-width: 24em; }
 td.number { text-align: right; white-space: nowrap; } tr.failed td { color: #a03020; }
 div.gallery { display: grid; grid-template-columns: repeat(auto-fill, minmax(520px, 1fr)); gap: 1em; }
 figure { margin: 0; border: 1px solid #dfe3e8; border-radius: 6px; padding: .6em; overflow-wrap: anywhere; }

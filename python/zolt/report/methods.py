@@ -11,7 +11,7 @@ REFERENCES = (
     "1. Unfolding of phenylmethanesulfonyl α-chymotrypsin using different denaturants. Biochemistry 27:8063-8068.",
 )
 _WORDS = {2: "two-state", 3: "three-state", 4: "four-state"}
-_NAMES = {"GdmCl": "guanidinium chloride", None: "denaturant"}
+_NAMES = {"GdmCl": "guanidinium chloride", None: "a denaturant"}
 _METHODS = {
     "profile": "profile likelihood, widened where the scatter is uneven",
     "linear": "the standard errors and Student's t",
