@@ -10,56 +10,56 @@ from ..settings import REPLICATES, WEIGHTS, settings_of
 from .options import option
 
 model = partial(option, group="Model")
-CHOICES = (
-    model("--states", type=click.Choice(["auto", "picker", "2", "3", "4"]), default="auto", metavar="N",
-          help="2, 3, 4, auto (evidence) or picker.  [auto]"),
-    model("--m", default="free", metavar="HOW", help="free, shared by all, or a number to hold."),
-    model("--baselines", metavar="SIDES", help="native=flat,denatured=A,B or aN,bN,aU,bU"),
-    model("--exclude", multiple=True, metavar="[CURVE@]WHAT", help="Readings: well B3, 3.5 (M), 6..8, #5 ..."),
-    model("--weights", type=click.Choice(WEIGHTS), default="sd", help="Standard deviations of the file.  [sd]"),
-    model("--sd-known", is_flag=True, help="They are true sizes, not only weights."),
-    model("--replicates", type=click.Choice(REPLICATES), default="pooled", help="Fitted together or each alone."),
-    model("--residues", type=click.IntRange(1), metavar="N", help="Chain length: warn where m does not suit."),
-    model("--midpoint", is_flag=True, help="Midpoint only, for short or poor curves."),
-    model("--drop-outliers", is_flag=True, help="Fit again without marked readings."),
-)  # fmt: skip
+CHOICES = {
+    "states": model("--states", type=click.Choice(["auto", "picker", "2", "3", "4"]), default="auto", metavar="N",
+                    help="2, 3, 4, auto (evidence) or picker.  [auto]"),
+    "m": model("--m", default="free", metavar="HOW", help="free, shared by all, or a number to hold."),
+    "baselines": model("--baselines", metavar="SIDES", help="native=flat,denatured=A,B or aN,bN,aU,bU"),
+    "exclude": model("--exclude", multiple=True, metavar="[CURVE@]WHAT",
+                     help="Readings: well B3, 3.5 (M), 6..8, #5 ..."),
+    "weights": model("--weights", type=click.Choice(WEIGHTS), default="sd",
+                     help="Standard deviations of the file.  [sd]"),
+    "sd_known": model("--sd-known", is_flag=True, help="They are true sizes, not only weights."),
+    "replicates": model("--replicates", type=click.Choice(REPLICATES), default="pooled",
+                        help="Fitted together or each alone."),
+    "residues": model("--residues", type=click.IntRange(1), metavar="N",
+                      help="Chain length: warn where m does not suit."),
+    "midpoint": model("--midpoint", is_flag=True, help="Midpoint only, for short or poor curves."),
+    "drop_outliers": model("--drop-outliers", is_flag=True, help="Fit again without marked readings."),
+}  # fmt: skip
 
 
-def fit_choices(command):
-    """Gives a command the choices of a fit, as one dictionary `choices`."""
-    names = [option_name(choice) for choice in CHOICES]
+def choices_of(*names):
+    """Gives a command those choices of a fit, as one dictionary `choices`."""
 
-    @wraps(command)
-    def wrapped(*arguments, **options):
-        choices = {name: options.pop(name) for name in names}
-        return command(*arguments, choices=choices, **options)
+    def dressed(command):
+        @wraps(command)
+        def wrapped(*arguments, **options):
+            choices = {name: options.pop(name) for name in names}
+            return command(*arguments, choices=choices, **options)
 
-    for choice in reversed(CHOICES):
-        wrapped = choice(wrapped)
-    return wrapped
+        for name in reversed(names):
+            wrapped = CHOICES[name](wrapped)
+        return wrapped
+
+    return dressed
 
 
-def option_name(choice):
-    """The name of the argument that an option becomes."""
-
-    def bare():
-        pass
-
-    choice(bare)
-    return bare.__click_params__[0].name
+fit_choices = choices_of(*CHOICES)
 
 
 def settings_from(choices, units, temperature=None, intervals=None):
     """The `Settings` of the choices; a wrong one is an error of usage."""
-    states, m = choices["states"], choices["m"]
+    told = dict(choices)
+    baselines = baselines_of(told.pop("baselines", None))
+    if told.get("states", "").isdigit():
+        told["states"] = int(told["states"])
+    if "m" in told:
+        told["m"] = _m(told["m"], units)
+    if "midpoint" in told:
+        told["midpoint_only"] = told.pop("midpoint")
     try:
-        return settings_of(
-            baselines_of(choices["baselines"]),
-            states=int(states) if states.isdigit() else states, temperature=temperature, m=_m(m, units),
-            weights=choices["weights"], sd_known=choices["sd_known"], replicates=choices["replicates"],
-            exclude=choices["exclude"], drop_outliers=choices["drop_outliers"],
-            midpoint_only=choices["midpoint"], residues=choices["residues"], intervals=intervals,
-        )  # fmt: skip
+        return settings_of(baselines, temperature=temperature, intervals=intervals, **told)
     except ValueError as fault:
         raise click.UsageError(f"{fault}.") from None
 

@@ -3,6 +3,7 @@
 Figures are made without pyplot. They follow Matplotlib's style sheets, see `look`.
 """
 
+from .compare import plot_compare
 from .curve import plot_fit, save_figure, save_fit
 from .energy import plot_free_energy
 from .look import look
@@ -15,6 +16,7 @@ __all__ = [
     "look",
     "plate_cells",
     "plate_figure",
+    "plot_compare",
     "plot_fit",
     "plot_free_energy",
     "plot_overlay",
