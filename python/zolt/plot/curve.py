@@ -67,33 +67,24 @@ def _draw_legend(fit, ax, lowest, alone):
 
 
 def _draw_points(fit, ax, values, size=24):
+    """Readings, or their residuals; replicates pale, with mean and SD over them."""
     size = size / 2 if is_narrow() else size
     colours, hollow = palette(), fit.marked
-    at, mean, spread = replicate_means(fit.x[fit.kept], values[fit.kept])
-    alone = not at.size
+    at, mean, spread, count = fit.means()
+    several = count > 1
+    replicates = bool(several.any()) and 2 * np.count_nonzero(several) >= at.size
     style = dict(s=size, linewidths=1.0, zorder=4)
-    pale = {} if alone else dict(alpha=0.35)
     ax.scatter(fit.x[~hollow], values[~hollow], c=colours.reading, edgecolors=colours.reading, label="readings",
-               **pale, **style)  # fmt: skip
+               alpha=0.35 if replicates else None, **style)  # fmt: skip
     if hollow.any():
         ax.scatter(fit.x[hollow], values[hollow], facecolors=colours.paper, edgecolors=colours.mark,
                    label="spike or outlier", **style)  # fmt: skip
-    bars = dict(fmt="none" if alone else "_", color=colours.reading, elinewidth=0.9, capsize=2, zorder=3)
-    if not alone:
-        ax.errorbar(at, mean, spread, ms=7, label="mean and SD of replicates", **bars)
+    bars = dict(color=colours.reading, elinewidth=0.9, capsize=2, zorder=3)
+    if replicates:
+        mean = mean - np.interp(at, fit.x, fit.y - values)  # no shift for readings, the fit for residuals
+        ax.errorbar(at[several], mean[several], spread[several], fmt="_", ms=7, label="mean and SD of replicates", **bars)
     elif fit.sd is not None:
-        ax.errorbar(fit.x, values, fit.sd, label="SD as given", **bars)
-
-
-def replicate_means(x, values):
-    """Concentrations read more than once, with mean and SD of their values; empty rows if few are."""
-    at, place, counts = np.unique(x, return_inverse=True, return_counts=True)
-    several = counts > 1
-    if 2 * np.count_nonzero(several) < at.size:
-        return np.empty((3, 0))
-    mean = np.bincount(place, values) / counts
-    squares = np.bincount(place, (values - mean[place]) ** 2)
-    return at[several], mean[several], np.sqrt(squares[several] / (counts[several] - 1))
+        ax.errorbar(fit.x, values, fit.sd, fmt="none", label="SD as given", **bars)
 
 
 def _draw_model(fit, ax, units):

@@ -33,7 +33,7 @@ class PaperFigure(Figure):
         super().__init__(*arguments, **options)
         # Ticks and generic font families are settled when the figure is drawn, not before.
         settings = matplotlib.rcParams.copy()
-        self._settings = {name: settings[name] for name in settings.keys() - styles.STYLE_BLACKLIST}
+        self._settings = {name: settings[name] for name in settings.keys() - styles.STYLE_BLACKLIST} | _SAVING
 
     def draw(self, renderer):
         with matplotlib.rc_context(self._settings):
