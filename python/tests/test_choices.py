@@ -49,11 +49,13 @@ WELLS = ["A1", "A2", "A3", "B3", "A4", "A5"]
         ("b03", [3]),
         ("WT@3,#1", [0, 4]),
         ("V38A@3", []),
+        ("b@#2,2", [3, 4]),
         ("9", []),
     ],
 )
 def test_readings_are_left_out_as_they_are_told(text, places):
-    assert np.flatnonzero(excluded([text], "WT", X, WELLS)).tolist() == places
+    curve = Curve("WT", X, X, details={"well": " ".join(WELLS)}, members=np.array(["a", "a", "a", "b", "b", "b"]))
+    assert np.flatnonzero(excluded([text], curve)).tolist() == places
 
 
 @pytest.mark.parametrize("text", ["", "..", "high", "3-4", "#", "WT@"])

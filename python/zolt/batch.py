@@ -11,7 +11,7 @@ import pandas as pd
 from tqdm import tqdm
 
 from .caution import cautions_of_notes, codes_of, text_of
-from .exclusion import wells_of
+from .exclusion import excluded
 from .fit import fit
 from .read import Curve
 from .reading.curve import identical_curves
@@ -55,8 +55,8 @@ def fit_curve(curve, settings=Settings()):
             details[role] = getattr(curve, role)
     return fit(
         curve.x, curve.y, curve.temperature, settings=settings, name=curve.name, details=details, sd=curve.sd,
-        n=curve.n, denaturant=curve.denaturant, wells=wells_of(curve), part=curve.part,
-        notes=cautions_of_notes(curve.notes),
+        n=curve.n, denaturant=curve.denaturant, part=curve.part,
+        exclude=excluded(settings.exclude, curve), notes=cautions_of_notes(curve.notes),
     )  # fmt: skip
 
 

@@ -5,6 +5,7 @@ import sys
 import click
 
 from ..output import print_cautions
+from ..replicates import pooled
 from ..writing import TABLES, write_table
 from .choices import check_exclusions, choices_of, settings_from
 from .delivery import Delivery
@@ -50,9 +51,10 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
     settings = settings_from({**choices, "states": "2"}, units, temperature)
     source = Input(files, layout, reading, temperature)
     source.need_curves()
-    check_exclusions(settings, source.curves)
+    curves = pooled(source.curves)
+    check_exclusions(settings, curves)
     try:
-        result = compared(source.curves, reference or 0, level=level, settings=settings)
+        result = compared(curves, reference or 0, level=level, settings=settings)
     except ValueError as fault:
         click.echo(f"zolt: {fault}.", err=True)
         sys.exit(2)
