@@ -100,7 +100,9 @@ def test_sound_curves_have_hardly_a_warning(transitions, n, states):
     found = []
     for seed in range(40):
         fit = fitted(*simulate(transitions, n, noise=0.004, seed=seed), residues=107, denaturant="urea")
-        found += [code for code in codes(fit) if not (states > 2 and code in ("m_unexpected", "engine_apart"))]
+        found += [
+            code for code in codes(fit) if not (states > 2 and code in ("m_unexpected", "engine_apart"))
+        ]
     assert len(found) <= 6, found
 
 
@@ -110,7 +112,9 @@ def test_what_the_length_of_a_chain_suggests():
     assert expected_m(110, "urea") == pytest.approx(1399.5, abs=0.1)
     assert expected_m(110, "GdmCl") == pytest.approx(2910.1, abs=0.1)
     assert expected_m(110, None) is None
-    assert "m_unexpected" not in codes(fitted(*simulate(FKBP12, noise=0.003), residues=107, denaturant="urea"))
+    assert "m_unexpected" not in codes(
+        fitted(*simulate(FKBP12, noise=0.003), residues=107, denaturant="urea")
+    )
 
 
 def test_notes_of_the_reader_become_warnings(tmp_path):
@@ -137,7 +141,9 @@ def test_what_no_reader_has_seen_is_looked_at_too():
 def test_a_wrong_answer_within_a_series_is_told():
     x, y = simulate(FKBP12, noise=0.004)
     _, far = simulate([(9000.0, 4.0, 1.0)], noise=0.004, native=(0.1, 0.12), denatured=(1.8, -0.1))
-    series = zolt.fit_series([Curve("a", x, y, label=1), Curve("b", x, y, label=1), Curve("c", x, far, label=3)])
+    series = zolt.fit_series(
+        [Curve("a", x, y, label=1), Curve("b", x, y, label=1), Curve("c", x, far, label=3)]
+    )
     assert "series_apart" in codes(series.fits[2]) and "series_apart" not in codes(series.fits[0])
     assert "departs from their own fits: c" in series.verdict
 
@@ -154,7 +160,9 @@ def test_every_code_of_the_package_is_in_the_table_and_the_other_way_round():
     assert all(entry["when"] and entry["advice"] for entry in entries)
 
 
-@pytest.mark.parametrize("code", [code for code, (_, options) in CASES.items() if not {"sd", "baselines"} & set(options)])
+@pytest.mark.parametrize(
+    "code", [code for code, (_, options) in CASES.items() if not {"sd", "baselines"} & set(options)]
+)
 def test_the_scale_of_the_signal_moves_no_warning(code):
     make, options = CASES[code]
     x, y = make()

@@ -41,7 +41,9 @@ def as_curves(curves):
         curves = list(curves)
         if all(isinstance(curve, Curve) for curve in curves):
             return curves
-        curves = [c if isinstance(c, Curve) else Curve(f"curve {i}", *c) for i, c in enumerate(curves, start=1)]
+        curves = [
+            c if isinstance(c, Curve) else Curve(f"curve {i}", *c) for i, c in enumerate(curves, start=1)
+        ]
     rows = [replace(curve, x=np.asarray(curve.x, float), y=np.asarray(curve.y, float)) for curve in curves]
     notes = {note.curve: (note,) for note in identical_curves(rows)}
     return [replace(curve, notes=(*curve.notes, *notes.get(curve.name, ()))) for curve in rows]
@@ -121,7 +123,13 @@ def table_of(outcomes, curves, units="kcal"):
     for curve, (fitted, intervals) in zip(curves, outcomes, strict=True):
         if isinstance(fitted, Exception):
             rows.append(
-                {"curve": curve.name, **curve.details, "status": "error", "reason": str(fitted), "warnings": ""}
+                {
+                    "curve": curve.name,
+                    **curve.details,
+                    "status": "error",
+                    "reason": str(fitted),
+                    "warnings": "",
+                }
             )
             continue
         row = fitted.to_dict(units)
@@ -143,9 +151,7 @@ def _place(column):
     return (2 if column in _CLOSING else 0), "", 0
 
 
-def fit_many(
-    curves, *, workers=None, client=None, progress=True, units="kcal", settings=None, **options
-):
+def fit_many(curves, *, workers=None, client=None, progress=True, units="kcal", settings=None, **options):
     """Fit many curves; a tidy DataFrame with one row per curve, in the order of the input.
 
     `curves` are `Curve` records, a wide DataFrame, a dictionary of (x, y) or a list of such pairs.

@@ -28,7 +28,9 @@ class Exclusion:
         if self.what.startswith("#"):
             return meant & (np.cumsum(meant) == int(self.what[1:]))
         if match := _RANGE.fullmatch(self.what):
-            low, high = (float(end) if end else bound for end, bound in zip(match.groups(), (-np.inf, np.inf)))
+            low, high = (
+                float(end) if end else bound for end, bound in zip(match.groups(), (-np.inf, np.inf))
+            )
             return meant & (x >= low) & (x <= high)
         value = float(self.what)
         return meant & (np.abs(x - value) <= 1e-6 * max(1.0, abs(value)))
@@ -47,7 +49,9 @@ def exclusions(texts):
         curve, _, parts = str(text).rpartition("@")
         for part in parts.split(","):
             what = well_of(part) or part.strip()
-            if not well_of(what) and not (re.fullmatch(rf"{_NUMBER}|#\d+", what) or (_RANGE.fullmatch(what) and what != "..")):
+            if not well_of(what) and not (
+                re.fullmatch(rf"{_NUMBER}|#\d+", what) or (_RANGE.fullmatch(what) and what != "..")
+            ):
                 raise ValueError(f"'{part.strip()}' of '{text}' tells no reading; say {FORMS}")
             found.append(Exclusion(f"{curve}@{what}" if curve else what, curve.strip(), what))
     return found

@@ -60,7 +60,8 @@ def fit(
     `drop_outliers` spikes are left out of the fit, and the fit is repeated without its outliers,
     as long as at most a quarter of the curve goes.
 
-    `part` (of pooled replicates), `denaturant` and `notes` are what a reader knows of the readings. A curve that cannot be fitted is a result, not an error: see `ok`, `status`, `reason`.
+    `part` (of pooled replicates), `denaturant` and `notes` are what a reader knows of the readings. A
+    curve that cannot be fitted is a result, not an error: see `ok`, `status`, `reason`.
     """
     marked = not isinstance(exclude, str) and np.size(exclude) > 0 and np.asarray(exclude).dtype == bool
     marks, exclude = (np.asarray(exclude), ()) if marked else (None, exclude)
@@ -83,7 +84,11 @@ def fit(
     if temperature is None:
         temperature = USUAL_TEMPERATURE
         said.append(caution("temperature_assumed", temperature=f"{temperature:g}"))
-    if x.size and x[-1] > (limit := soluble(denaturant)) and "beyond_solubility" not in [c.code for c in said]:
+    if (
+        x.size
+        and x[-1] > (limit := soluble(denaturant))
+        and "beyond_solubility" not in [c.code for c in said]
+    ):
         name_of = denaturant or "of any denaturant"
         said.append(caution("beyond_solubility", x=f"{x[-1]:g}", limit=f"{limit:g}", denaturant=name_of))
     if refused:

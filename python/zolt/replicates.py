@@ -39,7 +39,9 @@ def pooled(curves):
 
 
 def _with_note(curve, apart):
-    text = f"replicates of '{curve.group}' differ by {100.0 * apart:.0f} % of the signal; each is fitted alone"
+    text = (
+        f"replicates of '{curve.group}' differ by {100.0 * apart:.0f} % of the signal; each is fitted alone"
+    )
     note = Note("replicates_differ", text, curve.name)
     return curve if note in curve.notes else replace(curve, notes=(*curve.notes, note))
 
@@ -123,7 +125,13 @@ def replicate_means(fits, curves, units="kcal"):
         states = [fit.states for fit in sound]
         most = max(states, key=states.count) if states else None
         alike = [fit for fit in sound if fit.states == most]
-        row = {"curve": name, "label": label, "replicates": len(members), "fitted": len(alike), "states": most}
+        row = {
+            "curve": name,
+            "label": label,
+            "replicates": len(members),
+            "fitted": len(alike),
+            "states": most,
+        }
         for i in range(0 if most is None else most - 1):
             for quantity in _QUANTITIES:
                 scale = 1.0 if quantity == "Cm" else CAL_PER_UNIT[units]

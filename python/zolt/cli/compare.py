@@ -11,6 +11,7 @@ from .choices import check_exclusions, choices_of, settings_from
 from .delivery import Delivery
 from .help import GroupedCommand
 from .input import Input
+
 from .options import (
     FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options, option,
     reading_options,
@@ -20,8 +21,14 @@ from .options import (
 @click.command(cls=GroupedCommand)
 @FILES
 @option("--reference", metavar="NAME", group="Model", help="The curve to compare with.  [the first]")
-@option("--level", type=click.FloatRange(0.0, 1.0, min_open=True, max_open=True), default=0.95, metavar="P",
-        group="Model", help="Level of the intervals.  [0.95]")
+@option(
+    "--level",
+    type=click.FloatRange(0.0, 1.0, min_open=True, max_open=True),
+    default=0.95,
+    metavar="P",
+    group="Model",
+    help="Level of the intervals.  [0.95]",
+)
 @choices_of("baselines", "exclude", "weights", "sd_known", "residues", "drop_outliers")
 @TEMPERATURE
 @UNITS
@@ -63,7 +70,9 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
     if delivery.asked("--plot"):
         from ..plot import save_figure
 
-        delivery.write("--plot", lambda path: save_figure(result.plot(units, **look), path, look.get("width")))
+        delivery.write(
+            "--plot", lambda path: save_figure(result.plot(units, **look), path, look.get("width"))
+        )
     click.echo(_printed(table, units))
     click.echo(f"Each less {result.fits[result.reference].name}; {units}/mol and M, ± standard error, "
                f"[{100 * level:g} % interval].")  # fmt: skip
