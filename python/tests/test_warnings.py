@@ -70,6 +70,12 @@ CASES = {
     "between_two_readings": (step, dict(states=2)),
     "hardly_determined": (lambda: simulate(FKBP12, 14, noise=0.06, seed=2), dict(states=2)),
     "no_transition_evident": (lambda: simulate(FKBP12, 24, noise=2.0, seed=5), dict(states=2)),
+    "states_indistinguishable": (lambda: simulate(FKBP12, 96, noise=0.005, seed=8), {}),
+    "engine_apart": (lambda: simulate([(5000.0, 3.2, 0.5), (9000.0, 4.3, 0.5)], 40, noise=0.006, seed=3), {}),
+    "lack_of_fit": (
+        lambda: tuple(np.repeat(row, 2) + i * 0.001 * np.tile([-1, 1], 40) for i, row in enumerate(waves())),
+        dict(states=2),
+    ),
     "other_states_shown": (lambda: simulate(THREE, 60, noise=0.004), dict(states=2)),
     "readings_left_out": (lambda: simulate(FKBP12, 32, noise=0.003), dict(exclude="7..8")),
     "deviations_unused": (lambda: simulate(FKBP12, 32, noise=0.003), dict(sd=np.arange(32.0))),
@@ -136,6 +142,17 @@ def test_what_no_reader_has_seen_is_looked_at_too():
         assert ("beyond_solubility" in codes(fit)) == told
     curve = Curve("a", x, y, 25.0, sd=np.full(24, 0.004))
     assert codes(zolt.fit_each([curve], weights="sem")[0][0]) == ["deviations_unused"]
+
+
+def test_curves_that_differ_in_m_are_told_when_they_share_it():
+    curves = [
+        simulate([(slope * 3.9, 3.9, 1.0)], 32, noise=0.005, seed=i)
+        for i, slope in enumerate((1400.0, 2200.0))
+    ]
+    assert all("m_not_shared" in codes(fit) for fit, _ in zolt.fit_each(curves, m="shared"))
+    assert not any(
+        "m_not_shared" in codes(fit) for fit, _ in zolt.fit_each([curves[0], curves[0]], m="shared")
+    )
 
 
 def test_a_wrong_answer_within_a_series_is_told():
