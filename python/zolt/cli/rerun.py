@@ -49,7 +49,7 @@ def rerun(file, out, report):
         delivery.write("--report", lambda path: write_report(
             path, run.fits, run.intervals, units=run.units, settings=logbook, problems=[], read=run.read,
         ))  # fmt: skip
-    print_fits(table, again.units, again.fits)
+    print_fits(table, again.units, run.fits, run.intervals)
     click.echo(f"Settings: {again.settings.line(again.units)}.")
     click.echo(again.verdict)
     sys.exit(2 if delivery.problems else 0 if again.same else 1)
