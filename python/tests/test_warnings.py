@@ -35,9 +35,9 @@ def waves():
     return x, y + 0.02 * np.sin(2.5 * x)
 
 
-def bad_readings(*places):
+def bad_readings(*places, by=0.4):
     x, y = simulate(FKBP12, 32, noise=0.003)
-    y[list(places)] += 0.4 * (-1.0) ** np.arange(len(places))
+    y[list(places)] += by * (-1.0) ** np.arange(len(places))
     return x, y
 
 
@@ -108,7 +108,7 @@ def gentle_waves(n, height):
 
 NEAR = {  # curves that a less patient supervisor would warn of, and a word on how near they are
     "structured_residuals": (lambda: gentle_waves(24, 0.02), {}),  # Durbin-Watson 1.45 of 24 readings
-    "many_readings_off": (lambda: bad_readings(6, 20), {}),
+    "many_readings_off": (lambda: bad_readings(6, 20, 26, by=0.1), {}),
     "no_native_plateau": (
         lambda: without(*simulate(FKBP12, 60, noise=0.002), -1.0, 2.5),
         {},
