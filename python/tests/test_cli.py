@@ -4,16 +4,9 @@ import json
 
 import pandas as pd
 import pytest
-from click.testing import CliRunner
 from conftest import FKBP12, THREE, simulate
 
 from zolt import __version__
-from zolt.cli import main
-
-
-@pytest.fixture
-def run():
-    return lambda *arguments: CliRunner(mix_stderr=False).invoke(main, list(map(str, arguments)))
 
 
 @pytest.fixture
