@@ -11,7 +11,7 @@ from .delivery import Delivery
 from .help import GroupedCommand
 from .input import Input
 from .options import (
-    DEFAULT_TEMPERATURE, FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature,
+    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature,
     look_options, option, reading_options,
 )  # fmt: skip
 
@@ -56,7 +56,6 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
     delivery.file("--plot", plot, PICTURES)
     source = Input(files, layout, reading, temperature)
     source.need_curves()
-    temperature = DEFAULT_TEMPERATURE if temperature is None else temperature
     try:
         given = None if labels is None else [float(text) for text in labels.split(",")]
         excluded = {int(text) for text in exclude.split(",") if text.strip()}

@@ -35,7 +35,7 @@ def _draw_series_curves(series, ax, figure, label, signal):
     """Readings and fits between their own baselines, so that curves of any scale compare."""
     labels = series.labels
     logarithmic = _is_logarithmic(series) and labels.max() > labels.min()
-    places = _places(labels, logarithmic)
+    places = _places(labels, labels, logarithmic)
     norm = (LogNorm if logarithmic else Normalize)(places.min(), places.max())
     colors = LinearSegmentedColormap.from_list("labels", colormaps["viridis"](np.linspace(0, 0.9, 64)))
     for fit, value in zip(series.fits, places):
@@ -55,21 +55,21 @@ def _draw_series_curves(series, ax, figure, label, signal):
         bar.set_label(label)
         bar.ax.yaxis.set_minor_locator(NullLocator())
         ticks = np.unique(labels)[:12]
-        bar.set_ticks(_places(ticks, logarithmic), labels=[f"{tick:g}" for tick in ticks])
+        bar.set_ticks(_places(ticks, labels, logarithmic), labels=[f"{tick:g}" for tick in ticks])
 
 
 def _draw_series_energies(series, ax, units, label):
     scale = CAL_PER_UNIT[units]
     logarithmic = _is_logarithmic(series)
-    for fit, value in zip(series.fits, _places(series.labels, logarithmic)):
+    for fit, value in zip(series.fits, _places(series.labels, series.labels, logarithmic)):
         if fit.ok and fit.dG.size >= series.transition:
             ax.plot(value, fit.dG[series.transition - 1] / scale, ".", color=BASELINE, alpha=0.6)
     table = series.per_label
     for used, face in ((True, palette().reading), (False, palette().paper)):
         part = table[(table["in_trend"] == used) & table["dG"].notna()]
         if len(part):
-            ax.errorbar(_places(part["label"].to_numpy(), logarithmic), part["dG"] / scale, np.nan_to_num(part["error"]) / scale, fmt="o", ms=6,
-                        mfc=face, mec=palette().reading, ecolor=palette().reading, capsize=3, lw=1.1,
+            at = _places(part["label"].to_numpy(), series.labels, logarithmic)
+            ax.errorbar(at, part["dG"] / scale, np.nan_to_num(part["error"]) / scale, fmt="o", ms=6, mfc=face, mec=palette().reading, ecolor=palette().reading, capsize=3, lw=1.1,
                         label="mean per label" if used else "not in the trend")  # fmt: skip
     if series.has_line:
         grid, line = series.curve("dG", GRID)
@@ -87,17 +87,17 @@ def _logarithmic(ax, labels):
     ax.set_xscale("log")
     ax.xaxis.set_minor_locator(NullLocator())
     ticks = np.unique(labels)[:12]
-    ax.set_xticks(_places(ticks), [f"{tick:g}" for tick in ticks])
+    ax.set_xticks(_places(ticks, labels), [f"{tick:g}" for tick in ticks])
 
 
 def _is_logarithmic(series):
     return series.form == "trend" and series.labels.min() >= 0 and series.has_line
 
 
-def _places(labels, logarithmic=True):
-    """Where labels stand: on a logarithmic axis 0 lies one usual step left of the smallest other label."""
-    positive = np.unique(labels[labels > 0])
-    if not logarithmic or positive.size == labels.size or not positive.size:
+def _places(labels, among, logarithmic=True):
+    """Where labels stand: on a logarithmic axis 0 lies one usual step left of the smallest other `among` all."""
+    positive = np.unique(among[among > 0])
+    if not logarithmic or not positive.size:
         return labels
     step = (positive[-1] / positive[0]) ** (1.0 / max(positive.size - 1, 1))
     return np.where(labels > 0, labels, positive[0] / max(step, 2.0))
