@@ -120,9 +120,28 @@ def test_units_and_names_come_from_what_was_asked_and_read(tmp_path):
     kcal, kJ = (float(series.verdict_in(units).split()[3]) for units in ("kcal", "kJ"))
     assert kJ == pytest.approx(4.184 * kcal, abs=0.003) and "kJ/mol per unit of ln(Ca (mM))" in series.verdict_in("kJ")
     curves, energies, fractions = series.plot(units="kJ").axes[:3]
-    assert curves.get_xlabel() == "urea (M)" and energies.get_xlabel() == fractions.get_xlabel() == "Ca (mM)"
+    assert curves.get_xlabel() == "Urea (M)" and energies.get_xlabel() == fractions.get_xlabel() == "Ca (mM)"
     assert energies.get_ylabel() == "dG (kJ/mol)" and energies.get_xscale() == "log"
     ticks = dict(zip((text.get_text() for text in energies.get_xticklabels()), energies.get_xticks()))
     assert ticks["0"] == pytest.approx(0.05) and ticks["50"] == 50.0
     drawn = np.concatenate([line.get_xdata() for line in energies.lines if line.get_marker() == "o"])
     assert sorted(drawn) == pytest.approx([0.05, 0.5, 5.0, 50.0])
+
+
+@pytest.mark.parametrize(
+    "stated, given, used, told",
+    [
+        ((15.0, 15.0, 15.0), None, 15.0, False),
+        ((15.0, 15.0, 15.0), 40.0, 15.0, False),
+        ((None, None, None), 40.0, 40.0, False),
+        ((None, None, None), None, 25.0, True),
+        ((15.0, None, 15.0), None, 15.0, True),
+    ],
+)
+def test_a_series_has_the_temperature_of_its_curves(stated, given, used, told):
+    curves = [replace(c, temperature=T) for c, T in zip(make_series([1, 3, 9], rising), stated)]
+    series = zolt.fit_series(curves, temperature=given)
+    assert {fit.temperature for fit in series.fits} == {used}
+    assert {"temperature_assumed" in [c.code for c in fit.warnings] for fit in series.fits} == {told}
+    with pytest.raises(ValueError, match="these have 15, 30 °C"):
+        zolt.fit_series([replace(curves[0], temperature=15.0), replace(curves[1], temperature=30.0)])

@@ -29,7 +29,9 @@ def print_fits(table, units, fits=()):
         if column in shown:
             head[name] = shown[column]
     if "warnings" in shown:
-        head["warnings"] = _own_codes(shown["warnings"].fillna(""))
+        own = _own_codes(shown["warnings"].fillna(""))
+        if any(own):
+            head["warnings"] = own
     click.echo(head.to_string(index=False, na_rep="", formatters={"R²": "{:.4f}".format}))
     click.echo(f"dG in {units}/mol, Cm in M, m = dG/Cm in {units}/mol/M.")
     for (status, text), names in _groups(shown, ["status", "reason"]):

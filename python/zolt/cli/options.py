@@ -9,7 +9,6 @@ from ..model import CAL_PER_UNIT
 from ..writing import TABLES, CannotWrite, check_place
 from .help import Option
 
-DEFAULT_TEMPERATURE = 25.0  # °C
 PICTURES = (".png", ".svg", ".pdf")
 FILES = click.argument("files", nargs=-1, required=True, type=click.Path(path_type=Path))
 FILE = click.Path(path_type=Path)
