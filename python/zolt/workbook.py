@@ -27,13 +27,10 @@ def write_workbook(sheets, path):
             raise ValueError(f"'{name}' has {len(table)} rows of {table.shape[1]} columns, more than a sheet holds; "
                              "write .csv.")  # fmt: skip
     whole = io.BytesIO()  # so that a full disk is met by one write, not within the library
-    try:
-        with xlsxwriter.Workbook(whole, {"constant_memory": True}) as book:
-            bold, text = book.add_format({"bold": True, "num_format": "@"}), book.add_format({"num_format": "@"})
-            for name, table in sheets.items():
-                _write_sheet(book.add_worksheet(name), table, bold, text)
-    except xlsxwriter.exceptions.FileCreateError as fault:
-        raise fault.args[0] from None  # the fault of the system, met in the folder of temporary files
+    with xlsxwriter.Workbook(whole, {"in_memory": True}) as book:
+        bold, text = book.add_format({"bold": True, "num_format": "@"}), book.add_format({"num_format": "@"})
+        for name, table in sheets.items():
+            _write_sheet(book.add_worksheet(name), table, bold, text)
     Path(path).write_bytes(whole.getbuffer())
 
 

@@ -1,5 +1,6 @@
 """How figures look: style sheets, width and font, colours by their use, and text that stays text."""
 
+import io
 from collections import namedtuple
 from contextlib import contextmanager
 from functools import wraps
@@ -16,6 +17,7 @@ SHEET = Path(__file__).with_name("zolt.mplstyle")
 # Journals want fonts that can be edited: TrueType in PDF and PostScript, letters as letters in SVG.
 _SAVING = {"pdf.fonttype": 42, "ps.fonttype": 42, "svg.fonttype": "none"}
 _MM = 25.4
+_SCREEN_DOTS_PER_INCH = 90
 _NARROW = 130.0 / _MM  # inches; below it, letters are smaller and the legend stands under the axes
 _SMALL_FONT = 8.0
 BASELINE = "0.42"
@@ -42,6 +44,12 @@ class PaperFigure(Figure):
     def savefig(self, *arguments, **options):
         with matplotlib.rc_context(_SAVING):
             super().savefig(*arguments, **options)
+
+    def _repr_png_(self):
+        """The figure as a notebook shows it."""
+        whole = io.BytesIO()
+        self.savefig(whole, format="png", dpi=_SCREEN_DOTS_PER_INCH)
+        return whole.getvalue()
 
 
 @contextmanager
