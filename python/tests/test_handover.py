@@ -18,7 +18,8 @@ from conftest import FKBP12, THREE, simulate
 import zolt
 from zolt import sheets
 from zolt.cli.cluster import _check_workers
-from zolt.report import methods, write_report
+from zolt.methods import methods
+from zolt.report import write_report
 from zolt.writing import file_names, write_table
 
 NASTY = ["=1+1", "+Ca", "-Ca", "@home", "<script>alert(1)</script>", "n" * 420, "$a$ & _b"]

@@ -36,7 +36,7 @@ def plot_compare(comparison, units="kcal"):
     right.axvline(0.0, color=BASELINE, lw=0.9)
     right.set_yticks(range(len(shown)), [shortened(comparison.fits[i].name, _LONGEST) for i in shown])
     right.set_ylim(len(shown) - 0.4, -0.6)
-    right.set_xlabel(f"ddG, curve less reference ({units}/mol), {100 * comparison.level:g} % intervals")
+    right.set_xlabel(f"ddG ({units}/mol), {100 * comparison.level:g} % intervals")
     right.legend(loc="lower center", bbox_to_anchor=(0.5, 1.0), ncols=1)
     for ax in (left, right):
         dress(ax)

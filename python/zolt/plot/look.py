@@ -104,7 +104,10 @@ def is_narrow():
 
 
 def new_figure(across=1.0, aspect=None):
-    """An empty figure, `across` times as wide as is usual; height is width times `aspect`."""
+    """An empty figure, `across` times as wide as is usual; height is width times `aspect`.
+
+    It is the figure of the look in force; see `look`.
+    """
     width, height = matplotlib.rcParams["figure.figsize"]
     size = across * width, height if aspect is None else across * width * aspect
     figure = PaperFigure(figsize=size, layout="constrained")
@@ -146,7 +149,7 @@ def shortened(name, longest=LONGEST_TITLE):
 
 def denaturant_label(fits, denaturant=None):
     """The words on the axis of concentrations: what was given, else what the source said."""
-    if denaturant is None:
+    if not denaturant:
         known = {fit.denaturant or fit.details.get("denaturant") for fit in fits} - {None, ""}
         denaturant = known.pop() if len(known) == 1 else "denaturant"
     denaturant = shortened(denaturant)

@@ -10,10 +10,10 @@ from tqdm import tqdm
 from .. import _library
 from .._version import __version__
 from ..caution import text_of
+from ..methods import REFERENCES, methods
 from ..plot import plate_cells, plate_figure, plot_fit
 from ..sheets import plain
 from .html import STYLE, listed, pairs, picture
-from .methods import REFERENCES, methods
 from .summary import evidence, summary, warning_list
 
 _SHOW_PROGRESS = 20  # pictures

@@ -2,7 +2,7 @@
 
 import numpy as np
 
-from .._version import __version__
+from ._version import __version__
 
 REFERENCES = (
     "Pace CN (1986) Determination and analysis of urea and guanidine hydrochloride denaturation curves. "
