@@ -123,6 +123,17 @@ def test_notes_of_the_reader_become_warnings(tmp_path):
     assert "blank" not in found[1]
 
 
+def test_what_no_reader_has_seen_is_looked_at_too():
+    x, y = simulate(FKBP12, 24, noise=0.004)
+    both = zolt.fit_many({"a": (x, y), "b": (x, y), "c": (x, y + 1.0)}, temperature=25.0, progress=False)
+    assert both["warnings"].tolist() == ["", "identical", ""]
+    for denaturant, highest, told in (("GdmCl", 9.0, True), ("urea", 9.0, False), (None, 12.0, True)):
+        fit = fitted(x * highest / 8.0, y, denaturant=denaturant)
+        assert ("beyond_solubility" in codes(fit)) == told
+    curve = Curve("a", x, y, 25.0, sd=np.full(24, 0.004))
+    assert codes(zolt.fit_each([curve], weights="sem")[0][0]) == ["deviations_unused"]
+
+
 def test_a_wrong_answer_within_a_series_is_told():
     x, y = simulate(FKBP12, noise=0.004)
     _, far = simulate([(9000.0, 4.0, 1.0)], noise=0.004, native=(0.1, 0.12), denatured=(1.8, -0.1))

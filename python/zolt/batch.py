@@ -3,8 +3,10 @@
 import os
 import re
 from concurrent.futures import ThreadPoolExecutor
+from dataclasses import replace
 from functools import partial
 
+import numpy as np
 import pandas as pd
 from tqdm import tqdm
 
@@ -12,30 +14,37 @@ from .caution import cautions_of_notes, codes_of, text_of
 from .exclusion import wells_of
 from .fit import fit
 from .read import Curve
+from .reading.curve import identical_curves
 from .replicates import pooled
 from .settings import Settings, settings_of
 
 _QUANTITIES = ("dG", "Cm", "m", "weight")
 _PER_TRANSITION = re.compile(r"(dG|Cm|m|weight)(\d)")
 _CLOSING = (
-    "bootstrap_used", "R_squared", "durbin_watson", "code", "reason", "warnings", "warnings_in_words", "settings", "spikes", "outliers", "left_out",
-    "aN", "bN_per_M", "aU", "bU_per_M",
+    "bootstrap_used", "R_squared", "durbin_watson", "code", "reason", "warnings", "warnings_in_words", "settings",
+    "spikes", "outliers", "left_out", "aN", "bN_per_M", "aU", "bU_per_M",
 )  # fmt: skip
 _MOST_PER_TASK = 16  # Large enough to hide what a task costs, small enough to share evenly.
 
 
 def as_curves(curves):
-    """Curves from what people have: `Curve` records, a wide DataFrame, {name: (x, y)}, pairs."""
+    """Curves from what people have: `Curve` records, a wide DataFrame, {name: (x, y)}, pairs.
+
+    Of what no reader has seen, curves with the same readings get a note.
+    """
     if hasattr(curves, "columns"):
         x = curves.iloc[:, 0].to_numpy(float)
-        pairs = ((name, x, curves[name].to_numpy(float)) for name in curves.columns[1:])
-        return [Curve(str(name), x, y) for name, x, y in pairs]
-    if hasattr(curves, "items"):
+        curves = [Curve(str(name), x, curves[name].to_numpy(float)) for name in curves.columns[1:]]
+    elif hasattr(curves, "items"):
         curves = [Curve(str(name), x, y) for name, (x, y) in curves.items()]
-    return [
-        curve if isinstance(curve, Curve) else Curve(f"curve {i}", *curve)
-        for i, curve in enumerate(curves, start=1)
-    ]
+    else:
+        curves = list(curves)
+        if all(isinstance(curve, Curve) for curve in curves):
+            return curves
+        curves = [c if isinstance(c, Curve) else Curve(f"curve {i}", *c) for i, c in enumerate(curves, start=1)]
+    rows = [replace(curve, x=np.asarray(curve.x, float), y=np.asarray(curve.y, float)) for curve in curves]
+    notes = {note.curve: (note,) for note in identical_curves(rows)}
+    return [replace(curve, notes=(*curve.notes, *notes.get(curve.name, ()))) for curve in rows]
 
 
 def fit_curve(curve, settings=Settings()):

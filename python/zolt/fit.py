@@ -10,6 +10,7 @@ from .engine_answer import EngineAnswer, answer_of_engine
 from .exclusion import excluded
 from .fit_record import Fit, fewest_points
 from .points import pick_states, spike_marks, tidy_readings, usable_deviations
+from .reading.quantities import soluble
 from .settings import USUAL_TEMPERATURE, settings_of
 
 
@@ -84,6 +85,9 @@ def fit(
     if temperature is None:
         temperature = USUAL_TEMPERATURE
         said.append(caution("temperature_assumed", temperature=f"{temperature:g}"))
+    if x.size and x[-1] > (limit := soluble(denaturant)) and "beyond_solubility" not in [c.code for c in said]:
+        name_of = denaturant or "of any denaturant"
+        said.append(caution("beyond_solubility", x=f"{x[-1]:g}", limit=f"{limit:g}", denaturant=name_of))
     if refused:
         said.append(caution("deviations_unused"))
     fixed = dict(
