@@ -1,13 +1,19 @@
 #!/usr/bin/env python3
 """Write docs/published.ipynb, with its outputs: the examples fitted, truth beside result.
 
-Usage: python3 docs/make_notebook.py
+Usage: python3 docs/make_notebook.py [NOTEBOOK]
 """
 
+import base64
+import os
+import sys
 from pathlib import Path
 
 import nbformat
-from nbclient import NotebookClient
+from IPython.core.displayhook import CapturingDisplayHook
+from IPython.core.interactiveshell import InteractiveShell
+from IPython.utils.capture import capture_output
+from traitlets.config import Config
 
 HERE = Path(__file__).resolve().parent
 NOTEBOOK = HERE / "published.ipynb"
@@ -128,21 +134,33 @@ go and the bad reading stays: look at the picture before a number is believed.""
 ]
 
 
-def main():
-    nbformat.write(executed(), NOTEBOOK)
+def main(path=NOTEBOOK):
+    nbformat.write(executed(), path)
 
 
 def executed():
-    """The notebook with its outputs; a cell that fails stops the run."""
-    notebook = nbformat.v4.new_notebook(cells=CELLS)
+    """The notebook with its outputs, run in the folder of the documents; a cell that fails stops the run."""
+    notebook = nbformat.v4.new_notebook(cells=CELLS, metadata={"language_info": {"name": "python"}})
+    os.chdir(HERE)
+    shell = InteractiveShell(config=Config(HistoryManager={"enabled": False}))
     for i, cell in enumerate(notebook.cells):
         cell["id"] = f"cell-{i}"
-    NotebookClient(notebook, timeout=120, kernel_name="python3", resources={"metadata": {"path": str(HERE)}}).execute()
-    notebook.metadata = {"language_info": {"name": "python"}}
-    for cell in notebook.cells:
-        cell.metadata.pop("execution", None)  # the times of the run
+        if cell.cell_type == "code":
+            returned = []
+            shell.display_trap.hook = CapturingDisplayHook(shell=shell, outputs=returned)
+            with capture_output(display=False) as printed:
+                shell.run_cell(cell.source).raise_error()
+            cell.outputs = [nbformat.v4.new_output("stream", text=printed.stdout)] if printed.stdout else []
+            cell.outputs += [_output(shown["data"]) for shown in returned]
     return notebook
 
 
+def _output(data):
+    """What a cell returned, with its pictures as text."""
+    coded = {kind: base64.b64encode(value).decode() if isinstance(value, bytes) else value
+             for kind, value in data.items()}  # fmt: skip
+    return nbformat.v4.new_output("display_data", data=coded)
+
+
 if __name__ == "__main__":
-    main()
+    main(*map(os.path.abspath, sys.argv[1:]))
