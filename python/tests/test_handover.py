@@ -1,4 +1,4 @@
-"""What is handed over: files that open elsewhere, written whole, in the right order, or a sentence why not."""
+"""What is handed over: files that open elsewhere, written whole and in order, or a sentence why not."""
 
 import os
 import re
@@ -58,7 +58,9 @@ def test_a_workbook_holds_everything_and_no_formula(run, table, tmp_path):
     good = readings[readings["curve"] == "+Ca"]
     assert (good["signal"] - good["fitted"]).to_numpy() == pytest.approx(good["residual"].to_numpy())
     assert good["fraction_folded_fit"].is_monotonic_decreasing
-    assert good["fraction_folded"].to_numpy() == pytest.approx(good["fraction_folded_fit"].to_numpy(), abs=0.05)
+    assert good["fraction_folded"].to_numpy() == pytest.approx(
+        good["fraction_folded_fit"].to_numpy(), abs=0.05
+    )
     assert readings[readings["curve"] == "noise"]["fitted"].isna().all()
     assert {"states", "weights", "read"} <= set(frames["settings"]["setting"])
     assert "temperature_assumed" in set(frames["warnings"]["code"])
@@ -66,7 +68,9 @@ def test_a_workbook_holds_everything_and_no_formula(run, table, tmp_path):
 
 
 def test_open_intervals_and_no_fit_are_blanks_in_every_format(tmp_path):
-    table = pd.DataFrame({"curve": ["a", "b"], "dG1_upper": [np.inf, -np.inf], "code": pd.array([1, None], "Int64")})
+    table = pd.DataFrame(
+        {"curve": ["a", "b"], "dG1_upper": [np.inf, -np.inf], "code": pd.array([1, None], "Int64")}
+    )
     for suffix, read in ((".csv", pd.read_csv), (".xlsx", pd.read_excel), (".json", pd.read_json)):
         write_table(table, tmp_path / f"t{suffix}")
         assert read(tmp_path / f"t{suffix}")["dG1_upper"].isna().all()
@@ -74,7 +78,10 @@ def test_open_intervals_and_no_fit_are_blanks_in_every_format(tmp_path):
 
 
 def test_a_wide_table_has_a_column_per_curve_on_one_axis(run, table, tmp_path):
-    fits = [zolt.fit(*simulate(FKBP12, 24, reach=reach), name=name) for name, reach in (("short", 6.0), ("long", 8.0))]
+    fits = [
+        zolt.fit(*simulate(FKBP12, 24, reach=reach), name=name)
+        for name, reach in (("short", 6.0), ("long", 8.0))
+    ]
     wide = sheets.wide_curves(fits, n=81)
     assert wide.columns.tolist() == ["concentration_M", "short", "long"] and wide["long"].notna().all()
     assert wide["concentration_M"][wide["short"].notna()].max() == pytest.approx(6.0)
@@ -83,7 +90,9 @@ def test_a_wide_table_has_a_column_per_curve_on_one_axis(run, table, tmp_path):
     assert folded["long"].iloc[[0, -1]].tolist() == pytest.approx([1.0, 0.0], abs=0.01)
     assert sheets.wide_curves([]).columns.tolist() == ["concentration_M"]
     run("fit", table, "--curves", tmp_path / "w.csv", "--wide", "--readings", tmp_path / "r.xlsx", "--quiet")
-    assert pd.read_csv(tmp_path / "w.csv").shape == (200, 8) and len(pd.read_excel(tmp_path / "r.xlsx")) == 192
+    assert (
+        pd.read_csv(tmp_path / "w.csv").shape == (200, 8) and len(pd.read_excel(tmp_path / "r.xlsx")) == 192
+    )
 
 
 @pytest.mark.parametrize(
@@ -106,7 +115,11 @@ def test_places_are_looked_at_before_the_work(run, table, tmp_path, option, plac
 
 @pytest.mark.parametrize(
     "option, said",
-    [(["--style", "nosuch"], "no style 'nosuch'"), (["--font", "Nosuch"], "no font"), (["--draw", "x"], "not 'x'")],
+    [
+        (["--style", "nosuch"], "no style 'nosuch'"),
+        (["--font", "Nosuch"], "no font"),
+        (["--draw", "x"], "not 'x'"),
+    ],
 )
 def test_a_look_that_is_not_there_is_refused(run, table, option, said):
     result = run("fit", table, *option)
@@ -205,11 +218,16 @@ def test_methods_say_what_was_done_and_nothing_else():
                      baselines=dict(native="flat", denatured=(1.0, -0.003)))  # fmt: skip
     text = methods([other])
     for part in ("a constant native baseline and a given (1 - 0.003 [denaturant]) denatured", "inverse squares",
-                 "m at 1434 cal/mol/M", "readings 1 were left out", "standard errors of the fit."):  # fmt: skip
+                 "m at 1434 cal/mol/M", "readings 1 were left out", "standard errors of the fit.",
+                 "at 25 °C (assumed"):  # fmt: skip
         assert part in text
-    assert "F tests" not in text and "confidence" not in text
+    assert not any(part in text for part in ("F tests", "confidence", "fitted together", "One m"))
+    together = [fit for fit, _ in zolt.fit_each([(x, y), (x, 1.1 * y)], m="shared", states=2)]
+    assert "One m was fitted to 2 curves together." in methods(together)
     three = zolt.fit(*simulate(THREE, 48, noise=0.004))
-    assert "two-state model (1 of 2 curves) and a three-state model (1 of 2 curves)" in methods([plain, three])
+    assert "two-state model (1 of 2 curves) and a three-state model (1 of 2 curves)" in methods(
+        [plain, three]
+    )
     assert methods([zolt.fit(x, y, midpoint_only=True)]) == methods([]) == ""
 
 
@@ -255,7 +273,9 @@ def test_a_cluster_is_asked_before_anything_is_read(run, table):
 
     with LocalCluster(n_workers=0, processes=False, dashboard_address=None) as empty:
         result = run("fit", table, "--scheduler", empty.scheduler_address)
-        assert result.exit_code == 2 and "it has no workers" in result.stderr and "read 192" not in result.stderr
+        assert (
+            result.exit_code == 2 and "it has no workers" in result.stderr and "read 192" not in result.stderr
+        )
     with LocalCluster(n_workers=1, processes=False, dashboard_address=None) as cluster:
         result = run("fit", table, "--scheduler", cluster.scheduler_address)
         assert result.exit_code == 0 and "8 curves fitted" in result.stdout

@@ -11,8 +11,8 @@ from .delivery import Delivery
 from .help import GroupedCommand
 from .input import Input
 from .options import (
-    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options, option,
-    reading_options,
+    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options,
+    option, reading_options,
 )  # fmt: skip
 
 
@@ -61,7 +61,9 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
     if delivery.asked("--plot"):
         from ..plot import save_figure
 
-        delivery.write("--plot", lambda path: save_figure(result.plot(units, **look), path, look.get("width")))
+        delivery.write(
+            "--plot", lambda path: save_figure(result.plot(units, **look), path, look.get("width"))
+        )
     click.echo(_printed(table, units))
     click.echo(f"Each less {result.fits[result.reference].name}; {units}/mol and M, ± standard error, "
                f"[{100 * level:g} % interval].")  # fmt: skip

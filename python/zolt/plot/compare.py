@@ -52,7 +52,9 @@ def _draw_curves(comparison, ax):
         x, y = fit.x[fit.kept], model.fraction_of(fit.x, fit.y, fit.result)[fit.kept]
         ax.scatter(x, y, s=9, color=color, alpha=0.6, linewidths=0)
         name = shortened(fit.name, _LONGEST) + (" (reference)" if i == comparison.reference else "")
-        ax.plot(*fit.fraction_denatured(), color=color, lw=1.6 if i == comparison.reference else 1.2, label=name)
+        ax.plot(
+            *fit.fraction_denatured(), color=color, lw=1.6 if i == comparison.reference else 1.2, label=name
+        )
     ax.set_ylim(-0.15, 1.15)
     ax.set_xlabel(denaturant_label(comparison.fits))
     ax.set_ylabel("Fraction denatured")

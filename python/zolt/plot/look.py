@@ -64,7 +64,9 @@ def look(style=(), width=None, font=None, font_size=None):
     for sheet in sheets:
         if sheet not in styles.library and sheet != "default" and not Path(sheet).is_file():
             some = ", ".join(sorted(name for name in styles.library if not name.startswith("_"))[:6])
-            raise ValueError(f"there is no style '{sheet}': give the path of a style sheet, or a name as {some}")
+            raise ValueError(
+                f"there is no style '{sheet}': give the path of a style sheet, or a name as {some}"
+            )
     with styles.context([SHEET, *sheets]):
         if width is not None:
             if not 30.0 <= width <= 500.0:
