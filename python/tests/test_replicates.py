@@ -39,7 +39,8 @@ def test_replicates_are_one_fit_with_their_pure_error():
 
 
 @pytest.mark.parametrize(
-    "scales, count, told", [((1.0, 1.01), 1, False), ((0.97, 1.03), 1, True), ((1.0, 1.3), 2, True), ((1.0, 1.0, 1.6), 3, True)]
+    "scales, count, told",
+    [((1.0, 1.01), 1, False), ((0.97, 1.03), 1, True), ((1.0, 1.3), 2, True), ((1.0, 1.0, 1.6), 3, True)],
 )
 def test_replicates_of_other_scale_are_not_averaged(scales, count, told):
     together = zolt.pooled([replace(c, y=c.y + 0.5 * scale) for c, scale in zip(replicates(*scales), scales)])
@@ -51,9 +52,17 @@ def test_replicates_of_other_scale_are_not_averaged(scales, count, told):
 def test_what_belongs_to_other_conditions_stays_apart():
     warm = [Curve(c.name + " warm", c.x, c.y, 40.0, group="WT") for c in replicates(1.0, 1.0)]
     sd = np.full(20, 0.01)
-    labelled = [Curve(c.name, c.x, c.y, 25.0, label=k, group=c.group, sd=sd) for k in (0, 5) for c in replicates(1.0, 1.0)]
+    labelled = [
+        Curve(c.name, c.x, c.y, 25.0, label=k, group=c.group, sd=sd)
+        for k in (0, 5)
+        for c in replicates(1.0, 1.0)
+    ]
     together = zolt.pooled([*warm, *labelled])
-    assert [(c.temperature, c.label, c.x.size) for c in together] == [(40.0, None, 40), (25.0, 0, 40), (25.0, 5, 40)]
+    assert [(c.temperature, c.label, c.x.size) for c in together] == [
+        (40.0, None, 40),
+        (25.0, 0, 40),
+        (25.0, 5, 40),
+    ]
     assert len({c.name for c in together}) == 3 and together[1].sd.size == 40
 
 
@@ -71,7 +80,8 @@ def test_each_alone_with_mean_and_deviation(tmp_path):
     assert means["dG1_mean_kJ_per_mol"][0] == pytest.approx(np.mean(values))
     assert means["dG1_sd_kJ_per_mol"][0] == pytest.approx(np.std(values, ddof=1))
     each, pooled = (
-        CliRunner().invoke(main, ["fit", str(tmp_path / "t.csv"), "--replicates", how]) for how in ("each", "pooled")
+        CliRunner().invoke(main, ["fit", str(tmp_path / "t.csv"), "--replicates", how])
+        for how in ("each", "pooled")
     )
     assert "4 of 4 curves" in each.output and "Replicates, each fitted alone" in each.output
     assert "2 of 2 curves" in pooled.output and "each fitted alone" not in pooled.output
@@ -81,9 +91,20 @@ def test_each_alone_with_mean_and_deviation(tmp_path):
 def test_a_reading_is_left_out_by_its_well():
     x, y = simulate(FKBP12, 24, noise=0.005)
     curves = [
-        Curve("s", x, y, 25.0, replicate=i, group="g", details={"well": " ".join(f"{row}{k}" for k in range(1, 25))})
+        Curve(
+            "s",
+            x,
+            y,
+            25.0,
+            replicate=i,
+            group="g",
+            details={"well": " ".join(f"{row}{k}" for k in range(1, 25))},
+        )
         for i, row in enumerate("AB")
     ]
-    fit, _ = zolt.fit_each(zolt.pooled(curves), exclude=["B3", "A5..A6@4"][:1])[0]
+    fit, _ = zolt.fit_each(zolt.pooled(curves), exclude="B3")[0]
     assert fit.kept.size == 48 and np.flatnonzero(~fit.kept).tolist() == [5]
     assert fit.details["well"].split()[5] == "B3"
+    alone, _ = zolt.fit_each(zolt.pooled(replicates(1.0, 1.0)), exclude="WT 2@#1,7..")[0]
+    assert {alone.part[i] for i in np.flatnonzero(~alone.kept)} == {"2"} and not alone.kept[1]
+    assert np.count_nonzero(~alone.kept) == 4

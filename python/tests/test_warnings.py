@@ -70,6 +70,12 @@ CASES = {
     "between_two_readings": (step, dict(states=2)),
     "hardly_determined": (lambda: simulate(FKBP12, 14, noise=0.06, seed=2), dict(states=2)),
     "no_transition_evident": (lambda: simulate(FKBP12, 24, noise=2.0, seed=5), dict(states=2)),
+    "states_indistinguishable": (lambda: simulate(FKBP12, 96, noise=0.005, seed=8), {}),
+    "engine_apart": (lambda: simulate([(5000.0, 3.2, 0.5), (9000.0, 4.3, 0.5)], 40, noise=0.006, seed=3), {}),
+    "lack_of_fit": (
+        lambda: tuple(np.repeat(row, 2) + i * 0.001 * np.tile([-1, 1], 40) for i, row in enumerate(waves())),
+        dict(states=2),
+    ),
     "other_states_shown": (lambda: simulate(THREE, 60, noise=0.004), dict(states=2)),
     "readings_left_out": (lambda: simulate(FKBP12, 32, noise=0.003), dict(exclude="7..8")),
     "deviations_unused": (lambda: simulate(FKBP12, 32, noise=0.003), dict(sd=np.arange(32.0))),
@@ -100,7 +106,9 @@ def test_sound_curves_have_hardly_a_warning(transitions, n, states):
     found = []
     for seed in range(40):
         fit = fitted(*simulate(transitions, n, noise=0.004, seed=seed), residues=107, denaturant="urea")
-        found += [code for code in codes(fit) if not (states > 2 and code in ("m_unexpected", "engine_apart"))]
+        found += [
+            code for code in codes(fit) if not (states > 2 and code in ("m_unexpected", "engine_apart"))
+        ]
     assert len(found) <= 6, found
 
 
@@ -110,7 +118,9 @@ def test_what_the_length_of_a_chain_suggests():
     assert expected_m(110, "urea") == pytest.approx(1399.5, abs=0.1)
     assert expected_m(110, "GdmCl") == pytest.approx(2910.1, abs=0.1)
     assert expected_m(110, None) is None
-    assert "m_unexpected" not in codes(fitted(*simulate(FKBP12, noise=0.003), residues=107, denaturant="urea"))
+    assert "m_unexpected" not in codes(
+        fitted(*simulate(FKBP12, noise=0.003), residues=107, denaturant="urea")
+    )
 
 
 def test_notes_of_the_reader_become_warnings(tmp_path):
@@ -134,10 +144,23 @@ def test_what_no_reader_has_seen_is_looked_at_too():
     assert codes(zolt.fit_each([curve], weights="sem")[0][0]) == ["deviations_unused"]
 
 
+def test_curves_that_differ_in_m_are_told_when_they_share_it():
+    curves = [
+        simulate([(slope * 3.9, 3.9, 1.0)], 32, noise=0.005, seed=i)
+        for i, slope in enumerate((1400.0, 2200.0))
+    ]
+    assert all("m_not_shared" in codes(fit) for fit, _ in zolt.fit_each(curves, m="shared"))
+    assert not any(
+        "m_not_shared" in codes(fit) for fit, _ in zolt.fit_each([curves[0], curves[0]], m="shared")
+    )
+
+
 def test_a_wrong_answer_within_a_series_is_told():
     x, y = simulate(FKBP12, noise=0.004)
     _, far = simulate([(9000.0, 4.0, 1.0)], noise=0.004, native=(0.1, 0.12), denatured=(1.8, -0.1))
-    series = zolt.fit_series([Curve("a", x, y, label=1), Curve("b", x, y, label=1), Curve("c", x, far, label=3)])
+    series = zolt.fit_series(
+        [Curve("a", x, y, label=1), Curve("b", x, y, label=1), Curve("c", x, far, label=3)]
+    )
     assert "series_apart" in codes(series.fits[2]) and "series_apart" not in codes(series.fits[0])
     assert "departs from their own fits: c" in series.verdict
 
@@ -154,7 +177,9 @@ def test_every_code_of_the_package_is_in_the_table_and_the_other_way_round():
     assert all(entry["when"] and entry["advice"] for entry in entries)
 
 
-@pytest.mark.parametrize("code", [code for code, (_, options) in CASES.items() if not {"sd", "baselines"} & set(options)])
+@pytest.mark.parametrize(
+    "code", [code for code, (_, options) in CASES.items() if not {"sd", "baselines"} & set(options)]
+)
 def test_the_scale_of_the_signal_moves_no_warning(code):
     make, options = CASES[code]
     x, y = make()

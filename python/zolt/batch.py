@@ -11,7 +11,7 @@ import pandas as pd
 from tqdm import tqdm
 
 from .caution import cautions_of_notes, codes_of, text_of
-from .exclusion import wells_of
+from .exclusion import excluded
 from .fit import fit
 from .read import Curve
 from .reading.curve import identical_curves
@@ -41,7 +41,9 @@ def as_curves(curves):
         curves = list(curves)
         if all(isinstance(curve, Curve) for curve in curves):
             return curves
-        curves = [c if isinstance(c, Curve) else Curve(f"curve {i}", *c) for i, c in enumerate(curves, start=1)]
+        curves = [
+            c if isinstance(c, Curve) else Curve(f"curve {i}", *c) for i, c in enumerate(curves, start=1)
+        ]
     rows = [replace(curve, x=np.asarray(curve.x, float), y=np.asarray(curve.y, float)) for curve in curves]
     notes = {note.curve: (note,) for note in identical_curves(rows)}
     return [replace(curve, notes=(*curve.notes, *notes.get(curve.name, ()))) for curve in rows]
@@ -55,8 +57,8 @@ def fit_curve(curve, settings=Settings()):
             details[role] = getattr(curve, role)
     return fit(
         curve.x, curve.y, curve.temperature, settings=settings, name=curve.name, details=details, sd=curve.sd,
-        n=curve.n, denaturant=curve.denaturant, wells=wells_of(curve), part=curve.part,
-        notes=cautions_of_notes(curve.notes),
+        n=curve.n, denaturant=curve.denaturant, part=curve.part,
+        exclude=excluded(settings.exclude, curve), notes=cautions_of_notes(curve.notes),
     )  # fmt: skip
 
 
@@ -121,7 +123,13 @@ def table_of(outcomes, curves, units="kcal"):
     for curve, (fitted, intervals) in zip(curves, outcomes, strict=True):
         if isinstance(fitted, Exception):
             rows.append(
-                {"curve": curve.name, **curve.details, "status": "error", "reason": str(fitted), "warnings": ""}
+                {
+                    "curve": curve.name,
+                    **curve.details,
+                    "status": "error",
+                    "reason": str(fitted),
+                    "warnings": "",
+                }
             )
             continue
         row = fitted.to_dict(units)
@@ -143,9 +151,7 @@ def _place(column):
     return (2 if column in _CLOSING else 0), "", 0
 
 
-def fit_many(
-    curves, *, workers=None, client=None, progress=True, units="kcal", settings=None, **options
-):
+def fit_many(curves, *, workers=None, client=None, progress=True, units="kcal", settings=None, **options):
     """Fit many curves; a tidy DataFrame with one row per curve, in the order of the input.
 
     `curves` are `Curve` records, a wide DataFrame, a dictionary of (x, y) or a list of such pairs.

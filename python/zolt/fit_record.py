@@ -100,7 +100,11 @@ class Fit:
         if self.together is not None and self.ok:
             return f"Fitted with one m for {self.together[0].record.curves} curves."
         sentence = inference.sentence(self.answer.status)
-        return f"The picker saw {self.tried} states. {sentence}" if self.settings.states == "picker" else sentence
+        return (
+            f"The picker saw {self.tried} states. {sentence}"
+            if self.settings.states == "picker"
+            else sentence
+        )
 
     @cached_property
     def warnings(self):

@@ -107,7 +107,9 @@ def fit_global(curves, share="m", *, states=2, reference=0, temperature=25.0, le
     `zolt.inference.Options`, without held values.
     """
     curves = as_curves(curves)
-    readings = [_readings(curve, temperature if curve.temperature is None else curve.temperature) for curve in curves]
+    readings = [
+        _readings(curve, temperature if curve.temperature is None else curve.temperature) for curve in curves
+    ]
     return global_of(readings, [c.name for c in curves], share, states, options, reference, level)
 
 
@@ -119,7 +121,12 @@ def _readings(curve, temperature):
 
 def global_of(readings, names, share="m", states=2, options=None, reference=0, level=0.95):
     """The `GlobalFit` of readings in the form of the inference library."""
-    if len(readings) < 2 or not 0 <= reference < len(readings) or not 0.0 < level < 1.0 or states not in (2, 3, 4):
+    if (
+        len(readings) < 2
+        or not 0 <= reference < len(readings)
+        or not 0.0 < level < 1.0
+        or states not in (2, 3, 4)
+    ):
         raise ValueError("a global fit takes two curves or more, the index of one of them as reference, "
                          "2, 3 or 4 states, and a level between 0 and 1")  # fmt: skip
     record, fits, spans, differences = inference.fit_global(

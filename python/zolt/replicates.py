@@ -39,8 +39,11 @@ def pooled(curves):
 
 
 def _with_note(curve, apart):
-    text = f"replicates of '{curve.group}' differ by {100.0 * apart:.0f} % of the signal; each is fitted alone"
-    return replace(curve, notes=(*curve.notes, Note("replicates_differ", text, curve.name)))
+    text = (
+        f"replicates of '{curve.group}' differ by {100.0 * apart:.0f} % of the signal; each is fitted alone"
+    )
+    note = Note("replicates_differ", text, curve.name)
+    return curve if note in curve.notes else replace(curve, notes=(*curve.notes, note))
 
 
 def _apart(curves):
@@ -63,6 +66,7 @@ def _together(curves, ambiguous):
     first = curves[0]
     x = np.concatenate([curve.x for curve in curves])
     order = np.argsort(x, kind="stable")
+    members = np.concatenate([np.full(len(curve.x), curve.name) for curve in curves])
     part = np.concatenate([np.full(len(c.x), str(_mark(c, i))) for i, c in enumerate(curves, start=1)])
 
     def rows(name):
@@ -83,7 +87,7 @@ def _together(curves, ambiguous):
         details["input_notes"] = "; ".join(dict.fromkeys(note.text for note in notes))
     return replace(
         first, name=_named(first, ambiguous), x=x[order], y=rows("y"), sd=rows("sd"), n=rows("n"),
-        part=part[order], replicate=None, group=None, details=details, notes=tuple(notes),
+        part=part[order], members=members[order], replicate=None, group=None, details=details, notes=tuple(notes),
     )  # fmt: skip
 
 
@@ -121,7 +125,13 @@ def replicate_means(fits, curves, units="kcal"):
         states = [fit.states for fit in sound]
         most = max(states, key=states.count) if states else None
         alike = [fit for fit in sound if fit.states == most]
-        row = {"curve": name, "label": label, "replicates": len(members), "fitted": len(alike), "states": most}
+        row = {
+            "curve": name,
+            "label": label,
+            "replicates": len(members),
+            "fitted": len(alike),
+            "states": most,
+        }
         for i in range(0 if most is None else most - 1):
             for quantity in _QUANTITIES:
                 scale = 1.0 if quantity == "Cm" else CAL_PER_UNIT[units]

@@ -5,11 +5,13 @@ import sys
 import click
 
 from ..output import print_cautions
+from ..replicates import pooled
 from ..writing import TABLES, write_table
 from .choices import check_exclusions, choices_of, settings_from
 from .delivery import Delivery
 from .help import GroupedCommand
 from .input import Input
+
 from .options import (
     FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options,
     option, reading_options,
@@ -19,8 +21,14 @@ from .options import (
 @click.command(cls=GroupedCommand)
 @FILES
 @option("--reference", metavar="NAME", group="Model", help="The curve to compare with.  [the first]")
-@option("--level", type=click.FloatRange(0.0, 1.0, min_open=True, max_open=True), default=0.95, metavar="P",
-        group="Model", help="Level of the intervals.  [0.95]")
+@option(
+    "--level",
+    type=click.FloatRange(0.0, 1.0, min_open=True, max_open=True),
+    default=0.95,
+    metavar="P",
+    group="Model",
+    help="Level of the intervals.  [0.95]",
+)
 @choices_of("baselines", "exclude", "weights", "sd_known", "residues", "drop_outliers")
 @TEMPERATURE
 @UNITS
@@ -50,9 +58,10 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
     settings = settings_from({**choices, "states": "2"}, units, temperature)
     source = Input(files, layout, reading, temperature)
     source.need_curves()
-    check_exclusions(settings, source.curves)
+    curves = pooled(source.curves)
+    check_exclusions(settings, curves)
     try:
-        result = compared(source.curves, reference or 0, level=level, settings=settings)
+        result = compared(curves, reference or 0, level=level, settings=settings)
     except ValueError as fault:
         click.echo(f"zolt: {fault}.", err=True)
         sys.exit(2)
