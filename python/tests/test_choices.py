@@ -177,10 +177,11 @@ RUNS = [
 @pytest.mark.parametrize("options", RUNS)
 def test_a_run_gives_the_same_numbers_again(run, table, tmp_path, options):
     first = run("fit", table, "--out", tmp_path / "r.json", *options)
-    again = run("rerun", tmp_path / "r.json", "--out", tmp_path / "s.json")
+    again = run("rerun", tmp_path / "r.json", "--out", tmp_path / "s.json", "--report", tmp_path / "r.html")
     assert first.exit_code == again.exit_code == 0, again.stderr
     assert "3 curves are the same, to the last digit." in again.stdout
     one, two = (json.loads((tmp_path / name).read_text()) for name in ("r.json", "s.json"))
+    assert (tmp_path / "r.html").read_text().count("data:image") >= 3
     assert one == two and one["curves"][0]["fit"]["dG"][0] > 0.0
 
 

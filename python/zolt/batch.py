@@ -17,6 +17,7 @@ from .read import Curve
 from .reading.curve import identical_curves
 from .replicates import pooled
 from .settings import Settings, settings_of
+from .sheets import warnings_of
 
 _QUANTITIES = ("dG", "Cm", "m", "weight")
 _PER_TRANSITION = re.compile(r"(dG|Cm|m|weight)(\d)")
@@ -135,7 +136,7 @@ def table_of(outcomes, curves, units="kcal"):
         row = fitted.to_dict(units)
         if intervals is not None:
             row.update(intervals.to_dict(units))
-            said = (*fitted.warnings, *intervals.warnings)
+            said = warnings_of(fitted, intervals)
             row["warnings"], row["warnings_in_words"] = codes_of(said), text_of(said)
         rows.append(row)
     frame = pd.DataFrame(rows)

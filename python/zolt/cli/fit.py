@@ -86,7 +86,7 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     run = Run(outcomes, table, settings, units, logbook, source.read, source.problems)
     write_all(delivery, run, wide=wide, kinds=kinds, picture=picture, overlay_of=overlay_of, look=look)
     if not quiet:
-        print_fits(table, units, run.fits)
+        print_fits(table, units, run.fits, run.intervals)
         alike = replicate_means([fit for fit, _ in outcomes], curves, units)
         if len(alike):
             click.echo("Replicates, each fitted alone:")
