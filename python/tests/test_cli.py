@@ -71,6 +71,7 @@ def test_a_failed_fit_is_a_result(run, tmp_path):
         (["--temperature", 120], "0 to 100"),
         (["--baselines", "1,2"], "four numbers"),
         (["--out", "a.txt"], "must end in"),
+        (["--midpoint", "--intervals"], "takes no --intervals"),
         (["--midpoint", "--baselines", "1,2,3,4"], "takes no baselines"),
     ],
 )

@@ -45,12 +45,17 @@ def write_all(delivery, run, *, wide, kinds, picture, overlay_of, look):
     )
     delivery.write("--plots", lambda path: draw_all(fits, path, kinds, picture, run.units, look))
     delivery.write("--overlay", lambda path: _draw_overlay(fits, path, overlay_of, run.units, look))
-    if delivery.asked("--report"):
-        from ..report import write_report
+    write_page(delivery, run)
 
-        delivery.write("--report", lambda path: write_report(
-            path, fits, run.intervals, units=run.units, settings=run.logbook, problems=run.problems, read=run.read,
-        ))  # fmt: skip
+
+def write_page(delivery, run):
+    """The report, if it was asked for."""
+    if not delivery.asked("--report"):
+        return
+    from ..report import write_report
+
+    known = dict(units=run.units, settings=run.logbook, problems=run.problems, read=run.read)
+    delivery.write("--report", lambda path: write_report(path, run.fits, run.intervals, **known))
 
 
 def write_results(run, path):

@@ -64,6 +64,8 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     check_temperature(temperature)
     check_look(look)
     kinds = _kinds(draw)
+    if intervals and choices["midpoint"]:
+        raise click.UsageError("--midpoint takes no --intervals: a midpoint fit has no errors.")
     settings = settings_from(choices, units, temperature, _sampling(intervals, method, rounds, seed))
     delivery = Delivery([*files, layout])
     delivery.file("--out", out, TABLES)
