@@ -19,7 +19,9 @@ def check_place(path, what):
     path = Path(path)
     folder = path.parent
     if len(os.fsencode(path.name)) > 255:
-        raise CannotWrite(f"{what}: the name '{path.name[:40]}...' is too long for a file; take a shorter one.")
+        raise CannotWrite(
+            f"{what}: the name '{path.name[:40]}...' is too long for a file; take a shorter one."
+        )
     if not folder.is_dir():
         raise CannotWrite(f"{what} {path}: there is no folder {folder}; make it, or name another.")
     if path.is_dir():

@@ -11,8 +11,8 @@ from .options import option
 
 model = partial(option, group="Model")
 CHOICES = {
-    "states": model("--states", type=click.Choice(["auto", "picker", "2", "3", "4"]), default="auto", metavar="N",
-                    help="2, 3, 4, auto (evidence) or picker.  [auto]"),
+    "states": model("--states", type=click.Choice(["auto", "picker", "2", "3", "4"]), default="auto",
+                    metavar="N", help="2, 3, 4, auto (evidence) or picker.  [auto]"),
     "m": model("--m", default="free", metavar="HOW", help="free, shared by all, or a number to hold."),
     "baselines": model("--baselines", metavar="SIDES", help="native=flat,denatured=A,B or aN,bN,aU,bU"),
     "exclude": model("--exclude", multiple=True, metavar="[CURVE@]WHAT",

@@ -13,8 +13,8 @@ from .help import GroupedCommand
 from .input import Input
 
 from .options import (
-    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options, option,
-    reading_options,
+    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options,
+    option, reading_options,
 )  # fmt: skip
 
 

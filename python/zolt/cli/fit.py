@@ -17,8 +17,8 @@ from .files import DRAWN, Run, write_all
 from .help import GroupedCommand
 from .input import Input
 from .options import (
-    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options, option,
-    reading_options,
+    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options,
+    option, reading_options,
 )  # fmt: skip
 
 errors, results, figures, machine = (
@@ -33,12 +33,13 @@ errors, results, figures, machine = (
 @reading_options
 @fit_choices
 @errors("--intervals", is_flag=True, help="95 % intervals beside standard errors.")
-@errors("--method", type=click.Choice(["profile", "linear", "bootstrap"]), default="profile", metavar="NAME",
-        help="profile, linear or bootstrap.  [profile]")
+@errors("--method", type=click.Choice(["profile", "linear", "bootstrap"]), default="profile",
+        metavar="NAME", help="profile, linear or bootstrap.  [profile]")
 @errors("--rounds", type=click.IntRange(20), default=1000, metavar="N", help="Of the bootstrap.  [1000, 0]")
 @errors("--seed", type=int, default=0, metavar="N", beside=True)
 @OUT
-@results("--readings", "reading_file", type=FILE, metavar="FILE", help="Residuals, fraction folded: .csv, .xlsx")
+@results("--readings", "reading_file", type=FILE, metavar="FILE",
+         help="Residuals, fraction folded: .csv, .xlsx")
 @results("--curves", "curve_file", type=FILE, metavar="FILE", help="Fitted curves; wide: a column per curve.")
 @results("--wide", is_flag=True, beside=True)
 @results("--report", type=FILE, metavar="FILE", help="One page to read: .html")
@@ -49,20 +50,22 @@ errors, results, figures, machine = (
 @figures("--format", "picture", type=click.Choice(["png", "svg", "pdf"]), default="png",
          help="Of --plots.  [png]")
 @figures("--overlay", type=FILE, metavar="FILE", help="All curves in one: .png, .svg, .pdf")
-@figures("--overlay-of", type=click.Choice(["fraction", "signal", "energy"]), default="fraction", metavar="WHAT",
-         help="fraction, signal or energy.  [fraction]")
+@figures("--overlay-of", type=click.Choice(["fraction", "signal", "energy"]), default="fraction",
+         metavar="WHAT", help="fraction, signal or energy.  [fraction]")
 @look_options
 @machine("--workers", type=click.IntRange(1), metavar="N", help="Threads.  [one per processor]")
 @machine("--scheduler", metavar="ADDRESS", help="A dask scheduler that does the work.")
 def fit_command(files, temperature, intervals, method, rounds, seed, units, layout, workers, scheduler, out,
-                reading_file, curve_file, wide, plots, draw, picture, overlay, overlay_of, report, quiet, reading,
-                look, choices):
+                reading_file, curve_file, wide, plots, draw, picture, overlay, overlay_of, report, quiet,
+                reading, look, choices):
     """Fit every curve of the FILES and print a table. The exit status is 0, or 2
     when a file could not be read or written.
     """  # fmt: skip
     check_temperature(temperature)
     check_look(look)
     kinds = _kinds(draw)
+    if intervals and choices["midpoint"]:
+        raise click.UsageError("--midpoint takes no --intervals: a midpoint fit has no errors.")
     settings = settings_from(choices, units, temperature, _sampling(intervals, method, rounds, seed))
     delivery = Delivery([*files, layout])
     delivery.file("--out", out, TABLES)

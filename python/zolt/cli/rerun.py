@@ -8,7 +8,7 @@ import click
 from ..output import print_fits
 from ..writing import TABLES
 from .delivery import Delivery
-from .files import Run, write_results
+from .files import Run, write_page, write_results
 from .help import GroupedCommand
 from .options import FILE, OUT, option
 
@@ -43,12 +43,7 @@ def rerun(file, out, report):
     logbook = {"command": f"zolt rerun {file}", **again.settings.words(again.units), "rerun": again.verdict}
     run = Run(again.outcomes, table, again.settings, again.units, logbook, [f"session {file}"], [])
     delivery.write("--out", lambda path: write_results(run, path))
-    if delivery.asked("--report"):
-        from ..report import write_report
-
-        delivery.write("--report", lambda path: write_report(
-            path, run.fits, run.intervals, units=run.units, settings=logbook, problems=[], read=run.read,
-        ))  # fmt: skip
+    write_page(delivery, run)
     print_fits(table, again.units, run.fits, run.intervals)
     click.echo(f"Settings: {again.settings.line(again.units)}.")
     click.echo(again.verdict)
