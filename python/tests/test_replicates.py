@@ -34,6 +34,9 @@ def test_replicates_are_one_fit_with_their_pure_error():
     assert x.tolist() == curves[0].x.tolist() and set(count) == {3}
     assert mean == pytest.approx(rows.mean(axis=0)) and sd == pytest.approx(rows.std(axis=0, ddof=1))
     assert fit.answer.record.pure_sse == pytest.approx(np.sum((rows - rows.mean(axis=0)) ** 2))
+    row = fit.to_dict()
+    assert row["replicate_sd"] == pytest.approx(np.sqrt(rows.var(axis=0, ddof=1).mean()))
+    assert row["lack_of_fit_p"] == fit.answer.record.lack_p > 0.01
     lone = zolt.fit(curves[0].x, curves[0].y)
     assert fit.se["dG"][0] < lone.se["dG"][0] and np.isnan(lone.means()[2]).all()
 

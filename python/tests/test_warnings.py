@@ -194,6 +194,12 @@ def test_curves_that_differ_in_m_are_told_when_they_share_it():
     )
 
 
+def test_a_global_fit_has_warnings_of_its_own():
+    one, other = (simulate([(slope * 3.9, 3.9, 1.0)], 32, noise=0.005) for slope in (1400.0, 2200.0))
+    assert [c.code for c in zolt.fit_global([one, other]).warnings] == ["temperature_assumed", "m_not_shared"]
+    assert zolt.fit_global([one, one], temperature=25.0).warnings == ()
+
+
 def test_a_wrong_answer_within_a_series_is_told():
     x, y = simulate(FKBP12, noise=0.004)
     _, far = simulate([(9000.0, 4.0, 1.0)], noise=0.004, native=(0.1, 0.12), denatured=(1.8, -0.1))

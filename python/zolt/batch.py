@@ -22,8 +22,8 @@ from .sheets import warnings_of
 _QUANTITIES = ("dG", "Cm", "m", "weight")
 _PER_TRANSITION = re.compile(r"(dG|Cm|m|weight)(\d)")
 _CLOSING = (
-    "bootstrap_used", "R_squared", "durbin_watson", "code", "reason", "warnings", "warnings_in_words", "settings",
-    "spikes", "outliers", "left_out", "aN", "bN_per_M", "aU", "bU_per_M",
+    "bootstrap_used", "R_squared", "durbin_watson", "replicate_sd", "lack_of_fit_p", "code", "reason",
+    "warnings", "warnings_in_words", "settings", "spikes", "outliers", "left_out", "aN", "bN_per_M", "aU", "bU_per_M",
 )  # fmt: skip
 _MOST_PER_TASK = 16  # Large enough to hide what a task costs, small enough to share evenly.
 
