@@ -142,7 +142,7 @@ class Fit:
             return "too many points", f"The curve has {n} readings; the engine takes at most {MOST_POINTS}."
         return "", ""
 
-    @property
+    @cached_property
     def ok(self):
         """True where the result holds a fit."""
         return model.holds_fit(self.result)
