@@ -64,7 +64,7 @@ CASES = {
     "one_reading_decides": (lone_end, dict(states=2)),
     "midpoint_outside": (lambda: without(*simulate(FKBP12, 60, 6.0, 0.002), 3.7, 9.0), dict(states=2)),
     "midpoint_at_edge": (lambda: without(*simulate(FKBP12, 60, 6.0, 0.002), 4.0, 9.0), dict(states=2)),
-    "no_native_plateau": (lambda: without(*simulate(FKBP12, 60, noise=0.002), -1.0, 2.9), dict(states=2)),
+    "no_native_plateau": (lambda: without(*simulate(FKBP12, 60, noise=0.002), -1.0, 2.6), dict(states=2)),
     "no_denatured_plateau": (lambda: without(*simulate(FKBP12, 60, noise=0.002), 4.8, 9.0), dict(states=2)),
     "baselines_cross": (crossing, dict(states=2)),
     "between_two_readings": (step, dict(states=2)),
