@@ -48,7 +48,7 @@ class Intervals:
                     "dG_m_correlation": self.correlation[i],
                 }
                 for i in range(len(self.correlation))
-                for name, unit, scale in _quantities(units)
+                for name, unit, scale in quantities(units)
             ]
         )
 
@@ -56,9 +56,11 @@ class Intervals:
         """Columns to stand beside those of `Fit.to_dict`."""
         row = {}
         for i in range(len(self.correlation)):
-            for name, unit, scale in _quantities(units):
+            for name, unit, scale in quantities(units):
                 for end, suffix in enumerate(("lower", "upper")):
-                    row[f"{name}{i + 1}_{suffix}_{unit.replace('/', '_per_')}"] = getattr(self, name)[i, end] / scale
+                    row[f"{name}{i + 1}_{suffix}_{unit.replace('/', '_per_')}"] = (
+                        getattr(self, name)[i, end] / scale
+                    )
             row[f"dG{i + 1}_m{i + 1}_correlation"] = self.correlation[i]
         if self.method == "bootstrap":
             row["bootstrap_used"] = self.used
@@ -68,7 +70,7 @@ class Intervals:
         """One sentence for every end that is open."""
         said = []
         for i in range(len(self.correlation)):
-            for name, unit, scale in _quantities(units):
+            for name, unit, scale in quantities(units):
                 lower, upper = getattr(self, name)[i] / scale
                 label = name if len(self.correlation) == 1 else f"{name} {i + 1}"
                 if np.isinf(lower) and np.isinf(upper):
@@ -78,6 +80,14 @@ class Intervals:
                 elif np.isinf(lower):
                     said.append(f"{label} is at most {upper:.4g} {unit}.")
         return said
+
+    @property
+    def warnings(self):
+        """`zolt.Caution` records about open ends, mostly none."""
+        from .caution import caution
+
+        open_ends = self.sentences()
+        return (caution("interval_unbounded", quantities=" ".join(open_ends)),) if open_ends else ()
 
     def __repr__(self):
         head = f"{self.level:.0%} intervals by {self.method}"
@@ -89,7 +99,7 @@ class Intervals:
         return self.table().to_html(index=False)
 
 
-def _quantities(units):
+def quantities(units):
     """Name, unit and size of the unit in the library's own one."""
     energy = CAL_PER_UNIT[units]
     return ("dG", f"{units}/mol", energy), ("Cm", "M", 1.0), ("m", f"{units}/mol/M", energy)
@@ -102,7 +112,15 @@ def intervals_of(fit, level=0.95, method="profile", rounds=1000, seed=0):
     if not 0.0 < level < 1.0 or not 20 <= rounds <= 100000:
         raise ValueError("level lies between 0 and 1, and 20 to 100000 rounds are taken")
     answer = fit.answer
-    record, draws = inference.intervals(fit.readings, answer, fit.options, method, level, rounds, seed)
+    if fit.together is not None:
+        whole, place = fit.together
+        if method != "profile" or level != whole.level:
+            raise ValueError(
+                f"with a shared m there are profile intervals at the level of the fit, {whole.level:g}"
+            )
+        record, draws = whole.intervals[place], None
+    else:
+        record, draws = inference.intervals(fit.readings, answer, fit.options, method, level, rounds, seed)
     if record.status != inference.FITTED:
         raise ValueError(inference.sentence(record.status))
     count = answer.record.transitions

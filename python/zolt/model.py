@@ -26,6 +26,11 @@ def states_of(result):
     return 4 if any(values[9:12]) else 3
 
 
+def holds_fit(result):
+    """True where a result vector holds a fit: RT is told, and every transition is a number."""
+    return bool(result[Element.RT] > 0) and all(np.isfinite(row).all() for row in transitions(result))
+
+
 def transitions(result):
     """dG (cal/mol), Cm (M) and weight of every transition, as three rows."""
     count = states_of(result) - 1
@@ -43,6 +48,13 @@ def fractions(x, dG, Cm, RT):
 def lines(x, result):
     """The native and the denatured baseline at x."""
     return result[0] + result[1] * x, result[2] + result[3] * x
+
+
+def fraction_of(x, y, result):
+    """Where each reading stands between the baselines: 0 on the native one, 1 on the denatured one."""
+    native, denatured = lines(x, result)
+    with np.errstate(divide="ignore", invalid="ignore"):
+        return (y - native) / (denatured - native)
 
 
 def signal(x, result):
