@@ -7,6 +7,7 @@ import time
 from pathlib import Path
 
 from selenium import webdriver
+from selenium.webdriver import ActionChains
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
@@ -14,6 +15,7 @@ from selenium.webdriver.support.ui import WebDriverWait
 
 TOP = Path(__file__).resolve().parents[2]
 PAGE = TOP / "out" / "zolt.html"
+# The program itself: its wrapper leaves browsers running.
 BROWSER, DRIVER = "/usr/lib/chromium/chromium", "/usr/bin/chromedriver"
 FLAGS = """--headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-sync
 --disable-background-networking --disable-component-update --window-size=1400,1000""".split()
@@ -21,6 +23,8 @@ FLAGS = """--headless --no-sandbox --disable-gpu --disable-quic --no-first-run -
 
 class Browser:
     def __init__(self):
+        if not PAGE.is_file():
+            raise FileNotFoundError(f"{PAGE} is missing; script/page builds it")
         self.folder = Path(tempfile.mkdtemp())
         options = webdriver.ChromeOptions()
         options.binary_location = BROWSER
@@ -67,8 +71,9 @@ class Browser:
                  "e.dispatchEvent(new Event('change', {bubbles: true}))", name, value)  # fmt: skip
 
     def press(self, *keys):
+        """Presses keys one by one, wherever the focus is by then."""
         for key in keys:
-            self.driver.switch_to.active_element.send_keys(key)
+            ActionChains(self.driver, duration=0).send_keys(key).perform()
 
     def give(self, *files, wait=True):
         """Chooses files, given as name and text, and waits until they are fitted."""
@@ -100,4 +105,4 @@ class Browser:
         return json.loads(self.export("session", "session.json"))
 
 
-__all__ = ["Browser", "DRIVER", "Keys", "PAGE", "TOP"]
+__all__ = ["Browser", "Keys", "PAGE", "TOP"]
