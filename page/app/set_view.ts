@@ -1,27 +1,40 @@
 // Curves compared with one of them: one m for all, mean m, plain difference; and a series' trend.
 import { Markup, h } from "../figure/markup";
+import type * as records from "../generated/records";
 import { CAL_PER_UNIT, interval, probability, short, withError } from "./numbers";
-import { State, fitOf } from "./state";
 import { table } from "./result_view";
+import { comparable, labelled } from "./set_work";
+import { State } from "./state";
 
 const cell = (words: string) => h("td", {}, words);
 
 export function setView(state: State): Markup {
-  const fitted = state.entries.filter(fitOf);
+  const fitted = comparable(state);
   if (fitted.length < 2) return h("div", {});
-  const labelled = fitted.filter(({ label }) => typeof label === "number" && label > 0);
   return h("div", {},
     h("h2", {}, "Several curves"),
     h("div", { class: "bar" },
       h("label", {}, "Reference ", h("select", { id: "reference", "data-set": "reference" },
         ...fitted.map(({ key, name }) => h("option", { value: key, selected: key === state.reference }, name)))),
       h("button", { type: "button", "data-act": "compare", id: "compare" }, "Compare all with the reference"),
-      new Set(labelled.map(({ label }) => label)).size > 1 &&
+      new Set(labelled(state).map(({ label }) => label)).size > 1 &&
         h("button", { type: "button", "data-act": "trend", id: "trend" }, "Trend with the label")),
+    ...state.shared.map((global) => sharedWords(global, state)),
     state.set?.fault ? h("p", { role: "alert" }, state.set.fault) : null,
     state.set?.comparison ? comparison(state) : null,
     state.set?.trend ? trend(state) : null);
 }
+
+/** What the fit with one m for all curves says of that m. */
+function sharedWords({ curves, transitions, shared, shared_se, shared_interval, F, p }: records.Global, { unit, settings }: State): Markup {
+  const per = CAL_PER_UNIT[unit];
+  const values = Array.from({ length: transitions }, (_, t) =>
+    `${withError(shared[t] / per, shared_se[t] / per)} (${interval(shared_interval[t].map((end) => end / per) as [number, number], shared_se[t] / per)})`);
+  return h("p", {}, `${curves} curves of ${transitions + 1} states fitted with one m: ${values.join(" and ")} ${unit}/mol/M, with ${100 * settings.level} % interval. ` + verdict(F, p));
+}
+
+const verdict = (F: number, p: number) => `Shared against free m: F ${short(F, 3)}, p ${probability(p)}. ` +
+  (p >= 0 && p < 0.01 ? "The curves do not share one m." : "Nothing speaks against one m.");
 
 function comparison(state: State): Markup {
   const { keys, reference, comparison: found } = state.set!, per = CAL_PER_UNIT[state.unit];
@@ -37,8 +50,9 @@ function comparison(state: State): Markup {
       })])]);
   return h("div", {},
     h("p", {}, `One m for all: ${withError(global.shared[0] / per, global.shared_se[0] / per)} ${unit}/M. ` +
-      `Shared against free m: F ${short(global.F, 3)}, p ${probability(global.p)}. ` +
-      (global.p >= 0 && global.p < 0.01 ? "The curves do not share one m: use the other columns." : "Nothing speaks against one m.")),
+      verdict(global.F, global.p)),
+    h("p", { class: "faint" }, "One m is sharpest, and right where m is the same in all curves. Mean m × ΔCm is what is often published. " +
+      "The plain difference asks nothing of m, and mostly carries the errors of both m-values."),
     table(["curve", "ΔCm (M)", `ΔΔG, one m (${unit})`, "interval", "mean m × ΔCm", "interval", "difference of ΔG", "interval"],
           told, `Less ${names.get(reference)}`));
 }

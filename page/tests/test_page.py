@@ -159,11 +159,13 @@ def test_choices_change_the_fit_at_once(page):
     free = page.session()["curves"][0]["fit"]
     page.choose("native", "flat")
     page.until(lambda: "5 parameters" in page.text("results"))
-    page.choose("heldM", "1.2")
+    page.choose("m", "given")
     page.until(lambda: "4 parameters" in page.text("results"))
+    page.choose("heldM", "1.2")
+    page.until(lambda: "1.2" in page.text("results"))
     held = page.session()["curves"][0]["fit"]
     assert held["m"][0] == 1200.0 and held["m_se"][0] == -1 and held["dG"] != free["dG"]
-    page.choose("heldM", "")
+    page.choose("m", "free")
     page.choose("states", "3")
     page.until(lambda: "transition 2" in page.text("results") or "ΔG 2" in page.text("results"))
     page.choose("unit", "kJ")
@@ -191,7 +193,7 @@ def test_a_session_opens_again_with_the_same_numbers(page):
 def test_exports(page):
     page.give(("formulas.csv", curves.wide(2, 30).replace("c0", "=1+2")))
     rows = page.export("results", "results.csv").decode().splitlines()
-    assert rows[1].startswith("'=1+2,") and rows[0].startswith("name,file,well,states")
+    assert rows[1].startswith("'=1+2,") and rows[0].startswith("name,file,well,label")
     fit = page.session()["curves"][0]["fit"]
     assert repr(fit["Cm"][0]) in rows[1]
     assert len(page.export("readings", "readings.csv").splitlines()) == 1 + 60
