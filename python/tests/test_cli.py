@@ -36,7 +36,7 @@ def test_fit_writes_everything_that_was_asked_for(run, table, tmp_path):
     assert frame["dG1_kJ_per_mol"][0] == pytest.approx(23.2, rel=0.15)
     assert frame["Cm2_lower_M"][1] <= frame["Cm2_upper_M"][1]
     assert pd.read_excel(outputs[".xlsx"])["Cm1_M"].tolist() == pytest.approx(frame["Cm1_M"].tolist())
-    assert json.loads(outputs[".json"].read_text())[1]["curve"] == "three"
+    assert json.loads(outputs[".json"].read_text())["curves"][1]["name"] == "three"
     assert {path.name for path in (tmp_path / "p").iterdir()} == {"curves_fkbp.svg", "curves_three.svg"}
     assert pd.read_csv(tmp_path / "fitted.csv").groupby("curve").size().tolist() == [200, 200]
     page = outputs[".html"].read_text()
@@ -78,7 +78,7 @@ def test_a_failed_fit_is_a_result(run, tmp_path):
         (["--temperature", 120], "0 to 100"),
         (["--baselines", "1,2"], "four numbers"),
         (["--out", "a.txt"], "must end in"),
-        (["--midpoint", "--baselines", "1,2,3,4"], "takes no --baselines"),
+        (["--midpoint", "--baselines", "1,2,3,4"], "takes no baselines"),
     ],
 )
 def test_wrong_options_are_refused(run, table, arguments, said):

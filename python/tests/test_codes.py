@@ -62,7 +62,8 @@ def test_the_same_number_depends_on_what_was_asked():
 @pytest.mark.parametrize("script, page", [
     ("script/make_code_names.py", "python/zolt/code_names.py"),
     ("docs/make_fit_codes.py", "docs/fit_codes.md"),
+    ("docs/make_warnings.py", "docs/warnings.md"),
 ])  # fmt: skip
-def test_what_is_made_from_the_header_is_up_to_date(script, page):
+def test_what_is_made_by_a_script_is_up_to_date(script, page):
     root = Path(__file__).resolve().parents[2]
     assert (root / page).read_text(encoding="utf-8") == runpy.run_path(str(root / script))["page"]()

@@ -8,7 +8,7 @@ from conftest import FKBP12, FOUR, THREE, simulate
 
 import zolt
 from zolt import engine, model
-from zolt.fit import EngineAnswer
+from zolt.engine_answer import EngineAnswer
 
 
 @pytest.mark.parametrize("states, transitions, n", [(2, FKBP12, 32), (3, THREE, 48), (4, FOUR, 72)])
@@ -81,7 +81,7 @@ def test_a_number_of_states_forces_a_fit_that_is_doubted():
     y = 0.1 * x + np.random.default_rng(3).normal(0.0, 0.02, x.size)
     assert zolt.fit(x, y).status == "no transition"
     forced = zolt.fit(x, y, states=2)
-    assert forced.evidence.states == 0 and "No transition." in forced.remark
+    assert forced.evidence.states == 0 and forced.warnings[1].code == "no_transition_evident"
 
 
 def test_the_engine_is_heard_beside_least_squares():
@@ -90,11 +90,11 @@ def test_the_engine_is_heard_beside_least_squares():
     assert np.array_equal(fit.engine.vector, engine.analyse(x, y, 25.0, 2))
     assert fit.engine.dG[0] != fit.dG[0] and fit.code == fit.engine.code
     far = replace(fit, engine=EngineAnswer(fit.engine.vector * np.where(np.arange(24) == 4, 2.0, 1.0)))
-    assert "two standard errors away in dG" in far.remark
-    assert "two standard errors" not in replace(fit, engine=EngineAnswer(fit.result)).remark
+    assert [c.code for c in far.warnings] == ["temperature_assumed", "engine_apart"]
+    assert "far away in dG, m (its dG is" in far.warnings[1].sentence
     three = zolt.fit(*simulate(THREE, 48, noise=0.005))
     assert three.engine.states == 3 and three.engine.Cm == pytest.approx(three.Cm, abs=0.2)
-    assert zolt.fit(x, y, states="picker").note.startswith("The picker saw")
+    assert zolt.fit(x, y, states="picker").reason.startswith("The picker saw")
 
 
 def test_wrong_arguments_are_refused(curve):

@@ -8,7 +8,7 @@ from scipy import stats
 
 from zolt import _library, codes, engine
 from zolt.engine import Element
-from zolt.fit import FEWEST_POINTS, FEWEST_POINTS_MIDPOINT
+from zolt.fit_record import FEWEST_POINTS, FEWEST_POINTS_MIDPOINT
 
 HEADER = (Path(__file__).resolve().parents[2] / "include" / "zolt_fitting_engine.h").read_text()
 CONSTANTS = {name: int(value) for name, value in re.findall(r"\bZOLTA_(\w+) = (\d+)", HEADER)}

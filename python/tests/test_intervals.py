@@ -35,7 +35,8 @@ def test_an_open_end_is_told_in_a_sentence():
     fit = zolt.fit(x, (x > 4.1) + np.random.default_rng(0).normal(0.0, 0.01, 20), states=2)
     spans = fit.intervals()
     assert spans.m[0, 1] == np.inf and any("m is at least" in text for text in spans.sentences())
-    assert "no upper limit" in fit.remark
+    assert "between_two_readings" in [caution.code for caution in fit.warnings]
+    assert [caution.code for caution in spans.warnings] == ["interval_unbounded"]
 
 
 def test_wrong_requests_are_refused(curve):

@@ -303,5 +303,5 @@ def test_curves_of_several_files_are_told_apart(tmp_path):
 def test_a_blank_column_is_a_curve_without_readings(tmp_path):
     (tmp_path / "f.csv").write_text("x,a,b\n0,1,\n1,2,\n")
     a, b = read_curves(tmp_path / "f.csv")
-    assert a.notes == ("no unit of concentration is stated; M assumed",)
+    assert [note.text for note in a.notes] == ["no unit of concentration is stated; M assumed"]
     assert b.name == "b" and b.x.size == 0 and np.array_equal(a.y, [1, 2])

@@ -7,16 +7,21 @@
 
 from ._version import __version__
 from .batch import fit_each, fit_many, table_of
+from .caution import Caution
 from .codes import explain
 from .evidence import Evidence
-from .fit import Fit, fit
+from .fit import fit
+from .fit_record import Fit
 from .global_fit import GlobalFit, fit_global
 from .intervals import Intervals
 from .points import pick_states
 from .read import Curve, ReadError, Reading, read_curves, read_file
+from .replicates import pooled, replicate_means
 from .series import Series, fit_series
+from .settings import Settings
 
 __all__ = [
+    "Caution",
     "Curve",
     "Evidence",
     "Fit",
@@ -25,6 +30,7 @@ __all__ = [
     "ReadError",
     "Reading",
     "Series",
+    "Settings",
     "__version__",
     "explain",
     "fit",
@@ -33,7 +39,9 @@ __all__ = [
     "fit_many",
     "fit_series",
     "pick_states",
+    "pooled",
     "read_curves",
     "read_file",
+    "replicate_means",
     "table_of",
 ]

@@ -8,13 +8,17 @@ from functools import partial
 import pandas as pd
 from tqdm import tqdm
 
+from .caution import cautions_of_notes, codes_of, text_of
+from .exclusion import wells_of
 from .fit import fit
 from .read import Curve
+from .replicates import pooled
+from .settings import Settings, settings_of
 
 _QUANTITIES = ("dG", "Cm", "m", "weight")
 _PER_TRANSITION = re.compile(r"(dG|Cm|m|weight)(\d)")
 _CLOSING = (
-    "bootstrap_used", "R_squared", "durbin_watson", "code", "reason", "remark", "spikes", "outliers", "left_out",
+    "bootstrap_used", "R_squared", "durbin_watson", "code", "reason", "warnings", "warnings_in_words", "settings", "spikes", "outliers", "left_out",
     "aN", "bN_per_M", "aU", "bU_per_M",
 )  # fmt: skip
 _MOST_PER_TASK = 16  # Large enough to hide what a task costs, small enough to share evenly.
@@ -34,50 +38,59 @@ def as_curves(curves):
     ]
 
 
-def fit_curve(curve, temperature=25.0, **options):
-    """The `Fit` of a `Curve`; its own temperature goes before the one given here."""
+def fit_curve(curve, settings=Settings()):
+    """The `Fit` of a `Curve`; its own temperature goes before that of the settings."""
     details = dict(curve.details)
     for role in ("label", "replicate"):
         if getattr(curve, role) is not None:
             details[role] = getattr(curve, role)
-    own = curve.temperature
     return fit(
-        curve.x,
-        curve.y,
-        temperature if own is None else own,
-        name=curve.name,
-        details=details,
-        **options,
-    )
+        curve.x, curve.y, curve.temperature, settings=settings, name=curve.name, details=details, sd=curve.sd,
+        n=curve.n, denaturant=curve.denaturant, wells=wells_of(curve), part=curve.part,
+        notes=cautions_of_notes(curve.notes),
+    )  # fmt: skip
 
 
-def _outcome(curve, intervals, options):
+def _outcome(curve, settings):
     """A `Fit` and its intervals, or the exception that stood in the way, for one curve."""
     try:
-        fitted = fit_curve(curve, **options)
-        if intervals is None or not fitted.ok:
-            return fitted, None
-        return fitted, fitted.intervals(**intervals)
+        return with_intervals(fit_curve(curve, settings))
     except Exception as fault:  # one bad curve must not stop a plate
         return fault, None
 
 
-def _outcomes(curves, intervals, options):
-    return [_outcome(curve, intervals, options) for curve in curves]
+def with_intervals(fitted):
+    """The fit and the intervals that its settings ask for, or None."""
+    fitted.warnings  # found here, so that the threads share the work
+    intervals = fitted.settings.intervals
+    if intervals is None or not fitted.ok or fitted.answer is None:
+        return fitted, None
+    return fitted, fitted.intervals(**intervals)
 
 
-def fit_each(curves, *, workers=None, client=None, progress=False, intervals=None, **options):
+def _outcomes(curves, settings):
+    return [_outcome(curve, settings) for curve in curves]
+
+
+def fit_each(curves, *, workers=None, client=None, progress=False, settings=None, **options):
     """Pairs of `Fit` (or the exception) and `Intervals` (or None) in the order of the curves.
 
-    `options` go to `zolt.fit`. `intervals` is None or a dictionary of options of `Fit.intervals`.
+    `options` are those of `zolt.fit`, or all of them are `settings`, a `zolt.Settings`. `m="shared"` fits
+    all curves with one m-value. `intervals` is None or a dictionary of options of `Fit.intervals`.
     `workers` threads run at once, as many as there are processors unless told otherwise; with
-    `client`, a `dask.distributed.Client`, its cluster does the work instead.
+    `client`, a `dask.distributed.Client`, its cluster does the work instead. Replicates are fitted
+    each alone: `zolt.pooled` brings them together first.
     """
-    curves = as_curves(curves)
+    curves, settings = as_curves(curves), settings or settings_of(**options)
+    if settings.shares_m:
+        from .global_fit import alone, with_one_m
+
+        fits = with_one_m([fit_curve(curve, alone(settings)) for curve in curves], settings)
+        return [with_intervals(fitted) for fitted in fits]
     workers = workers or os.cpu_count() or 1
     size = min(_MOST_PER_TASK, 1 + len(curves) // (4 * workers))
     tasks = [curves[i : i + size] for i in range(0, len(curves), size)]
-    work = partial(_outcomes, intervals=intervals, options=options)
+    work = partial(_outcomes, settings=settings)
     done = []
     with (
         tqdm(total=len(curves), unit="curve", disable=None if progress else True) as bar,
@@ -99,12 +112,14 @@ def table_of(outcomes, curves, units="kcal"):
     for curve, (fitted, intervals) in zip(curves, outcomes, strict=True):
         if isinstance(fitted, Exception):
             rows.append(
-                {"curve": curve.name, **curve.details, "status": "error", "reason": str(fitted), "remark": ""}
+                {"curve": curve.name, **curve.details, "status": "error", "reason": str(fitted), "warnings": ""}
             )
             continue
         row = fitted.to_dict(units)
         if intervals is not None:
             row.update(intervals.to_dict(units))
+            said = (*fitted.warnings, *intervals.warnings)
+            row["warnings"], row["warnings_in_words"] = codes_of(said), text_of(said)
         rows.append(row)
     frame = pd.DataFrame(rows)
     counts = [name for name in ("states", "code") if name in frame]
@@ -120,15 +135,17 @@ def _place(column):
 
 
 def fit_many(
-    curves, *, workers=None, client=None, progress=True, intervals=None, units="kcal", **options
+    curves, *, workers=None, client=None, progress=True, units="kcal", settings=None, **options
 ):
     """Fit many curves; a tidy DataFrame with one row per curve, in the order of the input.
 
     `curves` are `Curve` records, a wide DataFrame, a dictionary of (x, y) or a list of such pairs.
-    See `fit_each` for the options. No curve stops the others: `status` says how each went.
+    Replicates are one curve, unless `replicates="each"`. See `fit_each` for the options. No curve stops
+    the others: `status` says how each went.
     """
+    settings = settings or settings_of(**options)
     curves = as_curves(curves)
-    outcomes = fit_each(
-        curves, workers=workers, client=client, progress=progress, intervals=intervals, **options
-    )
+    if settings.replicates == "pooled":
+        curves = pooled(curves)
+    outcomes = fit_each(curves, workers=workers, client=client, progress=progress, settings=settings)
     return table_of(outcomes, curves, units)

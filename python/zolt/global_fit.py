@@ -1,11 +1,11 @@
 """Many curves in one fit that shares m or dG: `fit_global`."""
 
-from dataclasses import dataclass, field
+from dataclasses import dataclass, field, replace
 
 import numpy as np
 import pandas as pd
 
-from . import inference
+from . import inference, model
 from .batch import as_curves
 from .model import CAL_PER_UNIT
 from .points import tidy_readings
@@ -113,12 +113,41 @@ def fit_global(curves, share="m", *, states=2, reference=0, temperature=25.0, le
         )
         for c in curves
     ]
-    if len(curves) < 2 or not 0 <= reference < len(curves) or not 0.0 < level < 1.0 or states not in (2, 3, 4):
+    return global_of(readings, [c.name for c in curves], share, states, options, reference, level)
+
+
+def global_of(readings, names, share="m", states=2, options=None, reference=0, level=0.95):
+    """The `GlobalFit` of readings in the form of the inference library."""
+    if len(readings) < 2 or not 0 <= reference < len(readings) or not 0.0 < level < 1.0 or states not in (2, 3, 4):
         raise ValueError("a global fit takes two curves or more, the index of one of them as reference, "
                          "2, 3 or 4 states, and a level between 0 and 1")  # fmt: skip
     record, fits, spans, differences = inference.fit_global(
         readings, share, states - 1, options or inference.Options(), reference, level
     )
     empty = np.empty(0)
-    return GlobalFit(share, [c.name for c in curves], reference, level, record,
+    return GlobalFit(share, names, reference, level, record,
                      [inference.Answer(fit, empty, empty) for fit in fits], spans, differences)  # fmt: skip
+
+
+def alone(settings):
+    """The settings by which curves that will share m are fitted first; two states unless told."""
+    states = settings.states if isinstance(settings.states, int) else 2
+    return replace(settings, m="free", states=states, intervals=None)
+
+
+def with_one_m(fits, settings):
+    """The fits of curves each alone, made again with one m for all.
+
+    The readings are those that the fits kept. A curve without a fit of its own takes no part.
+    """
+    states = alone(settings).states
+    whole = global_of([fit.readings for fit in fits], [fit.name for fit in fits], "m", states, settings.options(),
+                      level=(settings.intervals or {}).get("level", 0.95))  # fmt: skip
+    if not whole.ok:
+        raise ValueError(f"no fit with one m: {whole.reason}")
+    together = []
+    for i, (fit, answer) in enumerate(zip(fits, whole.answers)):
+        fitted = answer.status == inference.FITTED
+        result = model.vector(answer, fit.engine.code) if fitted else model.no_fit(fit.engine.code, states)
+        together.append(replace(fit, result=result, answer=answer, settings=settings, together=(whole, i)))
+    return together

@@ -14,7 +14,7 @@ import numpy as np
 from ._library import open_library
 
 FITTED, NO_TRANSITION, UNDETERMINED, NOT_CONVERGED = range(4)
-TOO_FEW_READINGS, TOO_MANY_READINGS = 4, 5
+TOO_FEW_READINGS, TOO_MANY_READINGS, TOO_FEW_CONCENTRATIONS = 4, 5, 6
 METHODS = {"profile": 0, "linear": 1, "bootstrap": 2}
 SHARES = {"m": 1, "dG": 2}
 KINDS = {"line": 0, "flat": 1}
@@ -31,6 +31,7 @@ M_LEAST, M_MOST, CM_LEAST, CM_MOST, WEIGHT_EDGE, OUTSIDE = 1, 2, 4, 8, 16, 32
 WORDS = ("fitted", "no transition", "not determined", "no fit", "too few points", "too many points",
          "too few points", "no transition", *8 * ["bad input"])  # fmt: skip
 SENTENCE_LENGTH = 240
+MOST_TRANSITIONS = 3
 _PARAMETERS = 12
 
 

@@ -79,6 +79,14 @@ class Intervals:
                     said.append(f"{label} is at most {upper:.4g} {unit}.")
         return said
 
+    @property
+    def warnings(self):
+        """`zolt.Caution` records about open ends, mostly none."""
+        from .caution import caution
+
+        open_ends = self.sentences()
+        return (caution("interval_unbounded", quantities=" ".join(open_ends)),) if open_ends else ()
+
     def __repr__(self):
         head = f"{self.level:.0%} intervals by {self.method}"
         if self.method == "bootstrap":
@@ -102,7 +110,13 @@ def intervals_of(fit, level=0.95, method="profile", rounds=1000, seed=0):
     if not 0.0 < level < 1.0 or not 20 <= rounds <= 100000:
         raise ValueError("level lies between 0 and 1, and 20 to 100000 rounds are taken")
     answer = fit.answer
-    record, draws = inference.intervals(fit.readings, answer, fit.options, method, level, rounds, seed)
+    if fit.together is not None:
+        whole, place = fit.together
+        if method != "profile" or level != whole.level:
+            raise ValueError(f"with a shared m there are profile intervals at the level of the fit, {whole.level:g}")
+        record, draws = whole.intervals[place], None
+    else:
+        record, draws = inference.intervals(fit.readings, answer, fit.options, method, level, rounds, seed)
     if record.status != inference.FITTED:
         raise ValueError(inference.sentence(record.status))
     count = answer.record.transitions

@@ -7,6 +7,7 @@ import pandas as pd
 from tqdm import tqdm
 
 MOST_PRINTED = 60
+MOST_ALIKE = 3  # sentences of one warning that are printed one by one
 
 
 def write_table(table, path):
@@ -19,7 +20,7 @@ def write_table(table, path):
     writers[path.suffix.lower()]()
 
 
-def print_fits(table, units):
+def print_fits(table, units, fits=()):
     """The columns that one looks at first; then, once each, what was said of the curves."""
     shown = table.head(MOST_PRINTED)
     head = pd.DataFrame()
@@ -39,15 +40,22 @@ def print_fits(table, units):
     for column, name in (("R_squared", "R²"), ("spikes", "spikes"), ("outliers", "outliers"), ("code", "code")):
         if column in shown:
             head[name] = shown[column]
+    if "warnings" in shown:
+        head["warnings"] = _own_codes(shown["warnings"].fillna(""))
     click.echo(head.to_string(index=False, na_rep="", formatters={"R²": "{:.4f}".format}))
     click.echo(f"dG in {units}/mol, Cm in M, m = dG/Cm in {units}/mol/M.")
     for (status, text), names in _groups(shown, ["status", "reason"]):
         click.echo(f"  {status}: {text} ({names})")
-    for (remark,), names in _groups(shown, ["remark"]):
-        if remark:
-            click.echo(f"    {remark} ({names})")
+    print_cautions(fits)
     if len(table) > len(shown):
         click.echo(f"... and {len(table) - len(shown)} more curves; --out writes them all.")
+
+
+def _own_codes(cells):
+    """The codes of every curve less those that all curves have, which the lines below tell once."""
+    codes = [[code for code in cell.split(", ") if code] for cell in cells]
+    common = set.intersection(*map(set, codes)) if len(codes) > 1 else set()
+    return [", ".join(code for code in own if code not in common) for own in codes]
 
 
 def _estimate(values, digits):
@@ -59,13 +67,31 @@ def _estimate(values, digits):
     return text if pd.isna(lower) else f"{text} [{lower:.{digits}f}, {upper:.{digits}f}]"
 
 
+def print_cautions(fits):
+    """The warnings of all fits, code by code: sentences with their curves, then once what to do."""
+    codes = {}
+    for fit in fits:
+        for caution in fit.warnings:
+            codes.setdefault(caution.code, {}).setdefault(caution.sentence, []).append((fit.name, caution.advice))
+    for code, sentences in codes.items():
+        shown = list(sentences.items())[:MOST_ALIKE]
+        others = sum(len(names) for names in sentences.values()) - sum(len(names) for _, names in shown)
+        said = [f"{text} ({_named([name for name, _ in names])})" for text, names in shown]
+        more = [f"And {others} more curves like these."] if others else []
+        click.echo(f"  {code}: {' '.join([*said, *more])} {shown[0][1][0][1]}")
+
+
+def _named(names):
+    return ", ".join(names) if len(names) <= 4 else f"{len(names)} curves"
+
+
 def _groups(shown, columns):
     """What the columns say of which curves, each sentence once."""
     groups = {}
     for *key, curve in shown[[*columns, "curve"]].itertuples(index=False):
         groups.setdefault(tuple(key), []).append(str(curve))
     for key, names in groups.items():
-        yield key, ", ".join(names) if len(names) <= 4 else f"{len(names)} curves"
+        yield key, _named(names)
 
 
 def curve_table(fits, n=200):

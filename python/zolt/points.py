@@ -37,22 +37,44 @@ def pick_states(x, y):
     gaps = x[1:] - x[:-1]
     mean = (x[-1] - x[0]) / (x.size - 1)
     if mean > 0 and np.abs(gaps - mean).max() > 0.01 * mean:
-        levels, place = np.unique(x, return_inverse=True)
-        means = np.bincount(place, y) / np.bincount(place)
-        y = np.interp(np.linspace(x[0], x[-1], x.size), levels, means)
+        y = np.interp(np.linspace(x[0], x[-1], x.size), *means_at(x, y))
     return engine.pick_states(y)
 
 
-def tidy_readings(x, y, sd=None):
-    """The readings as ascending rows of doubles without blanks; with `sd` None, None for it."""
-    rows = [engine.row(values).reshape(-1) for values in ((x, y) if sd is None else (x, y, sd))]
-    for name, row in zip(("y", "sd"), rows[1:]):
-        if row.size != rows[0].size:
-            raise ValueError(f"x has {rows[0].size} values and {name} has {row.size}; a curve needs as many of each")
-    sound = np.isfinite(rows).all(axis=0)
-    if not sound.all():
-        rows = [row[sound] for row in rows]
-    if np.any(rows[0][1:] < rows[0][:-1]):
-        order = np.argsort(rows[0], kind="stable")
-        rows = [row[order] for row in rows]
-    return (*rows, None) if sd is None else tuple(rows)
+def means_at(x, y):
+    """The distinct concentrations, ascending, and the mean signal at each."""
+    levels, place = np.unique(x, return_inverse=True)
+    return levels, np.bincount(place, y) / np.maximum(np.bincount(place), 1)
+
+
+def tidy_readings(x, y):
+    """The readings as ascending rows of doubles without blanks, and the places that they came from."""
+    x, y = (engine.row(values).reshape(-1) for values in (x, y))
+    if y.size != x.size:
+        raise ValueError(f"x has {x.size} values and y has {y.size}; a curve needs as many of each")
+    order = np.flatnonzero(np.isfinite(x) & np.isfinite(y))
+    if np.any(x[order][1:] < x[order][:-1]):
+        order = order[np.argsort(x[order], kind="stable")]
+    if order.size == x.size and np.all(order[1:] > order[:-1]):
+        return x, y, order
+    return x[order], y[order], order
+
+
+def usable_deviations(sd, n, weights, y):
+    """Deviations that may weigh the readings, and whether there are some that may not.
+
+    `sd` and `n` are as read or None, `weights` as in `zolt.settings`, `y` the signal. Gaps count only
+    where there is a reading.
+    """
+    if sd is None or weights == "none":
+        return None, False
+    sd = engine.row(sd).reshape(-1)
+    if sd.size != np.size(y):
+        raise ValueError(f"y has {np.size(y)} values and sd has {sd.size}; a curve needs as many of each")
+    if weights == "sem":
+        if n is None:
+            return None, True
+        sd = sd / np.sqrt(engine.row(n).reshape(-1))
+    there = np.isfinite(engine.row(y).reshape(-1))
+    sound = np.isfinite(sd[there]).all() and (sd[there] > 0).all()
+    return (sd, False) if sound else (None, bool(there.any()))

@@ -80,7 +80,7 @@ def read_together(paths, layout=None, temperature=None, **options):
     curves = iter(curves)
     for i, (path, found) in enumerate(results):
         if isinstance(found, Reading):
-            own = [_with_origin(next(curves), temperature) for _ in found.curves]
+            own = [_with_origin(_with_own(next(curves), notes), temperature) for _ in found.curves]
             kept = {c.temperature for c in own} - {None, temperature}
             if temperature is not None and kept:
                 stated = " and ".join(f"{value:g}" for value in sorted(kept))
@@ -98,7 +98,7 @@ def _with_origin(curve, temperature):
     origin = "file" if curve.temperature is not None else "assumed" if temperature is None else "given"
     details = {**curve.details, "denaturant": curve.denaturant, "temperature_from": origin}
     if curve.notes:
-        details["input_notes"] = "; ".join(curve.notes)
+        details["input_notes"] = "; ".join(note.text for note in curve.notes)
     return replace(curve, details=details)
 
 
@@ -168,5 +168,12 @@ def _curves_of_sheets(grids, options, notes):
 
 def _with_notes(curve, notes):
     """The curve with the notes that concern it: its own, and those on all numbers of the file."""
-    own = [n.text for n in notes if n.curve == curve.name or (n.curve is None and n.code in _ON_ALL)]
-    return replace(curve, notes=tuple(own))
+    return replace(
+        curve, notes=tuple(n for n in notes if n.curve == curve.name or (n.curve is None and n.code in _ON_ALL))
+    )
+
+
+def _with_own(curve, notes):
+    """The curve with those of further notes that name it."""
+    more = [n for n in notes if n.curve == curve.name and n not in curve.notes]
+    return replace(curve, notes=(*curve.notes, *more)) if more else curve

@@ -11,6 +11,7 @@ import numpy as np
 
 from . import _library
 from ._version import __version__
+from .caution import text_of
 from .model import CAL_PER_UNIT
 from .plot import plate_figure, plot_fit
 
@@ -81,7 +82,7 @@ def _summary(fits, intervals, units):
     """The table, with a line per transition within its cells, and the meaning of its codes."""
     energy = CAL_PER_UNIT[units]
     heads = ["curve", "source", "states", f"dG ({units}/mol)", "Cm (M)", f"m ({units}/mol/M)",
-             "share", "R²", "marked", "code", "remark"]  # fmt: skip
+             "share", "R²", "marked", "code", "warnings"]  # fmt: skip
     text_columns = {0, 1, len(heads) - 1}
     rows, meanings = [], {}
     for i in quality_order(fits):
@@ -95,7 +96,7 @@ def _summary(fits, intervals, units):
                 for k, value in enumerate(getattr(fit, name) if fit.ok else ())
             )
 
-        remark = fit.remark if fit.ok else f"{fit.status}. {fit.remark}"
+        remark = text_of(fit.warnings) if fit.ok else f"{fit.status}. {text_of(fit.warnings)}"
         rows.append(
             [
                 f'<a href="#curve-{i}">{escape(fit.name)}</a>',
@@ -137,7 +138,7 @@ def _gallery(fits, units):
     figures = []
     for i in quality_order(fits):
         fit = fits[i]
-        words = escape(f"{fit.reason} {fit.remark}".strip())
+        words = escape(f"{fit.reason} {text_of(fit.warnings)}".strip())
         image = ""
         if fit.x.size:
             image = f'<img src="{_picture(plot_fit(fit, units=units))}" alt="{escape(fit.name)}" loading="lazy">'

@@ -14,9 +14,11 @@ import pandas as pd
 from . import engine
 from .batch import as_curves
 from .engine import CM_ELEMENTS, DG_ELEMENTS, Element
-from .fit import Fit
+from .caution import caution
+from .fit_record import Fit
 from .model import CAL_PER_UNIT
 from .points import spike_marks, tidy_readings
+from .settings import Settings
 
 FORMS = ("trend", "aggregation")
 _END_POINTS = 3
@@ -171,8 +173,8 @@ def fit_series(
         fits.append(
             Fit(
                 *readings[i], temperature, _in_signal_units(vectors[i], *maps[i]), kept[i][own] == 1,
-                name=curve.name, asked=states, tried=states, details=dict(curve.details),
-                from_series=True, note="" if reference else "No label of the series gave a reference fit.",
+                name=curve.name, settings=Settings(states=states), tried=states, details=dict(curve.details),
+                from_series=True, input_cautions=() if reference else (caution("no_reference"),),
             )
         )  # fmt: skip
     include = np.ones(len(curves), bool) if include is None else np.asarray(include, bool)

@@ -5,6 +5,7 @@ import click
 from .._version import __version__
 from .fit import fit_command
 from .page import page
+from .rerun import rerun
 from .series import series
 from .signals import smooth, states
 
@@ -17,6 +18,7 @@ def main():
     \b
     zolt fit curves.csv                      table of dG, Cm and m
     zolt fit *.csv --plots figures           a picture per curve as well
+    zolt rerun results.json                  a saved run again, with the same numbers
     zolt series calcium.csv --form trend     dG against a label
     zolt states curves.csv                   how many states the signals show
     zolt smooth spectra.csv --width 5        moving average of emission rows
@@ -26,5 +28,5 @@ def main():
     """
 
 
-for command in (fit_command, series, states, smooth, page):
+for command in (fit_command, rerun, series, states, smooth, page):
     main.add_command(command)

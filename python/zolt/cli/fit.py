@@ -8,21 +8,19 @@ import click
 
 from ..batch import fit_each, table_of
 from ..output import curve_table, draw_all, print_fits, write_table
+from ..replicates import pooled, replicate_means
+from ..session import save
+from .choices import check_exclusions, fit_choices, settings_from
 from .input import Input
 from .options import (
-    DEFAULT_TEMPERATURE, FILES, LAYOUT, OUT, TEMPERATURE, UNITS, check_out, check_temperature, reading_options,
+    FILES, LAYOUT, OUT, TEMPERATURE, UNITS, check_out, check_temperature, reading_options,
 )  # fmt: skip
 
 
 @click.command(name="fit")
 @FILES
-@click.option("--states", type=click.Choice(["auto", "picker", "2", "3", "4"]), default="auto",
-              show_default=True, help="Number of states; auto weighs the evidence, picker asks the engine.")
+@fit_choices
 @TEMPERATURE
-@click.option("--baselines", metavar="aN,bN,aU,bU",
-              help="Given baselines: intercept and slope, native then denatured; 0,0 leaves one open.")
-@click.option("--midpoint", is_flag=True, help="Midpoint fit only, for short or poor curves.")
-@click.option("--drop-outliers", is_flag=True, help="Fit again without marked readings.")
 @click.option("--intervals", is_flag=True, help="95 % intervals.")
 @click.option("--method", type=click.Choice(["profile", "linear", "bootstrap"]), default="profile",
               show_default=True, help="How intervals are found.")
@@ -42,9 +40,8 @@ from .options import (
               show_default=True, help="Format of the pictures.")
 @click.option("--report", type=click.Path(path_type=Path), help="Write one self-contained HTML page.")
 @click.option("--quiet", is_flag=True, help="No progress bar and no table.")
-def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, intervals, method,
-                rounds, seed, units, layout, workers, scheduler, out, curve_file, plots, picture, report,
-                quiet, reading):
+def fit_command(files, temperature, intervals, method, rounds, seed, units, layout, workers, scheduler, out,
+                curve_file, plots, picture, report, quiet, reading, choices):
     """Fit every curve of the FILES and print a table.
 
     \b
@@ -60,28 +57,28 @@ def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, 
     check_temperature(temperature)
     check_out(out)
     check_out(curve_file, (".csv",))
-    options = dict(
-        temperature=DEFAULT_TEMPERATURE if temperature is None else temperature,
-        states=int(states) if states.isdigit() else states,
-        baselines=_baselines(baselines, midpoint),
-        midpoint_only=midpoint,
-        drop_outliers=drop_outliers,
-    )
+    settings = settings_from(choices, units, temperature, _sampling(intervals, method, rounds, seed))
     source = Input(files, layout, reading, temperature, quiet)
     source.need_curves()
+    check_exclusions(settings, source.curves)
+    curves = pooled(source.curves) if settings.replicates == "pooled" else source.curves
     started = time.perf_counter()
-    sampling = dict(method=method, rounds=rounds, seed=seed) if intervals else None
     with _client(scheduler) as client:
-        outcomes = fit_each(source.curves, workers=workers, client=client, progress=not quiet,
-                            intervals=sampling, **options)  # fmt: skip
+        outcomes = fit_each(curves, workers=workers, client=client, progress=not quiet, settings=settings)
     elapsed = time.perf_counter() - started
-    table = table_of(outcomes, source.curves, units)
+    table = table_of(outcomes, curves, units)
     fits = [(fit, spans) for fit, spans in outcomes if not isinstance(fit, Exception)]
     if not quiet:
-        print_fits(table, units)
+        print_fits(table, units, [fit for fit, _ in fits])
         good = int((table["status"].isin(["fitted", "midpoint fitted"])).sum())
+        alike = replicate_means([fit for fit, _ in outcomes], curves, units)
+        if len(alike):
+            click.echo("Replicates, each fitted alone:")
+            click.echo(alike.to_string(index=False, float_format="{:.3f}".format, na_rep=""))
         click.echo(f"{good} of {len(table)} curves fitted in {elapsed:.2f} s.")
-    if out:
+    if out and out.suffix.lower() == ".json":
+        save(out, [fit for fit, _ in fits], settings, units)
+    elif out:
         write_table(table, out)
     if curve_file:
         curve_table([fit for fit, _ in fits]).to_csv(curve_file, index=False)
@@ -90,26 +87,19 @@ def fit_command(files, states, temperature, baselines, midpoint, drop_outliers, 
     if report:
         from ..report import write_report
 
-        settings = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)),
-                    "read": "; ".join(source.read), **reading, **options, "intervals": sampling,
+        logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)),
+                    "read": "; ".join(source.read), **reading, **settings.words(units),
                     "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
-        write_report(report, *map(list, zip(*fits)), units=units, settings=settings,
+        write_report(report, *map(list, zip(*fits)), units=units, settings=logbook,
                      problems=source.problems)  # fmt: skip
     source.finish()
 
 
-def _baselines(text, midpoint):
-    if text is None:
+def _sampling(intervals, method, rounds, seed):
+    """The options of `Fit.intervals`, or None; rounds and seed belong to the bootstrap."""
+    if not intervals:
         return None
-    if midpoint:
-        raise click.UsageError("--midpoint takes no --baselines.")
-    try:
-        values = [float(part) for part in text.split(",")]
-    except ValueError:
-        values = []
-    if len(values) != 4:
-        raise click.UsageError(f"--baselines takes four numbers aN,bN,aU,bU, not '{text}'.")
-    return values
+    return dict(method=method, rounds=rounds, seed=seed) if method == "bootstrap" else dict(method=method)
 
 
 class _client:

@@ -17,7 +17,8 @@ class Curve:
     `sd` are standard deviations of the readings and `n` how many measurements each is the mean of,
     both as the source gives them, or None. Curves with the same `group` are replicates of each
     other. `denaturant` is 'urea', 'GdmCl', another name, or None where the source does not say.
-    `notes` are sentences about what the reader did or doubted.
+    `notes` are `Note` records of what the reader did or doubted. `part` tells of pooled replicates
+    which of them a reading belongs to.
     """
 
     name: str
@@ -32,6 +33,7 @@ class Curve:
     group: str = None
     denaturant: str = None
     notes: tuple = ()
+    part: np.ndarray = None
 
     def __iter__(self):
         return iter((self.x, self.y))

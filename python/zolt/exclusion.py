@@ -1,0 +1,75 @@
+"""Readings to leave out, as a person says it: `B3`, `3.5`, `6..8`, `#5`, `WT@3.5,6..8`."""
+
+import re
+from dataclasses import dataclass
+
+import numpy as np
+
+_NUMBER = r"[+-]?(?:\d+\.?\d*|\.\d+)(?:[eE][+-]?\d+)?"
+_RANGE = re.compile(rf"({_NUMBER})?\s*\.\.\s*({_NUMBER})?")
+_WELL = re.compile(r"(?:[A-Z]|A[A-F])[1-9]\d?")
+FORMS = "a well (B3), a concentration (3.5), a range (6..8, 6.. or ..1) or the place of a reading (#5)"
+
+
+@dataclass(frozen=True)
+class Exclusion:
+    """One thing to leave out; of `curve` where that is not empty."""
+
+    text: str
+    curve: str
+    what: str
+
+    def marks(self, name, x, wells=None):
+        """True at the readings that are meant; `x` ascending or as it was read, `wells` beside it."""
+        x = np.asarray(x, float)
+        if self.curve and self.curve != name:
+            return np.zeros(x.size, bool)
+        if _WELL.fullmatch(self.what):
+            if wells is None or len(wells) != x.size:
+                return np.zeros(x.size, bool)
+            return np.array([well == self.what for well in wells], bool)
+        if self.what.startswith("#"):
+            return np.arange(1, x.size + 1) == int(self.what[1:])
+        if match := _RANGE.fullmatch(self.what):
+            low, high = (float(end) if end else bound for end, bound in zip(match.groups(), (-np.inf, np.inf)))
+            return (x >= low) & (x <= high)
+        value = float(self.what)
+        return np.abs(x - value) <= 1e-6 * max(1.0, abs(value))
+
+
+def exclusions(texts):
+    """The `Exclusion` records of texts, each `[CURVE@]WHAT[,WHAT ...]`."""
+    found = []
+    for text in texts:
+        curve, _, parts = str(text).rpartition("@")
+        for part in parts.split(","):
+            what = part.strip()
+            if _WELL.fullmatch(what.upper()):
+                what = re.sub(r"(?<=[A-Z])0+", "", what.upper())
+            elif not (re.fullmatch(rf"{_NUMBER}|#\d+", what) or (_RANGE.fullmatch(what) and what != "..")):
+                raise ValueError(f"'{part.strip()}' of '{text}' tells no reading; say {FORMS}")
+            found.append(Exclusion(f"{curve}@{what}" if curve else what, curve.strip(), what))
+    return found
+
+
+def excluded(texts, name, x, wells=None):
+    """True where a reading of the curve of that name is to be left out."""
+    marks = np.zeros(np.size(x), bool)
+    for one in exclusions(texts):
+        marks |= one.marks(name, x, wells)
+    return marks
+
+
+def without_effect(texts, curves):
+    """The texts of what no reading of any curve answers to; `curves` as `zolt.read_curves` gives them."""
+    return [
+        one.text
+        for one in exclusions(texts)
+        if not any(one.marks(curve.name, curve.x, wells_of(curve)).any() for curve in curves)
+    ]
+
+
+def wells_of(curve):
+    """The well of every reading, or None where the curve comes from no plate."""
+    wells = str(curve.details.get("well", "")).split()
+    return wells if wells and len(wells) == len(curve.x) else None

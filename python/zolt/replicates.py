@@ -1,0 +1,128 @@
+"""Replicates: brought together before a fit, or compared after fits of each."""
+
+from collections import Counter
+from dataclasses import replace
+
+import numpy as np
+
+from .caution import LIMITS
+from .model import CAL_PER_UNIT
+from .points import means_at
+from .reading.grid import Note
+
+_QUANTITIES = ("dG", "Cm", "m")
+_GRID = 60  # places at which replicates are compared
+
+
+def pooled(curves):
+    """The curves with those of one `group`, temperature and label brought together, in order.
+
+    Every reading stays a reading; equal concentrations tell the pure error of the fit. `part` says of
+    each reading which replicate it belongs to. Replicates that differ in scale or offset, so that no
+    one curve runs through them, stay as they are with a note.
+    """
+    groups = {}
+    for i, curve in enumerate(curves):
+        key = i if curve.group is None else (curve.group, curve.temperature, curve.label, curve.denaturant)
+        groups.setdefault(key, []).append(curve)
+    taken = Counter(same[0].group if len(same) > 1 else same[0].name for same in groups.values())
+    brought = []
+    for same in groups.values():
+        if len(same) == 1:
+            brought += same
+        elif (apart := _apart(same)) > LIMITS.replicates_apart:
+            brought += [_with_note(curve, apart) for curve in same]
+        else:
+            brought.append(_together(same, taken[same[0].group] > 1))
+    return brought
+
+
+def _with_note(curve, apart):
+    text = f"replicates of '{curve.group}' differ by {100.0 * apart:.0f} % of the signal; each is fitted alone"
+    return replace(curve, notes=(*curve.notes, Note("replicates_differ", text, curve.name)))
+
+
+def _apart(curves):
+    """How far a replicate lies from the mean of the others at either end of the curve, over the span."""
+    sound = [(c.x[there], c.y[there]) for c in curves for there in [np.isfinite(c.x) & np.isfinite(c.y)]]
+    if min(x.size for x, _ in sound) < 2:
+        return 0.0
+    low, high = max(x[0] for x, _ in sound), min(x[-1] for x, _ in sound)
+    span = np.ptp(np.concatenate([y for _, y in sound]))
+    if not (high > low and span > 0.0):
+        return 0.0
+    rows = np.array([np.interp(np.linspace(low, high, _GRID), *means_at(x, y)) for x, y in sound])
+    others = (rows.sum(axis=0) - rows) / (len(rows) - 1)
+    off = rows - others
+    third = _GRID // 3
+    return max(np.abs(off[:, :third].mean(axis=1)).max(), np.abs(off[:, -third:].mean(axis=1)).max()) / span
+
+
+def _together(curves, ambiguous):
+    first = curves[0]
+    x = np.concatenate([curve.x for curve in curves])
+    order = np.argsort(x, kind="stable")
+    part = np.concatenate([np.full(len(c.x), str(_mark(c, i))) for i, c in enumerate(curves, start=1)])
+
+    def rows(name):
+        values = [getattr(curve, name) for curve in curves]
+        return None if any(v is None for v in values) else np.concatenate(values)[order]
+
+    wells = [str(curve.details.get("well", "")).split() for curve in curves]
+    details = {key: value for key, value in first.details.items()
+               if all(curve.details.get(key) == value for curve in curves)}  # fmt: skip
+    if all(len(own) == len(curve.x) and own for own, curve in zip(wells, curves)):
+        details["well"] = " ".join(np.concatenate(wells)[order])
+    files = dict.fromkeys(str(curve.details["file"]) for curve in curves if "file" in curve.details)
+    if files:
+        details["file"] = ", ".join(files)
+    details["replicates"] = len(curves)
+    notes = dict.fromkeys(note for curve in curves for note in curve.notes)
+    if notes:
+        details["input_notes"] = "; ".join(dict.fromkeys(note.text for note in notes))
+    return replace(
+        first, name=first.name if ambiguous else first.group, x=x[order], y=rows("y"), sd=rows("sd"), n=rows("n"),
+        part=part[order], replicate=None, group=None, details=details, notes=tuple(notes),
+    )  # fmt: skip
+
+
+def _mark(curve, place):
+    mark = place if curve.replicate is None else curve.replicate
+    return f"{mark:g}" if isinstance(mark, float) else mark
+
+
+def replicate_means(fits, curves, units="kcal"):
+    """A DataFrame with mean and SD of dG, Cm and m of replicates that were fitted each alone.
+
+    A row per group of `curves`, which stand beside `fits`; of its fits those count that are fitted
+    with the number of states that most of them have. A lone fit has no SD.
+    """
+    import pandas as pd
+
+    groups = {}
+    for curve, fit in zip(curves, fits, strict=True):
+        if curve.group is not None:
+            groups.setdefault((curve.group, curve.temperature, curve.label), []).append(fit)
+    rows = []
+    for (name, _, label), members in groups.items():
+        if len(members) < 2:
+            continue
+        sound = [fit for fit in members if not isinstance(fit, Exception) and fit.ok]
+        states = [fit.states for fit in sound]
+        most = max(states, key=states.count) if states else None
+        alike = [fit for fit in sound if fit.states == most]
+        row = {"curve": name, "label": label, "replicates": len(members), "fitted": len(alike), "states": most}
+        for i in range(0 if most is None else most - 1):
+            for quantity in _QUANTITIES:
+                scale = 1.0 if quantity == "Cm" else CAL_PER_UNIT[units]
+                values = np.array([getattr(fit, quantity)[i] for fit in alike]) / scale
+                suffix = {"dG": f"_{units}_per_mol", "Cm": "_M", "m": f"_{units}_per_mol_per_M"}[quantity]
+                row[f"{quantity}{i + 1}_mean{suffix}"] = values.mean()
+                row[f"{quantity}{i + 1}_sd{suffix}"] = values.std(ddof=1) if values.size > 1 else np.nan
+        rows.append(row)
+    table = pd.DataFrame(rows)
+    if len(table):
+        table["states"] = table["states"].astype("Int64")
+        if table["label"].isna().all():
+            table = table.drop(columns="label")
+    return table
