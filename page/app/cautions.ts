@@ -33,6 +33,7 @@ interface Looked {
 
 const found = new WeakMap<FitAnswer, { of: unknown; cautions: Caution[] }>();
 
+/** The warnings of an entry; with its fit and its intervals they become more. */
 export function cautionsOf(entry: Entry, state: State): Caution[] {
   const { answer } = entry;
   if (!answer) return inputCautions(entry, state);
@@ -50,7 +51,8 @@ function all(entry: Entry, answer: FitAnswer, state: State): Caution[] {
   return [...inputCautions(entry, state), ...(looked ? RULES.flatMap((rule) => rule(looked)) : []), ...readings(entry, answer, state, kept)];
 }
 
-function inputCautions(entry: Entry, { settings }: State): Caution[] {
+/** What was already to be said of the readings before they were fitted. */
+export function inputCautions(entry: Entry, { settings }: State): Caution[] {
   const { notes, temperatureAssumed, temperature } = entry;
   const texts = new Map<string, string[]>();
   for (const { code, sentence } of notes) {
@@ -69,12 +71,12 @@ function inputCautions(entry: Entry, { settings }: State): Caution[] {
 const whichOf = ({ transitions }: records.Fit, t: number) => (transitions === 1 ? "" : ` ${t + 1}`);
 const each = <T>({ transitions }: records.Fit, of: (t: number) => T[]): T[] => Array.from({ length: transitions }, (_, t) => of(t)).flat();
 
+const isTold = (answer: FitAnswer, settings: State["settings"]) => settings.states !== "auto" || answer.shared !== undefined;
+
 function states({ answer, fit, state: { settings } }: Looked): Caution[] {
-  const { evidence } = answer, fitted = fit.transitions + 1;
-  const told = settings.states !== "auto" || answer.shared !== undefined;
-  if (told && evidence.states === 0) return [caution("no_transition_evident", { evidence: answer.evidenceSentence })];
-  if (told && evidence.states !== fitted)
-    return [caution("other_states_shown", { states: NUMBERS[fitted], shown: NUMBERS[evidence.states] ?? "none", evidence: answer.evidenceSentence })];
+  const { evidence } = answer, fitted = fit.transitions + 1, told = isTold(answer, settings);
+  if (told && evidence.states !== 0 && evidence.states !== fitted)
+    return [caution("other_states_shown", { states: NUMBERS[fitted], shown: NUMBERS[evidence.states], evidence: answer.evidenceSentence })];
   const rows = evidence.row.filter(({ states, tried }) => states > 0 && tried);
   const chosen = rows.find((row) => row.states === fitted);
   if (told || !chosen) return [];
@@ -135,7 +137,10 @@ function crossing({ answer: { looks } }: Looked): Caution[] {
 function errors({ fit }: Looked): Caution[] {
   return each(fit, (t) => {
     const wide = (["dG", "m"] as const).filter((name) => fit[`${name}_se`][t] > LIMITS.relative_error * Math.abs(fit[name][t]));
-    return wide.length ? [caution("hardly_determined", { quantities: wide.join(" and "), have: wide.length > 1 ? "have" : "has", which: whichOf(fit, t) })] : [];
+    const share = Math.max(...wide.map((name) => fit[`${name}_se`][t] / Math.abs(fit[name][t])));
+    return wide.length ? [caution("hardly_determined", {
+      quantities: wide.join(" and "), share: (100 * share).toFixed(0), have: wide.length > 1 ? "have" : "has", which: whichOf(fit, t),
+    })] : [];
   });
 }
 
@@ -143,20 +148,22 @@ function oneReading({ fit, answer: { looks: { without } } }: Looked): Caution[] 
   if (!without || [records.TOO_FEW_READINGS, records.TOO_FEW_CONCENTRATIONS].includes(without.fit.status)) return [];
   const x = short(without.x, 3);
   if (without.fit.status !== records.FITTED) return [caution("one_reading_decides", { x, without: "there is no fit" })];
+  const reach = LIMITS.decides_midpoint * (fit.x_last - fit.x_first);
   for (const [name, unit, per, digits] of [["dG", "kcal/mol", KCAL, 2], ["Cm", "M", 1, 3]] as const)
     for (let t = 0; t < fit.transitions; ++t) {
       const [now, then, error] = [fit[name][t], without.fit[name][t], fit[`${name}_se`][t]];
-      if (error < 0 || !(Math.abs(then - now) > LIMITS.decides_errors * error)) continue;
+      const least = name === "Cm" ? reach : LIMITS.decides_relative * now;
+      if (error < 0 || !(Math.abs(then - now) > Math.max(LIMITS.decides_errors * error, least))) continue;
       const words = `${name}${whichOf(fit, t)} is ${(then / per).toFixed(digits)}, not ${(now / per).toFixed(digits)} ${unit}`;
       return [caution("one_reading_decides", { x, without: words })];
     }
   return [];
 }
 
-function engine({ fit, answer: { looks }, state: { settings } }: Looked): Caution[] {
+function engine({ fit, answer: { looks, shared }, state: { settings } }: Looked): Caution[] {
   const vector = looks.engine, said: Caution[] = [];
   const transitions = !vector[ENGINE.dG[1]] && !vector[ENGINE.Cm[1]] ? 1 : vector[ENGINE.dG[2]] || vector[ENGINE.Cm[2]] || vector[11] ? 3 : 2;
-  if (vector[ENGINE.RT] > 0 && transitions === fit.transitions) {
+  if (vector[ENGINE.RT] > 0 && transitions === fit.transitions && !shared) {
     const own = (name: string, t: number) => name === "m" ? vector[ENGINE.dG[t]] / vector[ENGINE.Cm[t]] : vector[ENGINE[name as "dG" | "Cm"][t]];
     const room = (name: string, now: number) => name === "Cm" ? LIMITS.engine_midpoint * (fit.x_last - fit.x_first) : LIMITS.engine_relative * Math.abs(now);
     const apart = (["dG", "Cm", "m"] as const).filter((name) => fit[name].slice(0, transitions).some((now, t) => {
@@ -170,6 +177,10 @@ function engine({ fit, answer: { looks }, state: { settings } }: Looked): Cautio
   const held = baseline.every((value, i) => Math.abs(vector[i] - value) <= 1e-9 * (fit.y_span + Math.abs(value)));
   if (native === "given" && denatured === "given" && !held) said.push(caution("baselines_not_used_by_engine"));
   return said;
+}
+
+function sharedM({ answer, state: { shared } }: Looked): Caution[] {
+  return answer.shared && shared && shared.p >= 0 && shared.p < LIMITS.shared_p ? [caution("m_not_shared", { p: short(shared.p, 1) })] : [];
 }
 
 /** m against what the number of residues lets expect (Myers, Pace and Scholtz 1995). */
@@ -186,20 +197,26 @@ function chain({ fit, entry: { denaturant }, state: { settings: { residues } } }
 function unbounded({ fit, entry: { detail } }: Looked): Caution[] {
   const ends = detail?.intervals;
   if (!ends) return [];
-  const open = each(fit, (t) => (["dG", "Cm", "m"] as const)
-    .filter((name) => ends[name][t].some((end) => !Number.isFinite(end))).map((name) => `${name}${whichOf(fit, t)}`));
-  return open.length ? [caution("interval_unbounded", { quantities: open.join(", ") })] : [];
+  const open = each(fit, (t) => ([["dG", "kcal/mol", KCAL], ["Cm", "M", 1], ["m", "kcal/mol/M", KCAL]] as const).flatMap(([name, unit, per]) => {
+    const [low, high] = ends[name][t], what = `${name}${whichOf(fit, t)}`;
+    if (Number.isFinite(low) && Number.isFinite(high)) return [];
+    if (!Number.isFinite(low) && !Number.isFinite(high)) return [`The readings do not bound ${what}.`];
+    return [Number.isFinite(low) ? `${what} is at least ${short(low / per)} ${unit}.` : `${what} is at most ${short(high / per)} ${unit}.`];
+  }));
+  return open.length ? [caution("interval_unbounded", { quantities: open.join(" ") })] : [];
 }
 
-const RULES = [states, residuals, replicates, bounds, plateaus, crossing, errors, oneReading, engine, chain, unbounded];
+const RULES = [states, residuals, replicates, bounds, plateaus, crossing, errors, oneReading, engine, sharedM, chain, unbounded];
 
 /** What is said of the readings of any curve, fitted or not. */
-function readings(entry: Entry, { looks, fit }: FitAnswer, { settings }: State, kept: number[]): Caution[] {
-  const said: Caution[] = [];
+function readings(entry: Entry, answer: FitAnswer, { settings }: State, kept: number[]): Caution[] {
+  const { looks, fit } = answer, said: Caution[] = [];
   const { sd } = deviationsOf(entry, settings.weights);
-  const off = kept.filter((i) => looks.off[i]).length, spikes = kept.filter((i) => looks.spikes[i]).length;
-  if (fit.status === records.FITTED && off > LIMITS.off_share * kept.length) said.push(caution("many_readings_off", { count: off, readings: kept.length }));
-  if (fit.status !== records.FITTED && spikes) said.push(caution("spikes", { count: `${spikes} reading${spikes > 1 ? "s are" : " is"}` }));
+  const fitted = fit.status === records.FITTED;
+  const off = kept.filter((i) => looks.off[i]).length, spikes = kept.filter((i) => looks.spikes[i] && (!fitted || looks.off[i])).length;
+  if (isTold(answer, settings) && answer.evidence.status === records.NO_TRANSITION) said.push(caution("no_transition_evident", { evidence: answer.evidenceSentence }));
+  if (fitted && off > LIMITS.off_share * kept.length) said.push(caution("many_readings_off", { count: off, readings: kept.length }));
+  if (spikes) said.push(caution("spikes", { count: `${spikes} reading${spikes > 1 ? "s leap" : " leaps"}` }));
   if (sd?.length && Math.max(...sd) > LIMITS.sd_ratio * Math.min(...sd)) said.push(caution("weights_uneven", { ratio: (Math.max(...sd) / Math.min(...sd)).toFixed(0) }));
   const there = entry.x.filter((x, i) => Number.isFinite(x) && Number.isFinite(entry.y[i])).length;
   if (kept.length < there) said.push(caution("readings_left_out", { count: there - kept.length, readings: there }));

@@ -1,7 +1,7 @@
 // Fits of the curves over the pool: the one that is looked at comes first, all can be stopped.
 import { Pool, isStop, stopped } from "../engine/pool";
-import type { Detail, FitAnswer, SharedAnswer, Task } from "../engine/tasks";
-import { Entry, State, chosenEntry, fitOf, readingsOf } from "./state";
+import type { Choices, Detail, FitAnswer, SharedAnswer, Task } from "../engine/tasks";
+import { Entry, State, chosenEntry, readingsOf } from "./state";
 
 const FEWEST_READINGS = 8;
 
@@ -59,40 +59,41 @@ export class Fits {
     }
     try {
       entry.answer = await this.pool.run<FitAnswer>(
-        { kind: "fit", curve, all: entry.y, choices: settings }, { signal, first });
+        { kind: "fit", curve, all: entry.y, choices: this.choices() }, { signal, first });
     } catch (fault) {
       if (!isStop(fault)) entry.fault = (fault as Error).message;
     }
   }
 
-  /** Where one m was asked for: all curves with equally many states anew, together. */
+  /** Where one m was asked for: all curves anew, together. One without a fit of its own takes no part. */
   private async share(signal: AbortSignal) {
-    const { settings, entries } = this.state;
-    this.state.shared = [];
-    if (!settings.shareM) return;
-    for (const transitions of [1, 2, 3]) {
-      const same = entries.filter((entry) => fitOf(entry)?.transitions === transitions);
-      if (same.length < 2) continue;
-      this.state.progress = { what: `one m-value for ${same.length} curves`, done: 0, all: 0 };
-      this.changed();
-      try {
-        const found = await this.pool.run<SharedAnswer>({
-          kind: "share", curves: same.map((entry) => readingsOf(entry, settings)), choices: settings,
-          fits: same.map((entry) => entry.answer!.fit),
-        }, { signal, first: true });
-        if (found.global.status !== 0) continue;
-        this.state.shared.push(found.global);
-        same.forEach((entry, i) => {
-          const { fit, intervals, residual } = found.rows[i];
-          if (fit.status !== 0) return;
-          entry.answer = { ...entry.answer!, fit, residual, shared: intervals };
-          entry.detail = null;
-        });
-      } catch (fault) {
-        if (!isStop(fault)) this.state.message = (fault as Error).message;
+    const { settings } = this.state;
+    this.state.shared = null;
+    const all = this.state.entries.filter(({ answer }) => answer);
+    if (!settings.shareM || all.length < 2) return;
+    this.state.progress = { what: `one m-value for ${all.length} curves`, done: 0, all: 0 };
+    this.changed();
+    try {
+      const { global, rows } = await this.pool.run<SharedAnswer>({
+        kind: "share", curves: all.map((entry) => ({ curve: readingsOf(entry, settings), all: entry.y, alone: entry.answer! })),
+        choices: this.choices(),
+      }, { signal, first: true });
+      if (global.status !== 0) this.state.faults = ["These curves share no m: fewer than two of them can be fitted."];
+      else {
+        this.state.shared = global;
+        all.forEach((entry, i) => Object.assign(entry, { answer: rows[i], detail: null }));
       }
+    } catch (fault) {
+      if (isStop(fault)) return;
+      this.state.faults = [(fault as Error).message];
     }
     await this.look();
+  }
+
+  /** What the fits of single curves are asked for: those that will share m have two states unless told. */
+  private choices(): Choices {
+    const { settings } = this.state;
+    return !settings.shareM ? settings : { ...settings, heldM: null, states: settings.states === "auto" ? 2 : settings.states };
   }
 
   /** After a reading was left out, or another thing of one curve changed. */
@@ -126,7 +127,7 @@ export class Fits {
     if (!answer) return;
     try {
       const detail = await this.pool.run<Detail>({
-        kind: "detail", curve: readingsOf(entry, settings), choices: settings, fit: answer.fit, intervals: answer.shared ?? null,
+        kind: "detail", curve: readingsOf(entry, settings), choices: this.choices(), fit: answer.fit, intervals: answer.shared ?? null,
       }, { signal, first });
       if (entry.answer === answer) entry.detail = detail;
     } catch (fault) {

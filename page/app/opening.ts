@@ -65,7 +65,7 @@ export function startWith(state: State, entries: Entry[]) {
   state.entries = entries;
   state.chosen = state.reference = entries[0]?.key ?? 0;
   state.set = null;
-  state.shared = [];
+  state.shared = null;
   state.warned = "";
   if (entries.length === 1 || state.view !== "overlay") state.view = "curve";
 }

@@ -1,11 +1,18 @@
 // Replicates of one curve: fitted together as one, or each alone. Either form goes over into the other,
 // with what a person left out.
+import table from "../../python/zolt/cautions.json";
 import { Entry, entryKey, fitOf } from "./state";
+
+const LIMITS = table.limits;
 
 const joins = ({ group, temperature, label, denaturant }: Entry) => JSON.stringify([group, temperature, label, denaturant]);
 
-/** Replicates as one entry a group, at the place of its first; readings ascend in concentration. */
-export function together(entries: Entry[]): Entry[] {
+/**
+ * Replicates as one entry a group, at the place of its first; readings ascend in concentration. Those that
+ * differ in scale or offset, so that no one curve runs through them, stay as they are with a note.
+ */
+export function together(original: Entry[]): Entry[] {
+  const entries = original.map((entry) => ({ ...entry, notes: entry.notes.filter(({ code }) => code !== DIFFER) }));
   const groups = new Map<string, Entry[]>();
   for (const entry of entries)
     if (entry.group !== null) groups.set(joins(entry), [...(groups.get(joins(entry)) ?? []), entry]);
@@ -15,8 +22,50 @@ export function together(entries: Entry[]): Entry[] {
     const all = entry.group === null ? [entry] : groups.get(joins(entry))!;
     const { group } = entry;
     const ambiguous = !group || taken.has(group) || several.filter((other) => other === group).length > 1;
-    return all.length < 2 ? [entry] : entry === all[0] ? [pooled(all, ambiguous ? entry.name : group)] : [];
+    if (all.length < 2) return [entry];
+    const off = distance(all);
+    if (off > LIMITS.replicates_apart) {
+      const sentence = `replicates of '${group}' differ by ${(100 * off).toFixed(0)} % of the signal; each is fitted alone`;
+      return [{ ...entry, notes: [...entry.notes, { code: DIFFER, sentence, curve: entry.name }] }];
+    }
+    return entry === all[0] ? [pooled(all, ambiguous ? entry.name : group)] : [];
   });
+}
+
+const DIFFER = "replicates_differ";
+const GRID = 60;  // places at which replicates are compared
+
+/** How far a replicate lies from the mean of the others at either end of the curve, over the span of the signal. */
+function distance(all: Entry[]): number {
+  const curves = all.map(({ x, y }) => meansAt(x, y));
+  if (curves.some((levels) => levels.length < 2)) return 0;
+  const low = Math.max(...curves.map((levels) => levels[0].x)), high = Math.min(...curves.map((levels) => levels[levels.length - 1].x));
+  const signals = all.flatMap(({ y }) => y.filter(Number.isFinite));
+  const span = Math.max(...signals) - Math.min(...signals);
+  if (!(high > low && span > 0)) return 0;
+  const rows = curves.map((levels) => Array.from({ length: GRID }, (_, i) => between(levels, low + ((high - low) * i) / (GRID - 1))));
+  const mean = (values: number[]) => values.reduce((sum, value) => sum + value, 0) / values.length;
+  return Math.max(...rows.map((row) => {
+    const off = row.map((value, i) => value - (rows.reduce((sum, other) => sum + other[i], 0) - value) / (rows.length - 1));
+    return Math.max(Math.abs(mean(off.slice(0, GRID / 3))), Math.abs(mean(off.slice(-GRID / 3))));
+  })) / span;
+}
+
+type Level = { x: number; mean: number };
+
+/** The distinct concentrations, ascending, and the mean signal at each. */
+function meansAt(x: readonly number[], y: readonly number[]): Level[] {
+  const levels = new Map<number, number[]>();
+  x.forEach((at, i) => {
+    if (Number.isFinite(at) && Number.isFinite(y[i])) levels.set(at, [...(levels.get(at) ?? []), y[i]]);
+  });
+  return [...levels].map(([at, values]) => ({ x: at, mean: spreadOf(values).mean })).sort((a, b) => a.x - b.x);
+}
+
+function between(levels: Level[], x: number): number {
+  const next = Math.min(Math.max(levels.findIndex((level) => level.x >= x), 1), levels.length - 1);
+  const [a, b] = [levels[next - 1], levels[next]];
+  return a.mean + ((b.mean - a.mean) * Math.min(Math.max(x - a.x, 0), b.x - a.x)) / (b.x - a.x);
 }
 
 const markOf = ({ replicate }: Entry, place: number) => String(replicate ?? place + 1);

@@ -77,7 +77,7 @@ function numbers(state: State): Markup {
   return h("div", {},
     table(["", "value ± standard error", "", `${level} interval`], rows,
           `${fit.transitions + 1} states${entry.part ? `, ${new Set(entry.part).size} replicates together` : ""}`),
-    state.settings.shareM && h("p", { class: "faint" }, entry.answer!.shared ? "m is shared with the other curves." : "m is this curve's own: no other has as many states."));
+    state.settings.shareM && h("p", { class: "faint" }, entry.answer!.sentence));
 }
 
 const quality = (entry: Entry, fit: records.Fit) => h("p", { class: "faint" },

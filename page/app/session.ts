@@ -1,9 +1,9 @@
 // A session as one JSON: readings, choices and results, to be opened again with the same numbers.
 import type { Choices } from "../engine/tasks";
 import { BUILD } from "./build";
-import { together } from "./replicates";
+import { cautionsOf, inputCautions } from "./cautions";
 import { startWith } from "./opening";
-import { Entry, Settings, State, entryOf, usualSettings } from "./state";
+import { Entry, Settings, State, deviationsOf, entryOf, usualSettings } from "./state";
 
 export const FORMAT = "zolt session";
 const VERSION = 1;
@@ -11,15 +11,25 @@ const VERSION = 1;
 const known = (values: number[]) => values.map((value) => (Number.isFinite(value) ? value : null));
 const back = (values: (number | null)[]) => values.map((value) => value ?? NaN);
 
-export function saved({ settings, unit, entries }: State): string {
+export function saved(state: State): string {
+  const { settings, unit, entries } = state;
   return JSON.stringify({
     format: FORMAT, formatVersion: VERSION, zolt: BUILD.version, module: BUILD.module,
     settings: { ...settings, intervals: { ...settings.intervals, level: settings.level } }, unit,
-    curves: entries.map(({ answer, detail, key, ...entry }) => ({
-      ...entry, x: known(entry.x), y: known(entry.y), sd: entry.sd && known(entry.sd), n: entry.n && known(entry.n),
-      fit: answer?.fit ?? null, intervals: detail?.intervals ?? null, sentence: answer?.sentence ?? "",
-    })),
+    curves: entries.map((entry) => savedCurve(entry, state)),
   }, (_, value) => (typeof value === "number" && !Number.isFinite(value) ? null : value), 1);
+}
+
+/** The deviations are those that weighed the readings; beside them those that were read, for another choice. */
+function savedCurve(whole: Entry, state: State) {
+  const { answer, detail, key, temperatureAssumed, notes, ...entry } = whole;
+  const { sd } = deviationsOf(whole, state.settings.weights), said = inputCautions(whole, state);
+  return {
+    ...entry, x: known(entry.x), y: known(entry.y), sd: sd && known(sd), sdRead: entry.sd && known(entry.sd), n: entry.n && known(entry.n),
+    notes: said.map(({ sentence }) => sentence), noteCodes: said.map(({ code }) => code),
+    fit: answer?.fit ?? null, intervals: detail?.intervals ?? null, sentence: answer?.sentence ?? entry.fault ?? "",
+    warnings: cautionsOf(whole, state).map(({ code }) => code),
+  };
 }
 
 export class SessionError extends Error {}
@@ -51,9 +61,11 @@ export function restore(state: State, name: string, content: string): Map<number
   });
   if (!entries.length) throw new SessionError(`${name}: the session holds no curves.`);
   state.settings = settingsFrom(session.settings ?? {});
+  // Deviations that were divided before they were saved are not divided again.
+  if (state.settings.weights === "sem" && curves.every(({ n }) => !n)) state.settings.weights = "sd";
   state.unit = session.unit === "kJ" ? "kJ" : "kcal";
   Object.assign(state, { opened: [], attempt: null, faults: [] });
-  startWith(state, state.settings.replicates === "pooled" ? together(entries) : entries);
+  startWith(state, entries);
   return before;
 }
 
@@ -61,12 +73,14 @@ function entryFrom(curve: any): Entry | null {
   const n = curve?.x?.length;
   if (!isNumbers(curve?.x) || !isNumbers(curve.y, n) || (curve.sd && !isNumbers(curve.sd, n)) || typeof curve.temperature !== "number")
     return null;
+  const read = isNumbers(curve.sdRead, n) ? curve.sdRead : curve.sd, codes = Array.isArray(curve.noteCodes) ? curve.noteCodes : [];
   const entry = entryOf({
-    name: text(curve.name), x: back(curve.x), y: back(curve.y), sd: curve.sd ? back(curve.sd) : null,
+    name: text(curve.name), x: back(curve.x), y: back(curve.y), sd: read ? back(read) : null,
     temperature: curve.temperature, denaturant: text(curve.denaturant) || null, unit: text(curve.unit) || null,
     label: mark(curve.label), replicate: mark(curve.replicate), group: typeof curve.group === "string" ? curve.group : null,
-    n: isNumbers(curve.n, n) ? back(curve.n) : null, temperatureAssumed: curve.temperatureAssumed === true,
-    notes: (Array.isArray(curve.notes) ? curve.notes : []).map((note: any) => ({ code: text(note?.code), sentence: text(note?.sentence ?? note), curve: null })),
+    n: isNumbers(curve.n, n) ? back(curve.n) : null, temperatureAssumed: false,
+    notes: (Array.isArray(curve.notes) ? curve.notes : []).map((note: unknown, i: number) => ({ code: text(codes[i]), sentence: text(note), curve: null }))
+      .filter(({ code }: { code: string }) => code !== "deviations_unused"),  // said anew
   }, text(curve.file), text(curve.well));
   if (Array.isArray(curve.out) && curve.out.length === n) entry.out = curve.out.map(Boolean);
   if (isNumbers(curve.range, 2) && curve.range.every((end: unknown) => end !== null)) entry.range = curve.range as [number, number];
@@ -110,7 +124,7 @@ export function unknownSettings(content: string): string[] {
 const parametersOf = (fit: { status: number; dG: number[]; Cm: number[]; m: number[] }) =>
   [fit.status, ...fit.dG, ...fit.Cm, ...fit.m];
 
-const SAME = 1e-9;  // of a value; other machines agree to about that
+const SAME = 1e-6;  // of a value, as `zolt rerun` has it; other machines agree to at least that
 
 /** How many curves give other numbers than they were saved with, or have a fit now and had none, or the reverse. */
 export function changedSince(before: Map<number, number[] | null>, entries: Entry[]): number {

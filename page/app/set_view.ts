@@ -19,7 +19,7 @@ export function setView(state: State): Markup {
       h("button", { type: "button", "data-act": "compare", id: "compare" }, "Compare all with the reference"),
       new Set(labelled(state).map(({ label }) => label)).size > 1 &&
         h("button", { type: "button", "data-act": "trend", id: "trend" }, "Trend with the label")),
-    ...state.shared.map((global) => sharedWords(global, state)),
+    state.shared && sharedWords(state.shared, state),
     state.set?.fault ? h("p", { role: "alert" }, state.set.fault) : null,
     state.set?.comparison ? comparison(state) : null,
     state.set?.trend ? trend(state) : null);

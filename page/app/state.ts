@@ -76,7 +76,7 @@ export interface State {
   warned: string;  // only curves with this warning are listed; "": all, "any": with any
   reference: number;
   set: SetResult | null;
-  shared: records.Global[];  // the global fits, where one m was asked for
+  shared: records.Global | null;  // the fit of all curves, where one m was asked for
   progress: { what: string; done: number; all: number } | null;  // of none: how many is not known
   message: string;
   faults: string[];
@@ -85,13 +85,13 @@ export interface State {
 export const usualSettings = (): Settings => ({
   states: "auto", native: "line", denatured: "line", baseline: [0, 0, 0, 0], heldM: null, shareM: false,
   replicates: "pooled", residues: null, weights: "sd", sdKnown: false, level: 0.95,
-  intervals: { method: "profile", rounds: 1000, seed: 1 },
+  intervals: { method: "profile", rounds: 1000, seed: 0 },
 });
 
 export const newState = (): State => ({
   opened: [], attempt: null, entries: [], chosen: 0, settings: usualSettings(), unit: "kcal", view: "curve",
   quantity: "signal", plateValue: "Cm", sort: "file", descending: false, warned: "", reference: 0, set: null,
-  shared: [], progress: null, message: "", faults: [],
+  shared: null, progress: null, message: "", faults: [],
 });
 
 let keys = 0;

@@ -24,9 +24,16 @@ export interface FitAnswer extends OneFit {
   shared?: records.Intervals;         // of a fit that shares m with others
 }
 
+/** A curve that is to share m: with all its signals, and the answer to it alone. */
+export interface SharedCurve {
+  curve: Readings;
+  all: number[];
+  alone: FitAnswer;
+}
+
 export interface SharedAnswer {
   global: records.Global;
-  rows: {fit: records.Fit; intervals: records.Intervals; residual: number[]}[];
+  rows: FitAnswer[];
 }
 
 /** What is drawn and told of the one curve that is looked at. */
@@ -39,7 +46,7 @@ export interface Detail {
 export type Task =
   | {kind: "fit"; curve: Readings; all: number[]; choices: Choices}
   | {kind: "detail"; curve: Readings; choices: Choices; fit: records.Fit; intervals: records.Intervals | null}
-  | {kind: "share"; curves: Readings[]; choices: Choices; fits: records.Fit[]}
+  | {kind: "share"; curves: SharedCurve[]; choices: Choices}
   | {kind: "compare"; curves: Readings[]; choices: Choices; reference: number}
   | {kind: "trend"; labels: number[]; vectors: number[][]}
   | {kind: "hash"};
@@ -68,18 +75,20 @@ function fit(engine: Engine, curve: Readings, all: number[], choices: Choices): 
           evidenceSentence: decided.sentence, looks: looksOf(engine, curve, all, one, options)};
 }
 
-/** One m for curves whose own fits have equally many transitions; what the engine said of each is kept. */
-function share(engine: Engine, curves: Readings[], choices: Choices, alone: records.Fit[]): SharedAnswer {
+/** One m for all curves. What the engine said of each, and the evidence of each alone, is kept. */
+function share(engine: Engine, curves: SharedCurve[], choices: Choices): SharedAnswer {
+  const options = optionsOf(engine, choices), states = choices.states === "auto" ? 2 : choices.states;
   const {global, fits, intervals} = engine.fitGlobal(
-    curves, alone[0].transitions, records.SHARE_M, optionsOf(engine, {...choices, heldM: null}), 0, choices.level);
-  return {
-    global,
-    rows: fits.map((fit, i) => ({
-      fit: {...fit, engine: alone[i].engine}, intervals: intervals[i],
-      residual: fit.status !== records.FITTED ? curves[i].y.map(() => NaN)
-        : engine.draw(fit, curves[i].x, choices.level).signal.map((signal, k) => curves[i].y[k] - signal),
-    })),
-  };
+    curves.map(({curve}) => curve), states - 1, records.SHARE_M, options, 0, choices.level);
+  const sentence = `Fitted with one m for ${global.curves} curves.`;
+  return {global, rows: fits.map((found, i) => {
+    const {curve, all, alone} = curves[i], fit = {...found, engine: alone.fit.engine};
+    const residual = fit.status !== records.FITTED ? curve.y.map(() => NaN)
+      : engine.draw(fit, curve.x, choices.level).signal.map((signal, k) => curve.y[k] - signal);
+    const one = {fit, residual, leverage: []};
+    return {...alone, ...one, shared: intervals[i], looks: looksOf(engine, curve, all, one, options),
+            sentence: fit.status === records.FITTED ? sentence : engine.sentence(fit.status)};
+  })};
 }
 
 function detail(engine: Engine, curve: Readings, choices: Choices, of: records.Fit, known: records.Intervals | null): Detail {
@@ -101,7 +110,7 @@ export function run(engine: Engine, task: Task): unknown {
   switch (task.kind) {
     case "fit": return fit(engine, task.curve, task.all, task.choices);
     case "detail": return detail(engine, task.curve, task.choices, task.fit, task.intervals);
-    case "share": return share(engine, task.curves, task.choices, task.fits);
+    case "share": return share(engine, task.curves, task.choices);
     case "compare":
       return engine.compare(task.curves, optionsOf(engine, {...task.choices, heldM: null}),
                             task.reference, task.choices.level);
