@@ -7,6 +7,7 @@ import { CAL_PER_UNIT, short } from "./numbers";
 import { Entry, State, deviationsOf, fitOf, isOut } from "./state";
 
 export interface Caution {
+  input?: boolean;  // of the readings, before they were fitted
   code: string;
   sentence: string;
   advice: string;
@@ -36,7 +37,7 @@ const found = new WeakMap<FitAnswer, { of: unknown; cautions: Caution[] }>();
 /** The warnings of an entry; with its fit and its intervals they become more. */
 export function cautionsOf(entry: Entry, state: State): Caution[] {
   const { answer } = entry;
-  if (!answer) return inputCautions(entry, state);
+  if (!answer) return inputCautions(entry, state).map((said) => ({ ...said, input: true }));
   const known = found.get(answer);
   if (known?.of === entry.detail) return known.cautions;
   const cautions = all(entry, answer, state);
@@ -48,7 +49,7 @@ function all(entry: Entry, answer: FitAnswer, state: State): Caution[] {
   const fit = fitOf(entry);
   const kept = entry.x.map((_, i) => i).filter((i) => !isOut(entry, i) && Number.isFinite(entry.x[i]) && Number.isFinite(entry.y[i]));
   const looked = fit && { entry, answer, fit, state, kept };
-  return [...inputCautions(entry, state), ...(looked ? RULES.flatMap((rule) => rule(looked)) : []), ...readings(entry, answer, state, kept)];
+  return [...inputCautions(entry, state).map((said) => ({ ...said, input: true })), ...(looked ? RULES.flatMap((rule) => rule(looked)) : []), ...readings(entry, answer, state, kept)];
 }
 
 /** What was already to be said of the readings before they were fitted. */

@@ -70,7 +70,7 @@ export class Fits {
     const { settings } = this.state;
     this.state.shared = null;
     const all = this.state.entries.filter(({ answer }) => answer);
-    if (!settings.shareM || all.length < 2) return;
+    if (!this.sharesM || all.length < 2) return;
     this.state.progress = { what: `one m-value for ${all.length} curves`, done: 0, all: 0 };
     this.changed();
     try {
@@ -90,10 +90,14 @@ export class Fits {
     await this.look();
   }
 
+  private get sharesM() {
+    return this.state.settings.shareM && this.state.entries.length > 1;
+  }
+
   /** What the fits of single curves are asked for: those that will share m have two states unless told. */
   private choices(): Choices {
     const { settings } = this.state;
-    return !settings.shareM ? settings : { ...settings, heldM: null, states: settings.states === "auto" ? 2 : settings.states };
+    return !this.sharesM ? settings : { ...settings, heldM: null, states: settings.states === "auto" ? 2 : settings.states };
   }
 
   /** After a reading was left out, or another thing of one curve changed. */
@@ -103,7 +107,7 @@ export class Fits {
     const { signal } = this.detailJob = new AbortController();
     await this.fit(entry, signal, true);
     if (signal.aborted) return;
-    if (this.state.settings.shareM) {
+    if (this.sharesM) {
       const job = this.begin("one m-value", 0);
       await this.share(job);
       this.end(job);

@@ -14,10 +14,11 @@ const told = (value: number, error: number) => withError(value, error).split(" �
 export function listView(state: State): Markup {
   const rows = listed(state), per = CAL_PER_UNIT[state.unit];
   const shownRows = rows.slice(0, MOST_ROWS).map((entry) => {
-    const fit = fitOf(entry), cautions = cautionsOf(entry, state);
+    // What was assumed of the file is said beside the curve; the sign is for the fit itself.
+    const fit = fitOf(entry), cautions = cautionsOf(entry, state).filter(({ input }) => !input);
     return [
       h("th", { scope: "row" }, h("button", {
-        "data-act": "choose", "data-key": entry.key, "aria-current": entry.key === state.chosen ? "true" : null, class: "row",
+        "data-act": "choose", "data-key": entry.key, title: entry.name, "aria-current": entry.key === state.chosen ? "true" : null, class: "row",
       }, entry.name || "(no name)")),
       h("td", {}, fit ? String(fit.transitions + 1) : entry.answer || entry.fault ? "none" : "…"),
       h("td", {}, fit ? told(fit.Cm[0], fit.Cm_se[0]) : ""),
@@ -31,8 +32,8 @@ export function listView(state: State): Markup {
     h("div", { class: "bar" },
       h("label", {}, "Sort by ", h("select", { "data-set": "sort", id: "sort" },
         ...SORTS.map((sort) => h("option", { value: sort, selected: sort === state.sort }, sort)))),
-      h("label", {}, h("input", { type: "checkbox", "data-set": "descending", id: "descending", checked: state.descending }), " from the top"),
-      h("label", {}, "Show ", h("select", { "data-set": "warned", id: "warned" }, ...filters(state)))),
+      h("label", {}, h("input", { type: "checkbox", "data-set": "descending", id: "descending", checked: state.descending }), " descending"),
+      h("label", {}, "List ", h("select", { "data-set": "warned", id: "warned" }, ...filters(state)))),
     table(["curve", "states", "Cm (M)", `ΔG (${state.unit}/mol)`, ""], shownRows,
           `${rows.length > MOST_ROWS ? MOST_ROWS : rows.length} of ${state.entries.length} curves`));
 }
@@ -42,8 +43,8 @@ function filters(state: State): Markup[] {
   const counts = new Map<string, number>();
   let any = 0;
   for (const entry of state.entries) {
-    const codes = new Set(cautionsOf(entry, state).map(({ code }) => code));
-    if (codes.size) ++any;
+    const cautions = cautionsOf(entry, state), codes = new Set(cautions.map(({ code }) => code));
+    if (cautions.some(({ input }) => !input)) ++any;
     for (const code of codes) counts.set(code, (counts.get(code) ?? 0) + 1);
   }
   const option = (value: string, words: string) => h("option", { value, selected: value === state.warned }, words);

@@ -2,7 +2,7 @@
 import { Pool, isStop } from "../engine/pool";
 import { serve } from "../engine/worker";
 import { readingWords } from "../figure/curve_figure";
-import { Markup, h } from "../figure/markup";
+import type { Markup } from "../figure/markup";
 import { DARK, LIGHT } from "../figure/palette";
 import { ReadError } from "../reader/index";
 import { choicesView, exportsView, viewsView } from "./choices_view";
@@ -10,6 +10,7 @@ import { ORIGIN, download, downloadPicture } from "./download";
 import { EXAMPLE } from "./example";
 import { Fits } from "./fits";
 import { listenToFigure } from "./gestures";
+import { faultsView } from "./faults_view";
 import { listView } from "./list_view";
 import { CAL_PER_UNIT, EnergyUnit } from "./numbers";
 import { openFiles, readSources, regroup, sourcesOf } from "./opening";
@@ -76,7 +77,7 @@ class Page {
   private show() {
     const { state } = this;
     const many = state.entries.length > 1;
-    replace("faults", state.faults.map((words) => h("p", {}, words)));
+    replace("faults", faultsView(state));
     document.querySelector("main")!.classList.toggle("alone", !many);
     replace("choices", choicesView(state));
     replace("curves", [many && listView(state)]);
@@ -113,17 +114,26 @@ class Page {
     this.afterReading();
   }
 
-  /** The fits of what was read, or the tables of what could not be, for a person to tell their columns. */
+  /** The table of what was read, where a person tells the columns. */
+  private showColumns() {
+    (byId("read") as HTMLDetailsElement).open = true;
+    byId("read").scrollIntoView();
+  }
+
   private afterReading() {
-    if (this.state.attempt?.some(({ reading }) => reading.tables.length)) (byId("read") as HTMLDetailsElement).open = true;
     this.render();
-    void this.fits.fitAll();
+    void this.fitAll();
+  }
+
+  private async fitAll() {
+    await this.fits.fitAll();
+    if (this.state.view === "overlay") await this.look("overlay");
   }
 
   private async reopen(name: string, text: string) {
     const { state } = this;
     const before = restore(state, name, text), unknown = unknownSettings(text);
-    await this.fits.fitAll();
+    await this.fitAll();
     const changed = changedSince(before, state.entries);
     state.message = changed === 0 ? `${name}: the session is open, with the numbers it was saved with.`
       : `${name}: ${changed} of ${state.entries.length} curves give other numbers than when the session was saved.`;
@@ -135,7 +145,7 @@ class Page {
   private refitAll() {
     for (const entry of this.state.entries) Object.assign(entry, { answer: null, detail: null, fault: null });
     this.forgetSet();
-    void this.fits.fitAll();
+    void this.fitAll();
     this.render();
   }
 
@@ -217,6 +227,7 @@ class Page {
     if (well) return this.choose(Number(well.dataset.key));
     const { act, key, view, what } = target.closest<HTMLElement>("[data-act]")?.dataset ?? {};
     if (act === "choose") this.choose(Number(key));
+    else if (act === "columns") this.showColumns();
     else if (act === "view") void this.look(view as View);
     else if (act === "export") void this.export(what as string);
     else if (act === "compare") void this.together(compare);

@@ -20,7 +20,7 @@ export function valueOf(entry: Entry, name: string, state: State): number | null
 export function listed(state: State): Entry[] {
   const { warned, sort, descending } = state;
   const rows = !warned ? [...state.entries] : state.entries.filter((entry) =>
-    cautionsOf(entry, state).some(({ code }) => warned === "any" || code === warned));
+    cautionsOf(entry, state).some(({ code, input }) => (warned === "any" ? !input : code === warned)));
   if (sort === "name") rows.sort((a, b) => a.name.localeCompare(b.name, "en", { numeric: true }));
   else if (sort !== "file") {
     // Curves without the value come last, whichever way the others run.

@@ -9,7 +9,7 @@ import { Entry, State, chosenEntry, fitOf } from "./state";
 export const MODELS = ["straight line", "parabola", "exponential", "two states", "three states", "four states"];
 
 const OUTCOMES: Record<number, string> = {
-  [records.PASSED]: "taken", [records.NOT_TRIED]: "not tried", [records.FEW_READINGS]: "too few readings",
+  [records.NOT_TRIED]: "not tried", [records.FEW_READINGS]: "too few readings",
   [records.NO_NEED]: "no need: the residuals of the smaller model are noise",
   [records.UNSOUND]: "no sound fit", [records.SMALL_GAIN]: "gains too little",
   [records.ONE_READING]: "the gain hangs on one reading", [records.SMALL_WEIGHT]: "a transition too small",
@@ -18,7 +18,10 @@ const OUTCOMES: Record<number, string> = {
 };
 
 /** What became of a model with transitions; nothing is said of the others. */
-export const outcomeWords = ({ states, outcome }: records.EvidenceRow) => (states === 0 ? "" : OUTCOMES[outcome] ?? "");
+export function outcomeWords({ states, outcome }: records.EvidenceRow, chosen: number): string {
+  if (states === 0) return "";
+  return outcome !== records.PASSED ? OUTCOMES[outcome] ?? "" : states === chosen ? "taken" : "better than the smaller";
+}
 
 const cells = (...values: string[]) => values.map((value, i) =>
   h(i === 0 ? "th" : "td", i === 0 ? { scope: "row" } : { class: value.length > 24 ? "words" : null }, value));
@@ -77,7 +80,7 @@ function numbers(state: State): Markup {
   return h("div", {},
     table(["", "value ± standard error", "", `${level} interval`], rows,
           `${fit.transitions + 1} states${entry.part ? `, ${new Set(entry.part).size} replicates together` : ""}`),
-    state.settings.shareM && h("p", { class: "faint" }, entry.answer!.sentence));
+    entry.answer!.shared !== undefined && h("p", { class: "faint" }, entry.answer!.sentence));
 }
 
 const quality = (entry: Entry, fit: records.Fit) => h("p", { class: "faint" },
@@ -87,7 +90,7 @@ function evidence(found: records.Evidence, sentence: string, fitted: boolean): M
   const rows = found.row.filter(({ tried, outcome }) => tried || outcome !== records.NOT_TRIED).map((row) => cells(
     MODELS[row.model], String(row.parameters), row.tried ? short(row.residual_sd, 3) : "–",
     row.aicc_difference >= 0 ? short(row.aicc_difference, 3) : "–", probability(row.p),
-    outcomeWords(row)));
+    outcomeWords(row, found.states)));
   return h("section", { "aria-label": "Evidence" },
     fitted && h("p", {}, sentence),
     h("details", {}, h("summary", {}, "The models beside one another"),

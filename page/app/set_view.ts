@@ -41,7 +41,7 @@ function comparison(state: State): Markup {
   const { global, rows } = found!, names = new Map(state.entries.map(({ key, name }) => [key, name]));
   const unit = `${state.unit}/mol`;
   const told = rows.map((row, i) => [h("th", { scope: "row" }, names.get(keys[i]) ?? ""), ...(keys[i] === reference
-    ? [cell("reference")]
+    ? [h("td", { colspan: 7 }, "reference")]
     : row.status !== 0 ? [cell("no fit")]
     : [cell(withError(row.dCm, row.dCm_se)),
       ...(["shared", "mean_m", "plain"] as const).flatMap((way) => {
@@ -63,6 +63,7 @@ function trend(state: State): Markup {
   return h("div", {},
     h("p", {}, slope === 0 ? "No significant trend of ΔG with the label."
       : `ΔG = ${short(intercept / per)} + ${short(slope / per)} ln(label) ${state.unit}/mol, R² ${short(r2)}.`),
+    h("p", { class: "faint" }, "The error is the SD of curves of one label, or the standard error of a single one."),
     table(["label", `ΔG (${state.unit}/mol)`, "error"], found.label.map((label, i) => [
       h("th", { scope: "row" }, String(label)), cell(short(found.dG[i] / per)), cell(short(found.error[i] / per, 2))]), "Mean ΔG a label"));
 }

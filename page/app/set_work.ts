@@ -23,7 +23,7 @@ export async function compare(state: State, fits: Fits): Promise<SetResult> {
 export async function trend(state: State, fits: Fits): Promise<SetResult> {
   const entries = labelled(state);
   const found = await fits.run<NonNullable<SetResult["trend"]>>({
-    kind: "trend", labels: entries.map(({ label }) => label as number), vectors: entries.map((entry) => fitOf(entry)!.engine),
+    kind: "trend", labels: entries.map(({ label }) => label as number), fits: entries.map((entry) => fitOf(entry)!),
   }, "looking for a trend");
   return { ...NOTHING, keys: entries.map(({ key }) => key), trend: found };
 }

@@ -73,7 +73,7 @@ export function evidenceRows(entries: Entry[]): Rows {
       .filter(({ tried, outcome }) => tried || outcome !== records.NOT_TRIED)
       .map((row): Cell[] => [
         entry.name, MODELS[row.model], row.parameters, row.tried ? row.residual_sd : null, orNull(row.aicc_difference),
-        orNull(row.F), orNull(row.p), outcomeWords(row),
+        orNull(row.F), orNull(row.p), outcomeWords(row, entry.answer!.evidence.states),
       ]))];
 }
 

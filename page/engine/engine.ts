@@ -295,7 +295,7 @@ export class Engine {
     });
   }
 
-  /** One dG a label and the line through them against ln(label), from the engine's vectors. */
+  /** One dG a label and the line through them against ln(label), of fits in the layout of the engine's vector. */
   trend(labels: number[], vectors: number[][]): Trend {
     return this.within((room) => {
       const n = labels.length, made: number[] = [];

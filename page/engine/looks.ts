@@ -51,18 +51,19 @@ function withoutOne(engine: Engine, curve: Readings, { fit, residual, leverage }
   return { x: curve.x[place], fit: engine.fit({ ...curve, y }, fit.transitions, options).fit };
 }
 
-/** The fit in the layout of the engine's vector. */
-function vectorOf({ baseline, dG, Cm, weight, transitions, RT, r_squared }: records.Fit): number[] {
+/** The fit in the layout of the engine's vector; its error of dG is the standard error. */
+export function vectorOf({ baseline, dG, dG_se, Cm, weight, transitions, RT, r_squared }: records.Fit): number[] {
   const vector = Array<number>(records.ENGINE_LENGTH).fill(0);
   vector.splice(0, 4, ...baseline);
-  for (let t = 0; t < transitions; ++t) [vector[ENGINE.dG[t]], vector[ENGINE.Cm[t]]] = [dG[t], Cm[t]];
+  for (let t = 0; t < transitions; ++t)
+    [vector[ENGINE.dG[t]], vector[ENGINE.Cm[t]], vector[ENGINE.error[t]]] = [dG[t], Cm[t], Math.max(dG_se[t], 0)];
   for (let t = 0; t < transitions - 1; ++t) vector[ENGINE.weight[t]] = weight[t];
   [vector[ENGINE.RT], vector[ENGINE.rSquared]] = [RT, r_squared];
   return vector;
 }
 
 /** Places of a result vector of the engine. */
-export const ENGINE = { dG: [4, 6, 9], Cm: [5, 7, 10], weight: [8, 11], RT: 12, rSquared: 14 };
+export const ENGINE = { dG: [4, 6, 9], Cm: [5, 7, 10], weight: [8, 11], RT: 12, rSquared: 14, error: [15, 16, 17] };
 
 /** Readings that leap out to one side of both their neighbours; the rule wants a positive signal. */
 function spikesOf(engine: Engine, all: number[]): boolean[] {

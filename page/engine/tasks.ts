@@ -1,6 +1,6 @@
 // What a worker is asked and what it answers. Requests and answers are plain data.
 import * as records from "../generated/records";
-import { Looks, looksOf } from "./looks";
+import { Looks, looksOf, vectorOf } from "./looks";
 import { Drawing, Engine, OneFit, Readings } from "./engine";
 
 /** What a person chose for the fits. */
@@ -48,7 +48,7 @@ export type Task =
   | {kind: "detail"; curve: Readings; choices: Choices; fit: records.Fit; intervals: records.Intervals | null}
   | {kind: "share"; curves: SharedCurve[]; choices: Choices}
   | {kind: "compare"; curves: Readings[]; choices: Choices; reference: number}
-  | {kind: "trend"; labels: number[]; vectors: number[][]}
+  | {kind: "trend"; labels: number[]; fits: records.Fit[]}
   | {kind: "hash"};
 
 const KINDS = {line: records.LINE, flat: records.FLAT, given: records.GIVEN};
@@ -114,7 +114,7 @@ export function run(engine: Engine, task: Task): unknown {
     case "compare":
       return engine.compare(task.curves, optionsOf(engine, {...task.choices, heldM: null}),
                             task.reference, task.choices.level);
-    case "trend": return engine.trend(task.labels, task.vectors);
+    case "trend": return engine.trend(task.labels, task.fits.map(vectorOf));
     case "hash": return engine.resultHash();
   }
 }
