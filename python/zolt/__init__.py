@@ -9,6 +9,7 @@ from ._version import __version__
 from .batch import fit_each, fit_many, table_of
 from .caution import Caution
 from .codes import explain
+from .compare import Comparison, compare
 from .evidence import Evidence
 from .fit import fit
 from .fit_record import Fit
@@ -22,6 +23,7 @@ from .settings import Settings
 
 __all__ = [
     "Caution",
+    "Comparison",
     "Curve",
     "Evidence",
     "Fit",
@@ -32,6 +34,7 @@ __all__ = [
     "Series",
     "Settings",
     "__version__",
+    "compare",
     "explain",
     "fit",
     "fit_each",

@@ -13,6 +13,7 @@ _FILE = json.loads(Path(__file__).with_name("cautions.json").read_text(encoding=
 TABLE = _FILE["cautions"]
 LIMITS = SimpleNamespace(**_FILE["limits"])
 _OTHER = "other_note"
+_NO_MATTER = {"renamed"}  # notes that touch no number
 
 
 @dataclass(frozen=True)
@@ -40,6 +41,8 @@ def cautions_of_notes(notes):
     """The cautions of a reader's notes on a curve, one per code."""
     texts = {}
     for note in notes:
+        if note.code in _NO_MATTER:
+            continue
         code = note.code if note.code in TABLE else _OTHER
         texts.setdefault(code, []).append(note.text)
     return [

@@ -209,6 +209,22 @@ def _no_transition(fit):
         yield caution("no_transition_evident", evidence=fit.evidence.sentence)
 
 
+def _series(fit):
+    """What the curve alone says, beside a fit from the reference of its series."""
+    if not (fit.from_series and fit.ok):
+        return
+    alone = inference.fit(fit.readings, fit.states - 1)
+    within = ", ".join(f"{v / _KCAL:.2f}" for v in fit.dG)
+    if alone.status != inference.FITTED:
+        yield caution("series_apart", dG=within, alone="the curve alone has no fit")
+        return
+    dG, error = alone.values("dG"), alone.values("dG_se")
+    far = np.maximum(LIMITS.engine_errors * error, LIMITS.engine_relative * np.abs(dG))
+    if np.any(np.abs(fit.dG - dG) > far):
+        words = ", ".join(f"{v / _KCAL:.2f} ± {e / _KCAL:.2f}" for v, e in zip(dG, error))
+        yield caution("series_apart", dG=within, alone=f"the curve alone gives {words}")
+
+
 def _off(fit):
     count, readings = np.count_nonzero(fit.outliers & fit.kept), np.count_nonzero(fit.kept)
     if fit.ok and count > LIMITS.off_share * readings:
@@ -236,4 +252,4 @@ def _which(fit, i):
 
 _OF_LEAST_SQUARES = (_states, _residuals, _replicates, _bounds, _plateaus, _crossing, _errors, _one_reading,
                      _engine, _shared, _chain)  # fmt: skip
-_OF_ALL = (_no_transition, _off, _weights, _left_out)
+_OF_ALL = (_no_transition, _series, _off, _weights, _left_out)

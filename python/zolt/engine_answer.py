@@ -25,7 +25,7 @@ class EngineAnswer:
     @property
     def ok(self):
         """True where the vector holds a fit."""
-        return bool(self.vector[Element.RT] > 0)
+        return model.holds_fit(self.vector)
 
     @property
     def code(self):

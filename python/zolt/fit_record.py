@@ -141,7 +141,7 @@ class Fit:
     @property
     def ok(self):
         """True where the result holds a fit."""
-        return bool(self.result[Element.RT] > 0)
+        return model.holds_fit(self.result)
 
     @cached_property
     def _transitions(self):

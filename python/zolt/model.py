@@ -26,6 +26,11 @@ def states_of(result):
     return 4 if any(values[9:12]) else 3
 
 
+def holds_fit(result):
+    """True where a result vector holds a fit: RT is told, and every transition is a number."""
+    return bool(result[Element.RT] > 0) and all(np.isfinite(row).all() for row in transitions(result))
+
+
 def transitions(result):
     """dG (cal/mol), Cm (M) and weight of every transition, as three rows."""
     count = states_of(result) - 1

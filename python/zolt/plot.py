@@ -137,11 +137,14 @@ def save_fit(fit, path, **options):
     return Path(path)
 
 
-def plot_series(series, *, units="kcal", label="Label", signal="Fraction denatured"):
+def plot_series(series, *, units="kcal", label=None, signal="Fraction denatured"):
     """Three panels: the curves coloured by label, dG against label with the line, the fractions.
 
-    The fractions follow from the trend form only. Returns the figure.
+    The fractions follow from the trend form only. A label of 0 has a place of its own at the left end
+    of a logarithmic axis. `label` is the name of that axis, that of the source unless told. Returns
+    the figure.
     """
+    label = label or series.label_name or "Label"
     panels = 3 if series.form == "trend" and series.has_line else 2
     figure = _figure(4.3 * panels, 3.9)
     axes = figure.subplots(1, panels)
@@ -157,10 +160,11 @@ def plot_series(series, *, units="kcal", label="Label", signal="Fraction denatur
 def _draw_series_curves(series, ax, figure, label, signal):
     """Readings and fits between their own baselines, so that curves of any scale compare."""
     labels = series.labels
-    logarithmic = series.form == "trend" and labels.min() > 0 and labels.max() > labels.min()
-    norm = (LogNorm if logarithmic else Normalize)(labels.min(), labels.max())
+    logarithmic = _is_logarithmic(series) and labels.max() > labels.min()
+    places = _places(labels, logarithmic)
+    norm = (LogNorm if logarithmic else Normalize)(places.min(), places.max())
     colors = LinearSegmentedColormap.from_list("labels", colormaps["viridis"](np.linspace(0, 0.9, 64)))
-    for fit, value in zip(series.fits, labels):
+    for fit, value in zip(series.fits, places):
         if not fit.ok:
             continue
         color = colors(norm(value)) if labels.max() > labels.min() else POINT
@@ -169,7 +173,7 @@ def _draw_series_curves(series, ax, figure, label, signal):
                    linewidths=0)  # fmt: skip
         ax.plot(*fit.fraction_denatured(_GRID), color=color, lw=1.2)
     ax.set_ylim(-0.15, 1.15)
-    ax.set_xlabel("Denaturant (M)")
+    ax.set_xlabel(f"{series.denaturant or 'Denaturant'} (M)")
     ax.set_ylabel(signal)
     if labels.max() > labels.min():
         from matplotlib.cm import ScalarMappable
@@ -177,26 +181,28 @@ def _draw_series_curves(series, ax, figure, label, signal):
         bar = figure.colorbar(ScalarMappable(norm, colors), ax=ax, pad=0.02)
         bar.set_label(label)
         bar.ax.yaxis.set_minor_locator(NullLocator())
-        bar.set_ticks(ticks := np.unique(labels)[:12], labels=[f"{tick:g}" for tick in ticks])
+        ticks = np.unique(labels)[:12]
+        bar.set_ticks(_places(ticks, logarithmic), labels=[f"{tick:g}" for tick in ticks])
 
 
 def _draw_series_energies(series, ax, units, label):
     scale = CAL_PER_UNIT[units]
-    for fit, value in zip(series.fits, series.labels):
+    logarithmic = _is_logarithmic(series)
+    for fit, value in zip(series.fits, _places(series.labels, logarithmic)):
         if fit.ok and fit.dG.size >= series.transition:
             ax.plot(value, fit.dG[series.transition - 1] / scale, ".", color=BASELINE, alpha=0.6)
     table = series.per_label
     for used, face in ((True, POINT), (False, "white")):
-        part = table[table["in_trend"] == used]
+        part = table[(table["in_trend"] == used) & table["dG"].notna()]
         if len(part):
-            ax.errorbar(part["label"], part["dG"] / scale, part["error"] / scale, fmt="o", ms=6,
+            ax.errorbar(_places(part["label"].to_numpy(), logarithmic), part["dG"] / scale, np.nan_to_num(part["error"]) / scale, fmt="o", ms=6,
                         mfc=face, mec=POINT, ecolor=POINT, capsize=3, lw=1.1,
                         label="mean per label" if used else "not in the trend")  # fmt: skip
     if series.has_line:
         grid, line = series.curve("dG", _GRID)
         words = "trend" if series.significant else "no significant trend"
         ax.plot(grid, line / scale, color=FIT, lw=1.5, ls="-" if series.significant else "--", label=words)
-    if series.form == "trend" and series.labels.min() > 0 and series.has_line:
+    if logarithmic:
         _logarithmic(ax, series.labels)
     ax.set_xlabel(label)
     ax.set_ylabel(f"dG ({units}/mol)")
@@ -208,7 +214,20 @@ def _logarithmic(ax, labels):
     ax.set_xscale("log")
     ax.xaxis.set_minor_locator(NullLocator())
     ticks = np.unique(labels)[:12]
-    ax.set_xticks(ticks, [f"{tick:g}" for tick in ticks])
+    ax.set_xticks(_places(ticks), [f"{tick:g}" for tick in ticks])
+
+
+def _is_logarithmic(series):
+    return series.form == "trend" and series.labels.min() >= 0 and series.has_line
+
+
+def _places(labels, logarithmic=True):
+    """Where labels stand: on a logarithmic axis 0 lies one usual step left of the smallest other label."""
+    positive = np.unique(labels[labels > 0])
+    if not logarithmic or positive.size == labels.size or not positive.size:
+        return labels
+    step = (positive[-1] / positive[0]) ** (1.0 / max(positive.size - 1, 1))
+    return np.where(labels > 0, labels, positive[0] / max(step, 2.0))
 
 
 def _draw_series_fractions(series, ax, label):

@@ -14,7 +14,7 @@ import pandas as pd
 from . import engine
 from .batch import as_curves
 from .engine import CM_ELEMENTS, DG_ELEMENTS, Element
-from .caution import caution
+from .caution import caution, cautions_of_notes
 from .fit_record import Fit
 from .model import CAL_PER_UNIT
 from .points import spike_marks, tidy_readings
@@ -22,6 +22,7 @@ from .settings import Settings
 
 FORMS = ("trend", "aggregation")
 _END_POINTS = 3
+_LEAST_CHANGE = 300.0  # cal/mol that a trend must change dG by, as the engine has it
 
 
 @dataclass(frozen=True, eq=False, repr=False)
@@ -29,7 +30,8 @@ class Series:
     """A fitted series. Energies in cal/mol, concentrations in M, temperature in °C.
 
     `fits` holds a `Fit` per curve on its own signal, in the order of the input. `per_label` has a
-    row per label: mean dG, its error, and whether it took part in the trend. `trend` is the
+    row per label: mean dG, its error, and whether it took part in the trend; all is NaN where every
+    curve of the label was lost. `vectors` is what the engine returned, also of a lost curve. `trend` is the
     engine's (slope, intercept, R², count of labels), against ln(label) in the trend form and
     against the label in the aggregation form.
     """
@@ -52,8 +54,8 @@ class Series:
 
     @cached_property
     def used_labels(self):
-        """The labels that entered the trend, one per curve."""
-        return self.labels[self.included & (self.labels > 0)]
+        """The labels that entered the trend, one per curve that was fitted."""
+        return self.labels[self.included & (self.labels > 0) & _sound(self.vectors, self.transition)]
 
     @property
     def has_line(self):
@@ -67,16 +69,40 @@ class Series:
 
     @property
     def verdict(self):
-        """The trend in a sentence."""
-        against = "ln(label)" if self.form == "trend" else "the label"
+        """The trend in a sentence, in kcal/mol."""
+        return self.verdict_in("kcal")
+
+    def verdict_in(self, units="kcal"):
+        """The trend in a sentence, with the curves that took no part for want of a fit."""
+        name = self.label_name or "label"
+        against = f"ln({name})" if self.form == "trend" else f"the {name}" if name == "label" else name
+        scale = CAL_PER_UNIT[units]
+        lost = [fit.name for fit, there in zip(self.fits, _sound(self.vectors, self.transition)) if not there]
+        missing = f" Without a fit, and no part of it: {', '.join(lost)}." if lost else ""
+        apart = [f.name for f, used in zip(self.fits, self.included)
+                 if used and any(c.code == "series_apart" for c in f.warnings)]  # fmt: skip
+        if apart:
+            missing += f" Curves whose dG departs from their own fits: {', '.join(apart)}; look at them first."
         if not self.has_line:
-            return "Fewer than two labels gave a dG, so there is no trend."
+            return f"Fewer than two labels gave a dG, so there is no trend.{missing}"
         if not self.significant:
             return (
                 f"No significant change of dG with {against}: the line changes less across the "
-                "labels than the errors of its ends or 0.3 kcal/mol."
+                f"labels than the errors of its ends or {_LEAST_CHANGE / scale:.1f} {units}/mol.{missing}"
             )
-        return f"dG changes by {self.slope / 1000:+.3f} kcal/mol per unit of {against}."
+        return f"dG changes by {self.slope / scale:+.3f} {units}/mol per unit of {against}.{missing}"
+
+    @property
+    def label_name(self):
+        """What the source calls the labels, or "" where it does not say or the curves differ."""
+        names = {fit.details.get("label_is", "") for fit in self.fits}
+        return names.pop() if len(names) == 1 else ""
+
+    @property
+    def denaturant(self):
+        """The denaturant of all curves, or "" where it is not known or not one."""
+        names = {fit.denaturant for fit in self.fits}
+        return (names.pop() or "") if len(names) == 1 else ""
 
     def curve(self, kind="dG", n=200):
         """Grid of labels and one of the curves that follow from the trend.
@@ -108,7 +134,9 @@ class Series:
         rows = [fit.to_dict(units) for fit in self.fits]
         for row, label, included in zip(rows, self.labels, self.included):
             row.update(label=label, included=bool(included))
-        return pd.DataFrame(rows)
+        table = pd.DataFrame(rows)
+        table["states"] = table["states"].astype("Int64")
+        return table
 
     def label_table(self, units="kcal"):
         """One row per label with dG and error in the unit asked for."""
@@ -174,7 +202,8 @@ def fit_series(
             Fit(
                 *readings[i], temperature, _in_signal_units(vectors[i], *maps[i]), kept[i][own] == 1,
                 name=curve.name, settings=Settings(states=states), tried=states, details=dict(curve.details),
-                from_series=True, input_cautions=() if reference else (caution("no_reference"),),
+                from_series=True, denaturant=curve.denaturant,
+                input_cautions=(*cautions_of_notes(curve.notes), *(() if reference else (caution("no_reference"),))),
             )
         )  # fmt: skip
     include = np.ones(len(curves), bool) if include is None else np.asarray(include, bool)
@@ -279,27 +308,31 @@ def _without_outliers(x, y, kept, vectors):
 
 def _calculate(form, labels, vectors, include, transition):
     """The table of labels and the trend, over the included curves with positive labels."""
-    part = include & (labels > 0)
     element = DG_ELEMENTS[transition - 1]
     rows, trend = [], np.zeros(4)
-    sound = vectors[:, Element.RT] > 0
-    if (part & sound).any():
+    sound = _sound(vectors, transition)
+    part = include & (labels > 0) & sound
+    if part.any():
         names, dG, error, used, trend = engine.series_calculation(
             form, labels[part], vectors[part].reshape(-1), np.ones(part.sum()), transition
         )
         rows = list(zip(names, dG, error, used == 1))
-    for label in np.unique(labels[~part & sound]):
-        if label <= 0 or label not in labels[part]:
-            values = vectors[(labels == label) & sound & ~part][:, element]
-            values = values[values > 0]
-            if values.size:
-                spread = values.std(ddof=1) if values.size > 1 else np.nan
-                rows.append((label, values.mean(), spread, False))
+    for label in np.unique(labels[~part]):
+        if label not in labels[part]:
+            values = vectors[(labels == label) & sound][:, element]
+            mean = values.mean() if values.size else np.nan
+            rows.append((label, mean, values.std(ddof=1) if values.size > 1 else np.nan, False))
     table = pd.DataFrame(rows, columns=["label", "dG", "error", "in_trend"])
-    curves = pd.Series(labels).value_counts()
-    table["curves"] = table["label"].map(curves)
+    table["curves"] = [np.count_nonzero(labels == label) for label in table.label]
+    table["fitted"] = [np.count_nonzero(sound & (labels == label)) for label in table.label]
     table["Cm_M"] = [_mean_Cm(vectors[(labels == label) & sound], transition) for label in table.label]
     return table.sort_values("label", ignore_index=True), trend
+
+
+def _sound(vectors, transition):
+    """True of the vectors that hold a fit with numbers for that transition."""
+    numbers = vectors[:, [DG_ELEMENTS[transition - 1], CM_ELEMENTS[transition - 1]]]
+    return (vectors[:, Element.RT] > 0) & np.isfinite(numbers).all(axis=1) & (numbers > 0).all(axis=1)
 
 
 def _mean_Cm(vectors, transition):

@@ -3,6 +3,7 @@
 import click
 
 from .._version import __version__
+from .compare import compare
 from .fit import fit_command
 from .page import page
 from .rerun import rerun
@@ -18,6 +19,7 @@ def main():
     \b
     zolt fit curves.csv                      table of dG, Cm and m
     zolt fit *.csv --plots figures           a picture per curve as well
+    zolt compare wildtype.csv mutants.csv    differences of dG and Cm
     zolt rerun results.json                  a saved run again, with the same numbers
     zolt series calcium.csv --form trend     dG against a label
     zolt states curves.csv                   how many states the signals show
@@ -28,5 +30,5 @@ def main():
     """
 
 
-for command in (fit_command, rerun, series, states, smooth, page):
+for command in (fit_command, compare, rerun, series, states, smooth, page):
     main.add_command(command)

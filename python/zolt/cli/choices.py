@@ -8,62 +8,81 @@ from ..exclusion import without_effect
 from ..model import CAL_PER_UNIT
 from ..settings import REPLICATES, WEIGHTS, settings_of
 
-CHOICES = (
-    click.option("--states", type=click.Choice(["auto", "picker", "2", "3", "4"]), default="auto",
-                 show_default=True, help="Number of states; auto weighs the evidence, picker asks the engine."),
-    click.option("--m", default="free", show_default=True, metavar="shared|free|VALUE",
-                 help="One m for all curves, one each, or held at a value."),
-    click.option("--baselines", metavar="SIDES",
-                 help="native=flat,denatured=line or =A,B (held); or aN,bN,aU,bU with 0,0 open."),
-    click.option("--exclude", multiple=True, metavar="[CURVE@]WHAT",
-                 help="Readings to leave out: well B3, 3.5 (M), 6..8, #5; may be repeated."),
-    click.option("--weights", type=click.Choice(WEIGHTS), default="sd", show_default=True,
-                 help="What a file's standard deviations are: of readings, of means (sem), or no weights."),
-    click.option("--sd-known", is_flag=True, help="The deviations are true sizes, not only weights."),
-    click.option("--replicates", type=click.Choice(REPLICATES), default="pooled", show_default=True,
-                 help="Replicates fitted together, or each alone with mean ± SD."),
-    click.option("--residues", type=click.IntRange(1), metavar="N",
-                 help="Length of the chain: warn where m does not suit it."),
-    click.option("--midpoint", is_flag=True, help="Midpoint fit only, for short or poor curves."),
-    click.option("--drop-outliers", is_flag=True, help="Fit again without marked readings."),
-)  # fmt: skip
+CHOICES = {
+    "states": click.option(
+        "--states", type=click.Choice(["auto", "picker", "2", "3", "4"]), default="auto", show_default=True,
+        help="Number of states; auto weighs the evidence, picker asks the engine.",
+    ),
+    "m": click.option(
+        "--m", default="free", show_default=True, metavar="shared|free|VALUE",
+        help="One m for all curves, one each, or held at a value.",
+    ),
+    "baselines": click.option(
+        "--baselines", metavar="SIDES",
+        help="native=flat,denatured=line or =A,B (held); or aN,bN,aU,bU with 0,0 open.",
+    ),
+    "exclude": click.option(
+        "--exclude", multiple=True, metavar="[CURVE@]WHAT",
+        help="Readings to leave out: well B3, 3.5 (M), 6..8, #5; may be repeated.",
+    ),
+    "weights": click.option(
+        "--weights", type=click.Choice(WEIGHTS), default="sd", show_default=True,
+        help="What a file's standard deviations are: of readings, of means (sem), or no weights.",
+    ),
+    "sd_known": click.option(
+        "--sd-known", is_flag=True,
+        help="The deviations are true sizes, not only weights.",
+    ),
+    "replicates": click.option(
+        "--replicates", type=click.Choice(REPLICATES), default="pooled", show_default=True,
+        help="Replicates fitted together, or each alone with mean ± SD.",
+    ),
+    "residues": click.option(
+        "--residues", type=click.IntRange(1), metavar="N",
+        help="Length of the chain: warn where m does not suit it.",
+    ),
+    "midpoint": click.option(
+        "--midpoint", is_flag=True,
+        help="Midpoint fit only, for short or poor curves.",
+    ),
+    "drop_outliers": click.option(
+        "--drop-outliers", is_flag=True,
+        help="Fit again without marked readings.",
+    ),
+}
 
 
-def fit_choices(command):
-    """Gives a command the choices of a fit, as one dictionary `choices`."""
-    names = [option_name(option) for option in CHOICES]
+def choices_of(*names):
+    """Gives a command those choices of a fit, as one dictionary `choices`."""
 
-    @wraps(command)
-    def wrapped(*arguments, **options):
-        choices = {name: options.pop(name) for name in names}
-        return command(*arguments, choices=choices, **options)
+    def dressed(command):
+        @wraps(command)
+        def wrapped(*arguments, **options):
+            choices = {name: options.pop(name) for name in names}
+            return command(*arguments, choices=choices, **options)
 
-    for option in reversed(CHOICES):
-        wrapped = option(wrapped)
-    return wrapped
+        for name in reversed(names):
+            wrapped = CHOICES[name](wrapped)
+        return wrapped
+
+    return dressed
 
 
-def option_name(option):
-    """The name of the argument that an option becomes."""
-
-    def bare():
-        pass
-
-    option(bare)
-    return bare.__click_params__[0].name
+fit_choices = choices_of(*CHOICES)
 
 
 def settings_from(choices, units, temperature=None, intervals=None):
     """The `Settings` of the choices; a wrong one is an error of usage."""
-    states, m = choices["states"], choices["m"]
+    told = dict(choices)
+    baselines = baselines_of(told.pop("baselines", None))
+    if told.get("states", "").isdigit():
+        told["states"] = int(told["states"])
+    if "m" in told:
+        told["m"] = _m(told["m"], units)
+    if "midpoint" in told:
+        told["midpoint_only"] = told.pop("midpoint")
     try:
-        return settings_of(
-            baselines_of(choices["baselines"]),
-            states=int(states) if states.isdigit() else states, temperature=temperature, m=_m(m, units),
-            weights=choices["weights"], sd_known=choices["sd_known"], replicates=choices["replicates"],
-            exclude=choices["exclude"], drop_outliers=choices["drop_outliers"],
-            midpoint_only=choices["midpoint"], residues=choices["residues"], intervals=intervals,
-        )  # fmt: skip
+        return settings_of(baselines, temperature=temperature, intervals=intervals, **told)
     except ValueError as fault:
         raise click.UsageError(f"{fault}.") from None
 

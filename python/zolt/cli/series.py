@@ -61,9 +61,9 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
         click.echo(f"zolt: {fault}", err=True)
         sys.exit(2)
     table = result.table(units)
-    print_fits(table, units)
-    click.echo("\n" + result.label_table(units).to_string(index=False, float_format="{:.3f}".format))
-    click.echo(result.verdict)
+    print_fits(table, units, result.fits)
+    click.echo("\n" + result.label_table(units).to_string(index=False, float_format="{:.3f}".format, na_rep=""))
+    click.echo(result.verdict_in(units))
     if (together := result.shared_m()) is not None:
         click.echo(together.summary(units))
     if out:

@@ -206,6 +206,8 @@ def _curve(grid, layout, table, roles, key, rows, molar, places, wells, stated, 
     details = {"file": Path(grid.source).name, "well": " ".join(well for _, _, well in used)}
     if grid.sheet:
         details["sheet"] = grid.sheet
+    if label:
+        details["label_is"] = tidy_name(roles["label"].name)
     return Curve(
         name, np.array([u[0] for u in used], float), np.array([u[1] for u in used], float), temperature,
         plain_value(label), plain_value(replicate), details, group=group,

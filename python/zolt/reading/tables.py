@@ -178,6 +178,9 @@ def _curve(table, signal, base, rows, named, molar, temperatures, many):
     details = {"file": Path(grid.source).name}
     if grid.sheet:
         details["sheet"] = grid.sheet
+    header = next((h for role in ("label", "part") for r, h in named if r == role), None)
+    if label is not None and header is not None:
+        details["label_is"] = tidy_name(header)
     well = table.first("well")
     if well is not None:
         texts = list(dict.fromkeys(well.cells[i].text for i in take))

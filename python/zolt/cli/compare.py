@@ -1,0 +1,75 @@
+"""`zolt compare`: proteins beside a reference."""
+
+import sys
+from pathlib import Path
+
+import click
+
+from ..output import print_cautions, write_table
+from .choices import check_exclusions, choices_of, settings_from
+from .input import Input
+from .options import FILES, LAYOUT, OUT, TEMPERATURE, UNITS, check_out, check_temperature, reading_options
+
+
+@click.command()
+@FILES
+@click.option("--reference", metavar="NAME", help="The curve to compare with  [default: the first of the first file]")
+@click.option("--level", type=click.FloatRange(0.0, 1.0, min_open=True, max_open=True), default=0.95,
+              show_default=True, help="Level of the intervals.")
+@choices_of("baselines", "exclude", "weights", "sd_known", "residues", "drop_outliers")
+@TEMPERATURE
+@UNITS
+@LAYOUT
+@reading_options
+@OUT
+@click.option("--plot", type=click.Path(path_type=Path), help="Draw the comparison (.png, .svg, .pdf).")
+def compare(files, reference, level, temperature, units, layout, reading, out, plot, choices):
+    """Compare the curves of the FILES with a reference: differences of dG and Cm with intervals.
+
+    All curves are taken for two states, and replicates are pooled. ddG comes by three ways: a global fit
+    with one m, the mean m times the difference of Cm, and the plain difference of dG.
+
+    \b
+    Examples:
+      zolt compare wildtype.csv mutants.csv --plot compared.pdf
+      zolt compare all.csv --reference WT --out compared.csv
+    """  # fmt: skip
+    from ..compare import compare as compared
+
+    check_temperature(temperature)
+    check_out(out)
+    check_out(plot, (".png", ".svg", ".pdf"))
+    settings = settings_from({**choices, "states": "2"}, units, temperature)
+    source = Input(files, layout, reading, temperature)
+    source.need_curves()
+    check_exclusions(settings, source.curves)
+    try:
+        result = compared(source.curves, reference or 0, level=level, settings=settings)
+    except ValueError as fault:
+        click.echo(f"zolt: {fault}.", err=True)
+        sys.exit(2)
+    table = result.table(units)
+    if out:
+        write_table(table, out)
+    if plot:
+        result.plot(units).savefig(plot, dpi=150)
+    click.echo(_printed(table, units))
+    click.echo(f"Each less {result.fits[result.reference].name}; {units}/mol and M, ± standard error, "
+               f"[{100 * level:g} % interval].")  # fmt: skip
+    click.echo(result.advice(units))
+    print_cautions(result.fits)
+    source.finish()
+
+
+def _printed(table, units):
+    shown = table[["curve"]].copy()
+    for name, suffix, digits, head in (
+        ("dCm", "_M", 3, "dCm"), ("ddG_shared_m", f"_{units}_per_mol", 2, "ddG, one m"),
+        ("ddG_mean_m", f"_{units}_per_mol", 2, "ddG, mean m x dCm"), ("ddG_plain", f"_{units}_per_mol", 2, "ddG, plain"),
+    ):  # fmt: skip
+        columns = [f"{name}{part}{suffix}" for part in ("", "_se", "_lower", "_upper")]
+        rows = table.reindex(columns=columns).to_numpy(float)
+        shown[head] = ["" if value != value else f"{value:+.{digits}f} ± {error:.{digits}f} [{low:.{digits}f}, {high:.{digits}f}]"
+                       for value, error, low, high in rows]  # fmt: skip
+    shown["status"] = table["status"]
+    return shown.to_string(index=False)

@@ -1,0 +1,130 @@
+"""Proteins beside a reference: differences of dG and Cm with intervals, by three ways: `compare`."""
+
+from dataclasses import dataclass, field
+
+import pandas as pd
+
+from . import inference
+from .batch import as_curves, fit_each
+from .caution import LIMITS
+from .fit_record import Fit
+from .model import CAL_PER_UNIT
+from .replicates import pooled
+from .settings import settings_of
+
+# Name in tables, fields of the record, and what the way is called.
+WAYS = {
+    "shared_m": ("shared_ddG", "shared_se", "shared_interval", "global fit, one m"),
+    "mean_m": ("mean_m_ddG", "mean_m_se", "mean_m_interval", "mean m times difference of Cm"),
+    "plain": ("plain_ddG", "plain_se", "plain_interval", "plain difference of dG"),
+}
+
+
+@dataclass(frozen=True, eq=False, repr=False)
+class Comparison:
+    """Curves less a reference curve, two states each. Energies in cal/mol, concentrations in M.
+
+    `fits` are those of every curve alone, `rows` the differences of each from the curve at `reference`,
+    `record` that of the global fit with one m. A positive difference: more stable than the reference.
+    """
+
+    fits: list
+    reference: int
+    level: float
+    record: object = field(repr=False)
+    rows: list = field(repr=False)
+
+    @property
+    def ok(self):
+        return self.record.status == inference.FITTED
+
+    @property
+    def p(self):
+        """The chance that curves with one m differ as much as these do; NaN without a global fit."""
+        return self.record.p if self.ok else float("nan")
+
+    def table(self, units="kcal"):
+        """A DataFrame with a row per curve other than the reference."""
+        energy = CAL_PER_UNIT[units]
+        rows = []
+        for i, (fit, row) in enumerate(zip(self.fits, self.rows)):
+            if i == self.reference:
+                continue
+            entry = {"curve": fit.name, "reference": self.fits[self.reference].name, "status": inference.WORDS[row.status]}
+            if row.status == inference.FITTED:
+                _describe(entry, "dCm", "_M", 1.0, row.dCm, row.dCm_se, row.dCm_interval)
+                for way, (value, error, span, _) in WAYS.items():
+                    _describe(entry, f"ddG_{way}", f"_{units}_per_mol", energy, getattr(row, value),
+                              getattr(row, error), getattr(row, span))  # fmt: skip
+            entry["warnings"] = ", ".join(caution.code for caution in fit.warnings)
+            rows.append(entry)
+        return pd.DataFrame(rows)
+
+    def advice(self, units="kcal"):
+        """Which of the three ways is right for these curves, in sentences."""
+        if not self.ok:
+            return f"No global fit: {inference.sentence(self.record.status)}"
+        scale = CAL_PER_UNIT[units]
+        m = f"{self.record.shared[0] / scale:.3f} ± {self.record.shared_se[0] / scale:.3f} {units}/mol/M"
+        ways = (
+            "Mean m times the difference of Cm is what is often published. The plain difference asks nothing "
+            "of m, but carries the error of both m-values over to zero denaturant."
+        )
+        if self.p >= LIMITS.shared_p:
+            return (
+                f"The curves agree with one m of {m} (p = {self.p:.2g}): the global fit gives the sharpest ddG. {ways}"
+            )
+        return (
+            f"The curves do not agree with one m ({m}, p = {self.p:.2g}): their ddG depends on the concentration. "
+            "In water the plain difference holds; near the midpoints the difference of Cm tells more. "
+            f"A difference of m may also be a third state: look at the residuals. {ways}"
+        )
+
+    def plot(self, units="kcal"):
+        """Picture of the curves and of ddG by the three ways; see `zolt.plot_compare`."""
+        from .plot_compare import plot_compare
+
+        return plot_compare(self, units)
+
+    def __repr__(self):
+        return f"{self.table().to_string(index=False, float_format='{:.3g}'.format)}\n{self.advice()}"
+
+    def _repr_html_(self):
+        return f"{self.table().to_html(index=False, float_format='{:.3g}'.format)}<p>{self.advice()}</p>"
+
+
+def _describe(entry, name, suffix, scale, value, error, span):
+    entry[f"{name}{suffix}"] = value / scale
+    entry[f"{name}_se{suffix}"] = error / scale if error >= 0.0 else float("nan")
+    entry[f"{name}_lower{suffix}"], entry[f"{name}_upper{suffix}"] = (end / scale for end in span)
+
+
+def compare(fits, reference=0, *, level=0.95, settings=None, **options):
+    """Compare curves with a reference: `Comparison`.
+
+    `fits` are two fits or more, or curves in any form that `zolt.fit_many` takes; replicates among
+    curves are pooled, and `options` are those of `zolt.fit`. `reference` is the index or the name of
+    one of them. All are taken for two states, with the readings and baselines of their fits.
+    """
+    if not hasattr(fits, "columns") and not hasattr(fits, "items"):
+        fits = list(fits)
+    if not (isinstance(fits, list) and all(isinstance(fit, Fit) for fit in fits)):
+        settings = settings or settings_of(**{"states": 2, **options})
+        curves = pooled(as_curves(fits))
+        fits = [fitted for fitted, _ in fit_each(curves, settings=settings)]
+        if fault := next((fit for fit in fits if isinstance(fit, Exception)), None):
+            raise fault
+    names = [fit.name for fit in fits]
+    if isinstance(reference, str):
+        if reference not in names:
+            raise ValueError(f"there is no curve '{reference}'; the curves are {', '.join(names)}")
+        reference = names.index(reference)
+    if len(fits) < 2 or not 0 <= reference < len(fits) or not 0.0 < level < 1.0:
+        raise ValueError("a comparison takes two curves or more, one of them as reference, and a level between 0 and 1")
+    choices = {(str(fit.settings.native), str(fit.settings.denatured), fit.settings.sd_known) for fit in fits}
+    if len(choices) > 1:
+        raise ValueError("the curves of a comparison have the same choices of baselines and deviations")
+    one = fits[0].settings
+    held = inference.Options(one.native, one.denatured, sd_known=one.sd_known)
+    record, _, rows = inference.compare([fit.readings for fit in fits], held, reference, level)
+    return Comparison(fits, reference, level, record, rows)
