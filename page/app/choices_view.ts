@@ -34,8 +34,8 @@ export function choicesView({ settings, unit, entries }: State): Markup[] {
     select("level", "Intervals", String(settings.level), ["0.68", "68 %"], ["0.9", "90 %"], ["0.95", "95 %"], ["0.99", "99 %"]),
     select("method", "by", settings.intervals.method, ["profile", "profile"], ["bootstrap", `bootstrap, ${settings.intervals.rounds} rounds`]),
     select("unit", "Energies", unit, ["kcal", "kcal/mol"], ["kJ", "kJ/mol"]),
-    h("label", {}, "Residues ", h("input", {
-      type: "number", min: 1, step: 1, id: "residues", "data-choice": "residues", placeholder: "of the chain", value: settings.residues,
+    h("label", {}, "Residues of the chain ", h("input", {
+      type: "number", min: 1, step: 1, id: "residues", "data-choice": "residues", value: settings.residues,
     })),
   ];
 }

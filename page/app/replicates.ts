@@ -12,7 +12,7 @@ const joins = ({ group, temperature, label, denaturant }: Entry) => JSON.stringi
  * differ in scale or offset, so that no one curve runs through them, stay as they are with a note.
  */
 export function together(original: Entry[]): Entry[] {
-  const entries = original.map((entry) => ({ ...entry, notes: entry.notes.filter(({ code }) => code !== DIFFER) }));
+  const entries = original.map(withoutNote);
   const groups = new Map<string, Entry[]>();
   for (const entry of entries)
     if (entry.group !== null) groups.set(joins(entry), [...(groups.get(joins(entry)) ?? []), entry]);
@@ -33,6 +33,7 @@ export function together(original: Entry[]): Entry[] {
 }
 
 const DIFFER = "replicates_differ";
+const withoutNote = (entry: Entry): Entry => ({ ...entry, notes: entry.notes.filter(({ code }) => code !== DIFFER) });
 const GRID = 60;  // places at which replicates are compared
 
 /** How far a replicate lies from the mean of the others at either end of the curve, over the span of the signal. */
@@ -94,7 +95,7 @@ function pooled(all: Entry[], name: string): Entry {
 export function apart(entries: Entry[]): Entry[] {
   return entries.flatMap((entry) => {
     const { part } = entry;
-    if (!part) return [entry];
+    if (!part) return [withoutNote(entry)];
     const wells = entry.well.split(" ");
     return [...new Set(part)].map((replicate): Entry => {
       const own = <T>(all: T[]) => all.filter((_, i) => part[i] === replicate);

@@ -4,6 +4,7 @@ import json
 import shutil
 import tempfile
 import time
+from contextlib import contextmanager
 from pathlib import Path
 
 from selenium import webdriver
@@ -101,8 +102,35 @@ class Browser:
             time.sleep(0.05)
         return path.read_bytes()
 
+    @contextmanager
+    def before(self, script):
+        """Runs a script in every page that is opened, before the page's own."""
+        added = self.driver.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": script})
+        try:
+            yield
+        finally:
+            self.driver.execute_cdp_cmd("Page.removeScriptToEvaluateOnNewDocument", added)
+
+    @contextmanager
+    def emulated(self, **metrics):
+        """A screen of another size."""
+        usual = {"deviceScaleFactor": 1, "mobile": False, "height": 900}
+        self.driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {**usual, **metrics})
+        try:
+            yield
+        finally:
+            self.driver.execute_cdp_cmd("Emulation.clearDeviceMetricsOverride", {})
+
     def session(self):
         return json.loads(self.export("session", "session.json"))
 
 
-__all__ = ["Browser", "Keys", "PAGE", "TOP"]
+def example(name):
+    return name, (TOP / "examples" / name).read_text()
+
+
+def readings(session):
+    return [(curve["x"], curve["y"], curve["temperature"]) for curve in session["curves"]]
+
+
+__all__ = ["Browser", "Keys", "PAGE", "TOP", "example", "readings"]
