@@ -14,7 +14,8 @@ export interface Caution {
 }
 
 type Entries = Record<string, { sentence?: string; advice: string; page?: string }>;
-const TEXTS = table.cautions as Entries, LIMITS = table.limits;
+const TEXTS = table.cautions as Entries;
+export const LIMITS = table.limits;
 const KCAL = CAL_PER_UNIT.kcal;
 const NUMBERS: Record<number, string> = { 2: "two", 3: "three", 4: "four" };
 

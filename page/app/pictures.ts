@@ -7,7 +7,7 @@ import { estimatesFigure, overlayFigure, trendFigure } from "../figure/set_figur
 import { CAL_PER_UNIT, short } from "./numbers";
 import { listed, valueOf } from "./order";
 import { levelsOf } from "./replicates";
-import { Entry, State, chosenEntry, fitOf, gridOf, isOut, placeOf } from "./state";
+import { Entry, State, chosenEntry, fitOf, gridOf, isOut, placesOf } from "./state";
 
 export const xTitleOf = (entry: Entry) => `${entry.denaturant ?? "Denaturant"} (M)`;
 
@@ -24,16 +24,16 @@ export function pictureOf(entry: Entry, state: State): CurvePicture {
   };
 }
 
-export const wellsOf = (state: State): Entry[] => state.entries.filter((entry) => placeOf(entry));
+export const wellsOf = (state: State): Entry[] => state.entries.filter((entry) => placesOf(entry).length > 0);
 
 const titleOf = (name: string, unit: string) =>
   ({ "ΔG": `ΔG (${unit}/mol)`, m: `m (${unit}/mol/M)`, Cm: "Cm (M)" })[name] ?? name;
 
 function plate(state: State, width: number, palette: Palette): Markup {
-  const wells = wellsOf(state).map((entry): Well => {
+  const wells = wellsOf(state).flatMap((entry): Well[] => {
     const value = valueOf(entry, state.plateValue, state);
     const words = `${entry.name}: ${value === null ? entry.answer?.sentence ?? entry.fault ?? "not fitted yet" : `${state.plateValue} ${short(value)}`}`;
-    return { ...placeOf(entry)!, name: entry.name, key: entry.key, value, words };
+    return placesOf(entry).map((place) => ({ ...place, key: entry.key, value, words }));
   });
   return plateFigure(wells, titleOf(state.plateValue, state.unit), width, palette, state.chosen);
 }

@@ -5,8 +5,9 @@ export const byId = (id: string) => document.getElementById(id) as HTMLElement;
 
 /** How to find an element again after its surroundings were drawn anew. */
 function selectorOf(element: Element): string {
-  const { key, reading, range } = (element as HTMLElement).dataset;
+  const { key, reading, range, row, column } = (element as HTMLElement).dataset;
   if (element.id) return `[id="${CSS.escape(element.id)}"]`;
+  if (row) return `[data-row="${row}"][data-column="${column}"]`;
   return reading ? `[data-reading="${reading}"]` : range ? `[data-range="${range}"]` : key ? `[data-key="${key}"]` : "";
 }
 

@@ -1,9 +1,7 @@
 // Replicates of one curve: fitted together as one, or each alone. Either form goes over into the other,
 // with what a person left out.
-import table from "../../python/zolt/cautions.json";
+import { LIMITS } from "./cautions";
 import { Entry, entryKey, fitOf } from "./state";
-
-const LIMITS = table.limits;
 
 const joins = ({ group, temperature, label, denaturant }: Entry) => JSON.stringify([group, temperature, label, denaturant]);
 

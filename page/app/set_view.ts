@@ -1,10 +1,11 @@
 // Curves compared with one of them: one m for all, mean m, plain difference; and a series' trend.
 import { Markup, h } from "../figure/markup";
 import type * as records from "../generated/records";
+import { LIMITS } from "./cautions";
 import { CAL_PER_UNIT, interval, probability, short, withError } from "./numbers";
 import { table } from "./result_view";
 import { comparable, labelled } from "./set_work";
-import { State } from "./state";
+import { State, fitOf } from "./state";
 
 const cell = (words: string) => h("td", {}, words);
 
@@ -34,12 +35,12 @@ function sharedWords({ curves, transitions, shared, shared_se, shared_interval, 
 }
 
 const verdict = (F: number, p: number) => `Shared against free m: F ${short(F, 3)}, p ${probability(p)}. ` +
-  (p >= 0 && p < 0.01 ? "The curves do not share one m." : "Nothing speaks against one m.");
+  (p >= 0 && p < LIMITS.shared_p ? "The curves do not agree with one m: their ΔΔG depends on the concentration." : "The curves agree with one m.");
 
 function comparison(state: State): Markup {
   const { keys, reference, comparison: found } = state.set!, per = CAL_PER_UNIT[state.unit];
   const { global, rows } = found!, names = new Map(state.entries.map(({ key, name }) => [key, name]));
-  const unit = `${state.unit}/mol`;
+  const unit = `${state.unit}/mol`, others = state.entries.filter(fitOf).length - keys.length;
   const told = rows.map((row, i) => [h("th", { scope: "row" }, names.get(keys[i]) ?? ""), ...(keys[i] === reference
     ? [h("td", { colspan: 7 }, "reference")]
     : row.status !== 0 ? [cell("no fit")]
@@ -51,8 +52,9 @@ function comparison(state: State): Markup {
   return h("div", {},
     h("p", {}, `One m for all: ${withError(global.shared[0] / per, global.shared_se[0] / per)} ${unit}/M. ` +
       verdict(global.F, global.p)),
-    h("p", { class: "faint" }, "One m is sharpest, and right where m is the same in all curves. Mean m × ΔCm is what is often published. " +
-      "The plain difference asks nothing of m, and mostly carries the errors of both m-values."),
+    h("p", { class: "faint" }, "One m for all is sharpest, and right where the curves agree with it. Mean m × ΔCm is what is often published. " +
+      "The plain difference asks nothing of m, but carries the errors of both m-values over to zero denaturant."),
+    others > 0 && h("p", { class: "warnings" }, `${others} of the fitted curves left out: only two states can be compared.`),
     table(["curve", "ΔCm (M)", `ΔΔG, one m (${unit})`, "interval", "mean m × ΔCm", "interval", "difference of ΔG", "interval"],
           told, `Less ${names.get(reference)}`));
 }

@@ -129,7 +129,8 @@ export function readingsOf(entry: Entry, { weights }: Settings): Readings {
   return { x: entry.x, y, sd: deviationsOf(entry, weights).sd, temperature: entry.temperature };
 }
 
-export const placeOf = (entry: Entry) => wellPlace(entry.well.split(" ")[0] || entry.name);
+/** The places of the curve's wells on a plate; a curve that is named by a well has that one. */
+export const placesOf = (entry: Entry) => (entry.well || entry.name).split(" ").flatMap((name) => wellPlace(name) ?? []);
 
 /** A fit that may be told with its numbers. */
 export const fitOf = (entry: Entry): records.Fit | null =>

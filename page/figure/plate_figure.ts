@@ -7,8 +7,7 @@ import { markLabels, marks, reach } from "./scale";
 export interface Well {
   row: number;
   column: number;
-  name: string;
-  key: number;           // what the page knows the curve by
+  key: number;           // what the page knows the curve by; its wells have the same one
   value: number | null;  // null: no fit
   words: string;
 }
