@@ -2,6 +2,8 @@
 // which one call of an export of the library is one fit.
 #pragma once
 
+#include <time.h>
+
 #include <array>
 #include <vector>
 
@@ -25,6 +27,13 @@ inline constexpr Exports kLinkedExports{
     {ZOLTA_2state_chalf, ZOLTA_3state_chalf, ZOLTA_4state_chalf},
     {ZOLTA_2state, ZOLTA_3state, ZOLTA_4state},
     ZOLTA_2state_user_set_baselines};
+
+// Microseconds of the processor that this thread has used; other programs do not count.
+inline double processorTime() {
+  timespec time;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return 1e6 * static_cast<double>(time.tv_sec) + 1e-3 * static_cast<double>(time.tv_nsec);
+}
 
 inline constexpr std::size_t kCurvesPerCell = 8;
 inline constexpr int kPoints[] = {12, 24, 48, 96, 384};

@@ -7,7 +7,6 @@
 //     column and as many for its products with the others, these side by side.
 // Prints the rows of a Markdown table.
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 
@@ -16,14 +15,9 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 constexpr int kRounds = 40;
 
-double nanoseconds(Clock::duration span) {
-  return std::chrono::duration<double, std::nano>(span).count();
-}
-
-// Nanoseconds of one addition that waits for the one before.
+// Microseconds of one addition that waits for the one before.
 double additionTime() {
   constexpr int kAdditions = 100000;
   volatile double one = 1.0;
@@ -31,11 +25,11 @@ double additionTime() {
   for (int round = 0; round < kRounds; ++round) {
     const double term = one;
     double sum = 0.0;
-    const auto begin = Clock::now();
+    const double begin = processorTime();
     for (int i = 0; i < kAdditions; ++i) {
       sum += term;
     }
-    least = std::min(least, nanoseconds(Clock::now() - begin) / kAdditions);
+    least = std::min(least, (processorTime() - begin) / kAdditions);
     one = sum / sum;
   }
   return least;
@@ -60,13 +54,13 @@ double microsecondsOf(const Exports& exports, const Case& kind, const GeneratedC
   constexpr int kRepeats = 20;
   double least = INFINITY;
   for (int round = 0; round < kRounds; ++round) {
-    const auto begin = Clock::now();
+    const double begin = processorTime();
     for (int i = 0; i < kRepeats; ++i) {
       callEntry(exports, kind, curve);
     }
-    least = std::min(least, nanoseconds(Clock::now() - begin) / kRepeats);
+    least = std::min(least, (processorTime() - begin) / kRepeats);
   }
-  return least / 1e3;
+  return least;
 }
 
 }  // namespace
@@ -84,7 +78,7 @@ int main() {
       const auto curves = curvesOf(kLinkedExports, kind, points);
       for (const GeneratedCurve& curve : curves) {
         time += microsecondsOf(kLinkedExports, kind, curve);
-        floor += orderedAdditions(singleFit(kind, curve)) * addition / 1e3;
+        floor += orderedAdditions(singleFit(kind, curve)) * addition;
       }
       const auto count = static_cast<double>(curves.size());
       std::printf("| %s | %d | %.1f | %.1f | %.1f |\n", kind.name, points, time / count,

@@ -37,8 +37,16 @@ target_include_directories(ZOLTInference INTERFACE
 target_link_libraries(ZOLTInference PRIVATE ZOLTFittingEngine $<BUILD_INTERFACE:zolt_options>)
 # Wherever both lie in one folder they find one another, in a Python package as well.
 set_target_properties(ZOLTInference PROPERTIES
-  LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+  LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION ${zolt_abi}
   INSTALL_RPATH $ORIGIN BUILD_RPATH_USE_ORIGIN ON)
+if(ZOLT_OLDER_SYSTEMS)
+  target_sources(zolt_inference_objects PRIVATE cmake/older_runtime.cpp)
+  target_compile_options(zolt_inference_objects PRIVATE
+    $<$<COMPILE_LANGUAGE:CXX>:-include${PROJECT_SOURCE_DIR}/cmake/older_libm.h>)
+endif()
+if(MINGW)
+  target_link_options(ZOLTInference PRIVATE -static)
+endif()
 if(CMAKE_EXECUTABLE_FORMAT STREQUAL "ELF")
   set(inference_exports ${PROJECT_SOURCE_DIR}/cmake/inference_exports.map)
   target_link_options(ZOLTInference PRIVATE LINKER:--version-script=${inference_exports})
@@ -49,7 +57,11 @@ if(CMAKE_EXECUTABLE_FORMAT STREQUAL "ELF")
   endif()
 endif()
 
-install(TARGETS ZOLTInference EXPORT ZOLTFittingEngineTargets)
-install(FILES include/zolt_inference.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS ZOLTInference EXPORT ZOLTFittingEngineTargets
+  LIBRARY COMPONENT inference NAMELINK_COMPONENT development
+  RUNTIME COMPONENT inference ARCHIVE COMPONENT development)
+install(FILES include/zolt_inference.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 configure_file(cmake/ZOLTInference.pc.in ZOLTInference.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/ZOLTInference.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/ZOLTInference.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

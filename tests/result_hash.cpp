@@ -134,11 +134,11 @@ void addSeries(Hash& hash, int states, std::uint64_t seed) {
 
 }  // namespace
 
-std::uint64_t resultHash() {
+std::uint64_t resultHash(int round) {
   constexpr int kCurves = 300;
-  constexpr std::uint64_t kSeries = 6;
+  constexpr int kSeries = 6;
   Hash hash;
-  for (int index = 0; index < kCurves; ++index) {
+  for (int index = round * kCurves; index < (round + 1) * kCurves; ++index) {
     const GeneratedCurve curve = assortedCurve(index);
     Arguments a;
     a.x = curve.x;
@@ -148,8 +148,8 @@ std::uint64_t resultHash() {
     addAnalyses(hash, a, index);
     addTools(hash, a, curve.midpoints[0]);
   }
-  for (std::uint64_t seed = 0; seed < kSeries; ++seed) {
-    addSeries(hash, 2 + static_cast<int>(seed % 3), seed);
+  for (int seed = round * kSeries; seed < (round + 1) * kSeries; ++seed) {
+    addSeries(hash, 2 + seed % 3, static_cast<std::uint64_t>(seed));
   }
   return hash.state;
 }

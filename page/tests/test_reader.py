@@ -2,6 +2,7 @@
 
 import base64
 import json
+import os
 import random
 import re
 import subprocess
@@ -140,7 +141,7 @@ def test_random_dialects(read, tmp_path):
 
 
 def test_spoiled_files(read, tmp_path):
-    draw = random.Random(11)
+    draw = random.Random(int(os.environ.get("ZOLT_SEED", 11)))
     sources = [path for path in host.TABLES.iterdir() if path.suffix in (".csv", ".txt", ".dat", ".md")]
     cases = []
     for i, source in enumerate(sorted(sources) * 4):

@@ -1,5 +1,7 @@
 """Series: one dG per label and its trend."""
 
+from dataclasses import replace
+
 import numpy as np
 import pytest
 from conftest import simulate
@@ -94,3 +96,52 @@ def test_wrong_series_are_refused():
     ):
         with pytest.raises(ValueError, match=said):
             zolt.fit_series(curves, **arguments)
+
+
+@pytest.mark.parametrize("form", ["trend", "aggregation"])
+def test_a_lost_label_is_missing_and_not_zero(form):
+    curves = make_series([1, 2, 4, 8], rising)
+    lost = [replace(curve, y=np.full(curve.x.size, 1.0 + 0.1 * i), label=3) for i, curve in enumerate(curves[:2])]
+    series = zolt.fit_series([*curves, *[replace(c, name=f"lost{i}") for i, c in enumerate(lost)]], form=form)
+    row = series.per_label.set_index("label").loc[3]
+    assert np.isnan(row["dG"]) and np.isnan(row["Cm_M"]) and not row["in_trend"] and (row["curves"], row["fitted"]) == (2, 0)
+    assert [fit.status == "fitted" for fit in series.fits] == [True] * 4 + [False] * 2
+    assert series.slope == zolt.fit_series(curves, form=form).slope and 3 not in series.used_labels
+    assert "no part of it: lost0, lost1." in series.verdict and series.vectors.shape == (6, 24)
+    assert np.isnan(series.table()["dG1_kcal_per_mol"][4]) and series.plot().axes
+
+
+def test_units_and_names_come_from_what_was_asked_and_read(tmp_path):
+    lines = ["Ca (mM),urea (M),signal"]
+    for curve in make_series([0, 0.5, 5, 50], lambda u: rising(max(u, 0.1))):
+        lines += [f"{curve.label},{x},{y}" for x, y in zip(*curve)]
+    (tmp_path / "s.csv").write_text("\n".join(lines))
+    series = zolt.fit_series(zolt.read_curves(tmp_path / "s.csv"))
+    kcal, kJ = (float(series.verdict_in(units).split()[3]) for units in ("kcal", "kJ"))
+    assert kJ == pytest.approx(4.184 * kcal, abs=0.003) and "kJ/mol per unit of ln(Ca (mM))" in series.verdict_in("kJ")
+    curves, energies, fractions = series.plot(units="kJ").axes[:3]
+    assert curves.get_xlabel() == "Urea (M)" and energies.get_xlabel() == fractions.get_xlabel() == "Ca (mM)"
+    assert energies.get_ylabel() == "dG (kJ/mol)" and energies.get_xscale() == "log"
+    ticks = dict(zip((text.get_text() for text in energies.get_xticklabels()), energies.get_xticks()))
+    assert ticks["0"] == pytest.approx(0.05) and ticks["50"] == 50.0
+    drawn = np.concatenate([line.get_xdata() for line in energies.lines if line.get_marker() == "o"])
+    assert sorted(drawn) == pytest.approx([0.05, 0.5, 5.0, 50.0])
+
+
+@pytest.mark.parametrize(
+    "stated, given, used, told",
+    [
+        ((15.0, 15.0, 15.0), None, 15.0, False),
+        ((15.0, 15.0, 15.0), 40.0, 15.0, False),
+        ((None, None, None), 40.0, 40.0, False),
+        ((None, None, None), None, 25.0, True),
+        ((15.0, None, 15.0), None, 15.0, True),
+    ],
+)
+def test_a_series_has_the_temperature_of_its_curves(stated, given, used, told):
+    curves = [replace(c, temperature=T) for c, T in zip(make_series([1, 3, 9], rising), stated)]
+    series = zolt.fit_series(curves, temperature=given)
+    assert {fit.temperature for fit in series.fits} == {used}
+    assert {"temperature_assumed" in [c.code for c in fit.warnings] for fit in series.fits} == {told}
+    with pytest.raises(ValueError, match="these have 15, 30 °C"):
+        zolt.fit_series([replace(curves[0], temperature=15.0), replace(curves[1], temperature=30.0)])

@@ -14,12 +14,17 @@ double    floating-point number
 
 import ctypes
 import os
+import sys
 from ctypes import c_bool, c_double, c_int32, c_void_p
 from ctypes.util import find_library
 from functools import lru_cache
 from pathlib import Path
 
 import numpy as np
+
+# The number of the interface, which the names of both libraries carry where the system has such names.
+INTERFACE = 1
+_SUFFIXES = {"win32": ".dll", "darwin": ".dylib"}
 
 MOST_POINTS = 384
 RESULT_LENGTH = 24
@@ -103,6 +108,11 @@ _ELEMENTS = {"array": np.dtype(np.float64), "block": np.dtype(np.float64), "flag
 _Pair = c_int32 * 2
 
 
+def file_name(stem):
+    """The name of a shared library on this system, without its number."""
+    return f"lib{stem}{_SUFFIXES.get(sys.platform, '.so')}"
+
+
 def candidates(name):
     """The places where a library may lie, in the order in which they are tried."""
     here = Path(__file__).resolve().parent
@@ -117,7 +127,7 @@ def open_library(stem, variable):
 
     A library that belongs to the one named by ZOLT_LIBRARY lies beside it.
     """
-    name = f"lib{stem}.so"
+    name = file_name(stem)
     chosen = os.environ.get(variable)
     engine = os.environ.get("ZOLT_LIBRARY")
     if not chosen and engine and stem != "ZOLTFittingEngine":
@@ -131,14 +141,15 @@ def open_library(stem, variable):
     for path in candidates(name):
         if path.is_file():
             return ctypes.CDLL(str(path)), str(path)
-    found = find_library(stem) or name
-    try:
-        return ctypes.CDLL(found), found
-    except OSError:
-        raise ImportError(
-            f"{name} was not found: build it with 'cmake --preset release && cmake --build "
-            f"--preset release' at the top of the source tree, or set {variable} to its path."
-        ) from None
+    for found in (f"{name}.{INTERFACE}", find_library(stem) or name):
+        try:
+            return ctypes.CDLL(found), found
+        except OSError:
+            pass
+    raise ImportError(
+        f"{name} was not found: build it with 'cmake --preset release && cmake --build "
+        f"--preset release' at the top of the source tree, or set {variable} to its path."
+    )
 
 
 class Library:
@@ -159,7 +170,8 @@ class Library:
             function.argtypes = [argument for kind in kinds for argument in _ARGTYPES[kind]]
             function.restype = _RESTYPES.get(name)
             self._functions[name] = function, kinds
-        self._free = ctypes.CDLL(None).free
+        # Records are released by the C library that the engine took them from.
+        self._free = ctypes.CDLL("msvcrt" if sys.platform == "win32" else None).free
         self._free.argtypes = [c_void_p]
         self._free.restype = None
 

@@ -80,11 +80,11 @@ class Comparison:
             f"A difference of m may also be a third state: look at the residuals. {ways}"
         )
 
-    def plot(self, units="kcal"):
-        """Picture of the curves and of ddG by the three ways; see `zolt.plot_compare`."""
-        from .plot_compare import plot_compare
+    def plot(self, units="kcal", **options):
+        """Picture of the curves and of ddG by the three ways; see `zolt.plot.plot_compare`."""
+        from .plot.compare import plot_compare
 
-        return plot_compare(self, units)
+        return plot_compare(self, units, **options)
 
     def __repr__(self):
         return f"{self.table().to_string(index=False, float_format='{:.3g}'.format)}\n{self.advice()}"

@@ -50,8 +50,10 @@ def _told(fit):
 
 
 def _as_good(row, chosen):
-    both = row.aicc_difference >= 0 and chosen.aicc_difference >= 0 and row.sound
-    return both and abs(row.aicc_difference - chosen.aicc_difference) < LIMITS.aicc
+    """A smaller model that AICc puts hardly behind, or a larger one that it puts clearly before."""
+    room = LIMITS.aicc if row.states < chosen.states else -LIMITS.aicc
+    known = row.aicc_difference >= 0 and chosen.aicc_difference >= 0 and row.sound
+    return known and row.aicc_difference - chosen.aicc_difference < room
 
 
 def _residuals(fit):
@@ -177,8 +179,9 @@ def _engine(fit):
             if np.any((off > LIMITS.engine_errors * fit.se[name]) & (off > room)):
                 apart.append(name)
         if apart:
-            values = ", ".join(f"{v / _KCAL:.2f}" for v in fit.engine.dG)
-            yield caution("engine_apart", quantities=", ".join(apart), dG=values)
+            dG = ", ".join(f"{v / _KCAL:.2f}" for v in fit.engine.dG)
+            Cm = ", ".join(f"{v:.2f}" for v in fit.engine.Cm)
+            yield caution("engine_apart", quantities=", ".join(apart), dG=dG, Cm=Cm)
     given = not isinstance(fit.settings.native, str) and not isinstance(fit.settings.denatured, str)
     if given and fit.engine.analysis != "baselines":
         yield caution("baselines_not_used_by_engine")

@@ -33,7 +33,11 @@ class Evidence:
         at `x_without` (M), the worst of three left out in turn; `apart` is the distance of the
         midpoints in standard errors. `code` is that of the engine's analysis.
         """
-        return pd.DataFrame([self._row(row) for row in self.record.row if row.tried])
+        return pd.DataFrame(self.rows())
+
+    def rows(self):
+        """The rows of the table as dictionaries."""
+        return [self._row(row) for row in self.record.row if row.tried]
 
     def _row(self, row):
         def number(name):

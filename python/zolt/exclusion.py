@@ -5,9 +5,10 @@ from dataclasses import dataclass
 
 import numpy as np
 
+from .reading.plates import well_of
+
 _NUMBER = r"[+-]?(?:\d+\.?\d*|\.\d+)(?:[eE][+-]?\d+)?"
 _RANGE = re.compile(rf"({_NUMBER})?\s*\.\.\s*({_NUMBER})?")
-_WELL = re.compile(r"(?:[A-Z]|A[A-F])[1-9]\d?")
 FORMS = "a well (B3), a concentration (3.5), a range (6..8, 6.. or ..1) or the place of a reading (#5)"
 
 
@@ -24,7 +25,7 @@ class Exclusion:
         x = np.asarray(x, float)
         if self.curve and self.curve != name:
             return np.zeros(x.size, bool)
-        if _WELL.fullmatch(self.what):
+        if well_of(self.what):
             if wells is None or len(wells) != x.size:
                 return np.zeros(x.size, bool)
             return np.array([well == self.what for well in wells], bool)
@@ -43,10 +44,8 @@ def exclusions(texts):
     for text in texts:
         curve, _, parts = str(text).rpartition("@")
         for part in parts.split(","):
-            what = part.strip()
-            if _WELL.fullmatch(what.upper()):
-                what = re.sub(r"(?<=[A-Z])0+", "", what.upper())
-            elif not (re.fullmatch(rf"{_NUMBER}|#\d+", what) or (_RANGE.fullmatch(what) and what != "..")):
+            what = well_of(part) or part.strip()
+            if not well_of(what) and not (re.fullmatch(rf"{_NUMBER}|#\d+", what) or (_RANGE.fullmatch(what) and what != "..")):
                 raise ValueError(f"'{part.strip()}' of '{text}' tells no reading; say {FORMS}")
             found.append(Exclusion(f"{curve}@{what}" if curve else what, curve.strip(), what))
     return found

@@ -8,7 +8,7 @@ import pandas as pd
 from . import inference, model
 from .batch import as_curves
 from .model import CAL_PER_UNIT
-from .points import tidy_readings
+from .points import tidy_readings, usable_deviations
 
 
 @dataclass(frozen=True, eq=False, repr=False)
@@ -107,13 +107,14 @@ def fit_global(curves, share="m", *, states=2, reference=0, temperature=25.0, le
     `zolt.inference.Options`, without held values.
     """
     curves = as_curves(curves)
-    readings = [
-        inference.Readings(
-            *tidy_readings(c.x, c.y)[:2], temperature=float(temperature if c.temperature is None else c.temperature)
-        )
-        for c in curves
-    ]
+    readings = [_readings(curve, temperature if curve.temperature is None else curve.temperature) for curve in curves]
     return global_of(readings, [c.name for c in curves], share, states, options, reference, level)
+
+
+def _readings(curve, temperature):
+    x, y, order = tidy_readings(curve.x, curve.y)
+    sd, _ = usable_deviations(curve.sd, curve.n, "sd", curve.y)
+    return inference.Readings(x, y, None if sd is None else sd[order], float(temperature))
 
 
 def global_of(readings, names, share="m", states=2, options=None, reference=0, level=0.95):

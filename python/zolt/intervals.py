@@ -48,7 +48,7 @@ class Intervals:
                     "dG_m_correlation": self.correlation[i],
                 }
                 for i in range(len(self.correlation))
-                for name, unit, scale in _quantities(units)
+                for name, unit, scale in quantities(units)
             ]
         )
 
@@ -56,7 +56,7 @@ class Intervals:
         """Columns to stand beside those of `Fit.to_dict`."""
         row = {}
         for i in range(len(self.correlation)):
-            for name, unit, scale in _quantities(units):
+            for name, unit, scale in quantities(units):
                 for end, suffix in enumerate(("lower", "upper")):
                     row[f"{name}{i + 1}_{suffix}_{unit.replace('/', '_per_')}"] = getattr(self, name)[i, end] / scale
             row[f"dG{i + 1}_m{i + 1}_correlation"] = self.correlation[i]
@@ -68,7 +68,7 @@ class Intervals:
         """One sentence for every end that is open."""
         said = []
         for i in range(len(self.correlation)):
-            for name, unit, scale in _quantities(units):
+            for name, unit, scale in quantities(units):
                 lower, upper = getattr(self, name)[i] / scale
                 label = name if len(self.correlation) == 1 else f"{name} {i + 1}"
                 if np.isinf(lower) and np.isinf(upper):
@@ -97,7 +97,7 @@ class Intervals:
         return self.table().to_html(index=False)
 
 
-def _quantities(units):
+def quantities(units):
     """Name, unit and size of the unit in the library's own one."""
     energy = CAL_PER_UNIT[units]
     return ("dG", f"{units}/mol", energy), ("Cm", "M", 1.0), ("m", f"{units}/mol/M", energy)

@@ -50,6 +50,13 @@ def lines(x, result):
     return result[0] + result[1] * x, result[2] + result[3] * x
 
 
+def fraction_of(x, y, result):
+    """Where each reading stands between the baselines: 0 on the native one, 1 on the denatured one."""
+    native, denatured = lines(x, result)
+    with np.errstate(divide="ignore", invalid="ignore"):
+        return (y - native) / (denatured - native)
+
+
 def signal(x, result):
     dG, Cm, weights = transitions(result)
     native, denatured = lines(x, result)

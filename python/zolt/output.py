@@ -1,23 +1,11 @@
-"""What the command prints and writes."""
-
-from pathlib import Path
+"""What the command prints."""
 
 import click
 import pandas as pd
-from tqdm import tqdm
 
 MOST_PRINTED = 60
+LONGEST_NAME = 48  # letters
 MOST_ALIKE = 3  # sentences of one warning that are printed one by one
-
-
-def write_table(table, path):
-    """Write a DataFrame in the format that the suffix of the path names."""
-    writers = {
-        ".csv": lambda: table.to_csv(path, index=False),
-        ".xlsx": lambda: table.to_excel(path, index=False),
-        ".json": lambda: table.to_json(path, orient="records", indent=1, force_ascii=False),
-    }
-    writers[path.suffix.lower()]()
 
 
 def print_fits(table, units, fits=()):
@@ -26,7 +14,7 @@ def print_fits(table, units, fits=()):
     head = pd.DataFrame()
     if "file" in shown and shown["file"].nunique() > 1:
         head["file"] = shown["file"]
-    head["curve"] = shown["curve"]
+    head["curve"] = shown["curve"].map(_brief)
     if "states" in shown:
         head["states"] = shown["states"].astype(object).where(shown["states"].notna(), "")
     for i in (1, 2, 3):
@@ -41,7 +29,9 @@ def print_fits(table, units, fits=()):
         if column in shown:
             head[name] = shown[column]
     if "warnings" in shown:
-        head["warnings"] = _own_codes(shown["warnings"].fillna(""))
+        own = _own_codes(shown["warnings"].fillna(""))
+        if any(own):
+            head["warnings"] = own
     click.echo(head.to_string(index=False, na_rep="", formatters={"R²": "{:.4f}".format}))
     click.echo(f"dG in {units}/mol, Cm in M, m = dG/Cm in {units}/mol/M.")
     for (status, text), names in _groups(shown, ["status", "reason"]):
@@ -82,7 +72,13 @@ def print_cautions(fits):
 
 
 def _named(names):
-    return ", ".join(names) if len(names) <= 4 else f"{len(names)} curves"
+    return ", ".join(map(_brief, names)) if len(names) <= 4 else f"{len(names)} curves"
+
+
+def _brief(name):
+    """A name in a width that leaves room for the numbers."""
+    text = str(name)
+    return text if len(text) <= LONGEST_NAME else f"{text[: LONGEST_NAME - 1]}…"
 
 
 def _groups(shown, columns):
@@ -92,33 +88,3 @@ def _groups(shown, columns):
         groups.setdefault(tuple(key), []).append(str(curve))
     for key, names in groups.items():
         yield key, _named(names)
-
-
-def curve_table(fits, n=200):
-    """The fitted curves as a long table of n rows each."""
-    parts = []
-    for fit in fits:
-        if fit.ok:
-            x, y = fit.curve(n)
-            part = pd.DataFrame({"curve": fit.name, "concentration_M": x, "signal": y})
-            part["fraction_denatured"] = fit.fraction_denatured(n)[1]
-            grid, slope = fit.first_derivative(n)
-            part["derivative_concentration_M"], part["derivative_per_M"] = grid, slope
-            parts.append(part)
-    return pd.concat(parts) if parts else pd.DataFrame(columns=["curve", "concentration_M", "signal"])
-
-
-def draw_all(fits, folder, picture, units):
-    """A picture per fit, named after its file and curve."""
-    from .plot import save_fit
-
-    folder.mkdir(parents=True, exist_ok=True)
-    used = set()
-    for fit in tqdm(fits, unit="picture", disable=None if len(fits) >= 20 else True):
-        stem = Path(str(fit.details.get("file", "curve"))).stem
-        base = "".join(c if c.isalnum() or c in "-_." else "_" for c in f"{stem}_{fit.name}")
-        name, k = base, 2
-        while name in used:
-            name, k = f"{base}_{k}", k + 1
-        used.add(name)
-        save_fit(fit, folder / f"{name}.{picture}", units=units)

@@ -7,8 +7,12 @@ _HERE = Path(__file__).resolve().parent
 
 
 def page_file():
-    """The page of the installed package, else that of the source tree, else None."""
-    for path in (_HERE / "page" / "zolt.html", _HERE.parents[1] / "out" / "zolt.html"):
+    """The page of the installed package, else that of the source tree or of the system, else None."""
+    for path in (
+        _HERE / "page" / "zolt.html",
+        _HERE.parents[1] / "out" / "zolt.html",
+        Path("/usr/share/zolt/zolt.html"),
+    ):
         if path.is_file():
             return path
     return None

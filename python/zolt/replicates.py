@@ -8,6 +8,7 @@ import numpy as np
 from .caution import LIMITS
 from .model import CAL_PER_UNIT
 from .points import means_at
+from .reading.curve import tell_apart
 from .reading.grid import Note
 
 _QUANTITIES = ("dG", "Cm", "m")
@@ -34,7 +35,7 @@ def pooled(curves):
             brought += [_with_note(curve, apart) for curve in same]
         else:
             brought.append(_together(same, taken[same[0].group] > 1))
-    return brought
+    return tell_apart(brought)[0]
 
 
 def _with_note(curve, apart):
@@ -81,9 +82,18 @@ def _together(curves, ambiguous):
     if notes:
         details["input_notes"] = "; ".join(dict.fromkeys(note.text for note in notes))
     return replace(
-        first, name=first.name if ambiguous else first.group, x=x[order], y=rows("y"), sd=rows("sd"), n=rows("n"),
+        first, name=_named(first, ambiguous), x=x[order], y=rows("y"), sd=rows("sd"), n=rows("n"),
         part=part[order], replicate=None, group=None, details=details, notes=tuple(notes),
     )  # fmt: skip
+
+
+def _named(first, ambiguous):
+    """The name of the group, with the conditions that part it from others of that name."""
+    parts = [first.group]
+    if ambiguous:
+        parts += [f"label {first.label}"] if first.label is not None else []
+        parts += [f"{first.temperature:g} °C"] if first.temperature is not None else []
+    return " ".join(parts)
 
 
 def _mark(curve, place):

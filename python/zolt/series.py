@@ -18,7 +18,7 @@ from .caution import caution, cautions_of_notes
 from .fit_record import Fit
 from .model import CAL_PER_UNIT
 from .points import spike_marks, tidy_readings
-from .settings import Settings
+from .settings import USUAL_TEMPERATURE, Settings
 
 FORMS = ("trend", "aggregation")
 _END_POINTS = 3
@@ -165,7 +165,7 @@ def fit_series(
     form="trend",
     states=2,
     transition=1,
-    temperature=25.0,
+    temperature=None,
     include=None,
     clean=True,
     normalise=True,
@@ -175,7 +175,8 @@ def fit_series(
     `curves` is what `zolt.fit_many` takes; `labels` is one number per curve, by default the label
     that each curve carries. `include` tells which curves enter dG per label and the trend. Labels
     of 0 or below have no place in a trend: their curves are fitted and their dG is reported, but
-    they stay outside of it.
+    they stay outside of it. All curves have one temperature, in °C: their own, or `temperature` where
+    they state none; without either 25 °C is assumed, with a warning.
 
     With `clean`, spikes and outliers are left out. With `normalise`, each curve is brought to run
     from 1 to 2 between the levels of its ends before the fit, so that replicates of different
@@ -190,6 +191,7 @@ def fit_series(
     readings = [tidy_readings(*curve)[:2] for curve in curves]
     if not readings or min(x.size for x, _ in readings) == 0:
         raise ValueError("every curve of a series needs readings")
+    temperature, assumed = _one_temperature(curves, temperature)
     maps = [_normalisation(y) if normalise else (0.0, 1.0) for _, y in readings]
     x, y, mask = _on_common_rows([(x, (y - shift) / scale) for (x, y), (shift, scale) in zip(readings, maps)])
     vectors, kept = _fit_form(form, x, y, mask, labels, states, temperature, clean)
@@ -203,7 +205,7 @@ def fit_series(
                 *readings[i], temperature, _in_signal_units(vectors[i], *maps[i]), kept[i][own] == 1,
                 name=curve.name, settings=Settings(states=states), tried=states, details=dict(curve.details),
                 from_series=True, denaturant=curve.denaturant,
-                input_cautions=(*cautions_of_notes(curve.notes), *(() if reference else (caution("no_reference"),))),
+                input_cautions=(*cautions_of_notes(curve.notes), *assumed, *(() if reference else (caution("no_reference"),))),
             )
         )  # fmt: skip
     include = np.ones(len(curves), bool) if include is None else np.asarray(include, bool)
@@ -211,6 +213,19 @@ def fit_series(
     return Series(
         form, states, transition, temperature, labels, fits, vectors, include, per_label, trend
     )
+
+
+def _one_temperature(curves, given):
+    """The temperature of a series in °C, and the cautions about it."""
+    known = {float(given if curve.temperature is None else curve.temperature)
+             for curve in curves if curve.temperature is not None or given is not None}  # fmt: skip
+    if len(known) > 1:
+        stated = ", ".join(f"{value:g}" for value in sorted(known))
+        raise ValueError(f"the curves of a series have one temperature, these have {stated} °C; fit them apart")
+    if known and all(curve.temperature is not None or given is not None for curve in curves):
+        return known.pop(), ()
+    used = known.pop() if known else USUAL_TEMPERATURE
+    return used, (caution("temperature_assumed", temperature=f"{used:g}"),)
 
 
 def _numeric_labels(labels, count):

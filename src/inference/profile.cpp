@@ -8,6 +8,13 @@ namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
+// How near to a bound the logarithm of a steepness counts as standing at it.
+constexpr double kAtBound = 0.05;
+
+bool atBoundOfM(const Setup& setup, double logS) {
+  return logS > setup.bounds.mostLogS - kAtBound || logS < setup.bounds.leastLogS + kAtBound;
+}
+
 double steepnessToM(const Setup& setup, double logS) {
   return std::exp(logS) * setup.readings.RT / setup.readings.xSpan;
 }
@@ -120,13 +127,32 @@ Interval profile(const Setup& setup, const Solution& solution, const Uncertainty
       SearchLimits limits;
       limits.polished = false;
       const CurveModel model{separable, map, shared};
-      const Minimum least =
-          minimise(model, map.searchedFrom(near), map.lower(), map.upper(), map.scale(), limits);
-      near = map.shapeAt(least.at);
-      return std::sqrt(std::max(0.0, least.sse - solution.sse) / uncertainty.variance);
+      const auto from = [&](const Shape& start) {
+        return minimise(model, map.searchedFrom(start), map.lower(), map.upper(), map.scale(),
+                        limits);
+      };
+      const auto rise = [&](const Minimum& least) {
+        return std::sqrt(std::max(0.0, least.sse - solution.sse) / uncertainty.variance);
+      };
+      // A step too far can end in another valley, from which no search comes back. So what lies
+      // beyond the quantile is looked at from the optimum as well, and only what lies within it is
+      // a start of further searches.
+      Minimum least = from(near);
+      if (!(rise(least) <= quantile)) {
+        const Minimum again = from(solution.shape);
+        least = again.sse < least.sse ? again : least;
+      }
+      if (rise(least) <= quantile) {
+        near = map.shapeAt(least.at);
+      }
+      return rise(least);
     };
     const double limit = inward(side == 0 ? range.lower : range.upper);
     double end = reach(z, at, side == 0 ? -step : step, limit, quantile);
+    // A dG that only the bounds of m hold back is not held back by the readings.
+    if (quantity == Quantity::dG && !held[t].m && atBoundOfM(setup, near.logS[t])) {
+      end = std::copysign(kInfinity, end - at);
+    }
     if (std::isfinite(end)) {
       end = at + (end - at) * wider;
       const bool beyond = side == 0 ? end < limit : end > limit;

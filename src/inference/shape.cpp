@@ -139,6 +139,11 @@ Searched ShapeMap::searchedFrom(const Shape& shape) const {
       value = shape.share[place - 2 * transitions_];
     } else {
       value = place % 2 == 0 ? shape.c[t] : shape.logS[t];
+      // A held dG keeps the midpoint rather than the steepness: the readings show the midpoint.
+      const double m = held_[t].dGValue / (xFirst_ + xSpan_ * shape.c[t]);
+      if (held_[t].dG && m > 0.0) {
+        value = std::log(m / perSteepness_);
+      }
     }
     at[i] = std::min(std::max(value, lower_[i]), upper_[i]);
   }

@@ -37,6 +37,33 @@ TEST(Intervals, ProfileEndsAreWhereTheSumOfSquaresHasGrown) {
   }
 }
 
+// A higher level never has a narrower interval, also where curves are poor, steep or have two
+// transitions, and a dG with a steepness that nothing bounds has no bound either.
+TEST(Intervals, ProfilesWidenWithTheLevel) {
+  const std::vector<std::pair<std::vector<Transition>, double>> kinds{
+      {kOne, 0.02},
+      {kOne, 0.08},
+      {{{26000.0, 1.3, 1.0}}, 0.01},
+      {{{5000.0, 2.2, 0.5}, {13000.0, 5.6, 0.5}}, 0.01}};
+  for (const auto& [transitions, sigma] : kinds) {
+    for (std::uint64_t seed = 1; seed <= 4; ++seed) {
+      const Data data = sample(transitions, 40, sigma, seed);
+      const int count = static_cast<int>(transitions.size());
+      const ZOLTI_Fit found = fit(data, count);
+      ZOLTI_Intervals inner = intervals(data, found, ZOLTI_PROFILE, usual(), 0.5);
+      for (const double level : {0.9, 0.95, 0.99, 0.998}) {
+        const ZOLTI_Intervals outer = intervals(data, found, ZOLTI_PROFILE, usual(), level);
+        for (int t = 0; t < count; ++t) {
+          EXPECT_LE(outer.dG[t][0], inner.dG[t][0]) << sigma << " " << seed << " " << level;
+          EXPECT_GE(outer.dG[t][1], inner.dG[t][1]) << sigma << " " << seed << " " << level;
+          EXPECT_TRUE(std::isfinite(outer.m[t][1]) || std::isinf(outer.dG[t][1])) << level;
+        }
+        inner = outer;
+      }
+    }
+  }
+}
+
 TEST(Intervals, HoldTheTruthAsOftenAsTheySay) {
   constexpr int kCurves = 400;
   int held[3] = {};

@@ -1,8 +1,11 @@
 """The command `zolt`: a file per command, and the options that they share."""
 
+import errno
+
 import click
 
 from .._version import __version__
+from ..writing import reason
 from .compare import compare
 from .fit import fit_command
 from .page import page
@@ -11,7 +14,20 @@ from .series import series
 from .signals import smooth, states
 
 
-@click.group(context_settings={"help_option_names": ["-h", "--help"]})
+class Commands(click.Group):
+    """Commands whose last resort, where the system refuses a file or the screen, is a sentence."""
+
+    def invoke(self, ctx):
+        try:
+            return super().invoke(ctx)
+        except OSError as fault:
+            if fault.errno == errno.EPIPE:  # the reader of a pipe has seen enough
+                raise
+            place = f"{fault.filename}: " if fault.filename else ""
+            raise click.ClickException(f"{place}{reason(fault)}.") from None
+
+
+@click.group(cls=Commands, context_settings={"help_option_names": ["-h", "--help"]})
 @click.version_option(__version__, prog_name="zolt")
 def main():
     """Fit chemical-denaturation curves with two, three or four states.

@@ -1,55 +1,32 @@
 """The choices of a fit as options: which readings, which model, what is held."""
 
-from functools import wraps
+from functools import partial, wraps
 
 import click
 
 from ..exclusion import without_effect
 from ..model import CAL_PER_UNIT
 from ..settings import REPLICATES, WEIGHTS, settings_of
+from .options import option
 
+model = partial(option, group="Model")
 CHOICES = {
-    "states": click.option(
-        "--states", type=click.Choice(["auto", "picker", "2", "3", "4"]), default="auto", show_default=True,
-        help="Number of states; auto weighs the evidence, picker asks the engine.",
-    ),
-    "m": click.option(
-        "--m", default="free", show_default=True, metavar="shared|free|VALUE",
-        help="One m for all curves, one each, or held at a value.",
-    ),
-    "baselines": click.option(
-        "--baselines", metavar="SIDES",
-        help="native=flat,denatured=line or =A,B (held); or aN,bN,aU,bU with 0,0 open.",
-    ),
-    "exclude": click.option(
-        "--exclude", multiple=True, metavar="[CURVE@]WHAT",
-        help="Readings to leave out: well B3, 3.5 (M), 6..8, #5; may be repeated.",
-    ),
-    "weights": click.option(
-        "--weights", type=click.Choice(WEIGHTS), default="sd", show_default=True,
-        help="What a file's standard deviations are: of readings, of means (sem), or no weights.",
-    ),
-    "sd_known": click.option(
-        "--sd-known", is_flag=True,
-        help="The deviations are true sizes, not only weights.",
-    ),
-    "replicates": click.option(
-        "--replicates", type=click.Choice(REPLICATES), default="pooled", show_default=True,
-        help="Replicates fitted together, or each alone with mean ± SD.",
-    ),
-    "residues": click.option(
-        "--residues", type=click.IntRange(1), metavar="N",
-        help="Length of the chain: warn where m does not suit it.",
-    ),
-    "midpoint": click.option(
-        "--midpoint", is_flag=True,
-        help="Midpoint fit only, for short or poor curves.",
-    ),
-    "drop_outliers": click.option(
-        "--drop-outliers", is_flag=True,
-        help="Fit again without marked readings.",
-    ),
-}
+    "states": model("--states", type=click.Choice(["auto", "picker", "2", "3", "4"]), default="auto", metavar="N",
+                    help="2, 3, 4, auto (evidence) or picker.  [auto]"),
+    "m": model("--m", default="free", metavar="HOW", help="free, shared by all, or a number to hold."),
+    "baselines": model("--baselines", metavar="SIDES", help="native=flat,denatured=A,B or aN,bN,aU,bU"),
+    "exclude": model("--exclude", multiple=True, metavar="[CURVE@]WHAT",
+                     help="Readings: well B3, 3.5 (M), 6..8, #5 ..."),
+    "weights": model("--weights", type=click.Choice(WEIGHTS), default="sd",
+                     help="Standard deviations of the file.  [sd]"),
+    "sd_known": model("--sd-known", is_flag=True, help="They are true sizes, not only weights."),
+    "replicates": model("--replicates", type=click.Choice(REPLICATES), default="pooled",
+                        help="Fitted together or each alone."),
+    "residues": model("--residues", type=click.IntRange(1), metavar="N",
+                      help="Chain length: warn where m does not suit."),
+    "midpoint": model("--midpoint", is_flag=True, help="Midpoint only, for short or poor curves."),
+    "drop_outliers": model("--drop-outliers", is_flag=True, help="Fit again without marked readings."),
+}  # fmt: skip
 
 
 def choices_of(*names):

@@ -1,29 +1,35 @@
 """`zolt compare`: proteins beside a reference."""
 
 import sys
-from pathlib import Path
 
 import click
 
-from ..output import print_cautions, write_table
+from ..output import print_cautions
+from ..writing import TABLES, write_table
 from .choices import check_exclusions, choices_of, settings_from
+from .delivery import Delivery
+from .help import GroupedCommand
 from .input import Input
-from .options import FILES, LAYOUT, OUT, TEMPERATURE, UNITS, check_out, check_temperature, reading_options
+from .options import (
+    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options, option,
+    reading_options,
+)  # fmt: skip
 
 
-@click.command()
+@click.command(cls=GroupedCommand)
 @FILES
-@click.option("--reference", metavar="NAME", help="The curve to compare with  [default: the first of the first file]")
-@click.option("--level", type=click.FloatRange(0.0, 1.0, min_open=True, max_open=True), default=0.95,
-              show_default=True, help="Level of the intervals.")
+@option("--reference", metavar="NAME", group="Model", help="The curve to compare with.  [the first]")
+@option("--level", type=click.FloatRange(0.0, 1.0, min_open=True, max_open=True), default=0.95, metavar="P",
+        group="Model", help="Level of the intervals.  [0.95]")
 @choices_of("baselines", "exclude", "weights", "sd_known", "residues", "drop_outliers")
 @TEMPERATURE
 @UNITS
 @LAYOUT
 @reading_options
 @OUT
-@click.option("--plot", type=click.Path(path_type=Path), help="Draw the comparison (.png, .svg, .pdf).")
-def compare(files, reference, level, temperature, units, layout, reading, out, plot, choices):
+@option("--plot", type=FILE, metavar="FILE", group="Figures", help="The comparison: .png, .svg, .pdf")
+@look_options
+def compare(files, reference, level, temperature, units, layout, reading, out, plot, look, choices):
     """Compare the curves of the FILES with a reference: differences of dG and Cm with intervals.
 
     All curves are taken for two states, and replicates are pooled. ddG comes by three ways: a global fit
@@ -37,8 +43,10 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
     from ..compare import compare as compared
 
     check_temperature(temperature)
-    check_out(out)
-    check_out(plot, (".png", ".svg", ".pdf"))
+    check_look(look)
+    delivery = Delivery([*files, layout])
+    delivery.file("--out", out, TABLES)
+    delivery.file("--plot", plot, PICTURES)
     settings = settings_from({**choices, "states": "2"}, units, temperature)
     source = Input(files, layout, reading, temperature)
     source.need_curves()
@@ -49,15 +57,17 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
         click.echo(f"zolt: {fault}.", err=True)
         sys.exit(2)
     table = result.table(units)
-    if out:
-        write_table(table, out)
-    if plot:
-        result.plot(units).savefig(plot, dpi=150)
+    delivery.write("--out", lambda path: write_table(table, path))
+    if delivery.asked("--plot"):
+        from ..plot import save_figure
+
+        delivery.write("--plot", lambda path: save_figure(result.plot(units, **look), path, look.get("width")))
     click.echo(_printed(table, units))
     click.echo(f"Each less {result.fits[result.reference].name}; {units}/mol and M, ± standard error, "
                f"[{100 * level:g} % interval].")  # fmt: skip
     click.echo(result.advice(units))
     print_cautions(result.fits)
+    source.problems += delivery.problems
     source.finish()
 
 

@@ -2,97 +2,105 @@
 
 import sys
 import time
-from pathlib import Path
+from functools import partial
 
 import click
 
 from ..batch import fit_each, table_of
-from ..output import curve_table, draw_all, print_fits, write_table
+from ..output import print_fits
 from ..replicates import pooled, replicate_means
-from ..session import save
+from ..writing import TABLES
 from .choices import check_exclusions, fit_choices, settings_from
+from .cluster import cluster
+from .delivery import Delivery
+from .files import DRAWN, Run, write_all
+from .help import GroupedCommand
 from .input import Input
 from .options import (
-    FILES, LAYOUT, OUT, TEMPERATURE, UNITS, check_out, check_temperature, reading_options,
+    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options, option,
+    reading_options,
 )  # fmt: skip
 
+errors, results, figures, machine = (
+    partial(option, group=group) for group in ("Errors", "Results", "Figures", "Machine")
+)
 
-@click.command(name="fit")
+
+@click.command(name="fit", cls=GroupedCommand)
 @FILES
-@fit_choices
-@TEMPERATURE
-@click.option("--intervals", is_flag=True, help="95 % intervals.")
-@click.option("--method", type=click.Choice(["profile", "linear", "bootstrap"]), default="profile",
-              show_default=True, help="How intervals are found.")
-@click.option("--rounds", type=click.IntRange(20), default=1000, show_default=True,
-              help="Rounds of the bootstrap.")
-@click.option("--seed", type=int, default=0, show_default=True, help="Seed of the bootstrap.")
-@UNITS
 @LAYOUT
+@TEMPERATURE
 @reading_options
-@click.option("--workers", type=click.IntRange(1), help="Threads  [default: one per processor]")
-@click.option("--scheduler", metavar="ADDRESS", help="Address of a dask scheduler to work for us.")
+@fit_choices
+@errors("--intervals", is_flag=True, help="95 % intervals beside standard errors.")
+@errors("--method", type=click.Choice(["profile", "linear", "bootstrap"]), default="profile", metavar="NAME",
+        help="profile, linear or bootstrap.  [profile]")
+@errors("--rounds", type=click.IntRange(20), default=1000, metavar="N", help="Of the bootstrap.  [1000, 0]")
+@errors("--seed", type=int, default=0, metavar="N", beside=True)
 @OUT
-@click.option("--curves", "curve_file", type=click.Path(path_type=Path),
-              help="Write the fitted curves (.csv): signal, fraction denatured, slope.")
-@click.option("--plots", type=click.Path(path_type=Path), help="Folder for a picture per curve.")
-@click.option("--format", "picture", type=click.Choice(["png", "svg", "pdf"]), default="png",
-              show_default=True, help="Format of the pictures.")
-@click.option("--report", type=click.Path(path_type=Path), help="Write one self-contained HTML page.")
-@click.option("--quiet", is_flag=True, help="No progress bar and no table.")
+@results("--readings", "reading_file", type=FILE, metavar="FILE", help="Residuals, fraction folded: .csv, .xlsx")
+@results("--curves", "curve_file", type=FILE, metavar="FILE", help="Fitted curves; wide: a column per curve.")
+@results("--wide", is_flag=True, beside=True)
+@results("--report", type=FILE, metavar="FILE", help="One page to read: .html")
+@UNITS
+@results("--quiet", is_flag=True, help="No progress bar and no table.")
+@figures("--plots", type=FILE, metavar="FOLDER", help="Pictures of every curve.")
+@figures("--draw", default="fit", metavar="KINDS", help="Of fit,energy,profile, with commas.  [fit]")
+@figures("--format", "picture", type=click.Choice(["png", "svg", "pdf"]), default="png",
+         help="Of --plots.  [png]")
+@figures("--overlay", type=FILE, metavar="FILE", help="All curves in one: .png, .svg, .pdf")
+@figures("--overlay-of", type=click.Choice(["fraction", "signal", "energy"]), default="fraction", metavar="WHAT",
+         help="fraction, signal or energy.  [fraction]")
+@look_options
+@machine("--workers", type=click.IntRange(1), metavar="N", help="Threads.  [one per processor]")
+@machine("--scheduler", metavar="ADDRESS", help="A dask scheduler that does the work.")
 def fit_command(files, temperature, intervals, method, rounds, seed, units, layout, workers, scheduler, out,
-                curve_file, plots, picture, report, quiet, reading, choices):
-    """Fit every curve of the FILES and print a table.
-
-    \b
-    Examples:
-      zolt fit fkbp12.csv --intervals
-      zolt fit plate.csv --layout wells.csv --out results.xlsx --report report.html
-      zolt fit *.csv --states 3 --plots figures --format svg
-      zolt fit cd.csv --baselines=-37.2,-0.5,-10.9,0.56
-
-    The exit status is 0 when every file could be read (a curve without a fit is a result) and 2
-    when a file could not be used.
+                reading_file, curve_file, wide, plots, draw, picture, overlay, overlay_of, report, quiet, reading,
+                look, choices):
+    """Fit every curve of the FILES and print a table. The exit status is 0, or 2
+    when a file could not be read or written.
     """  # fmt: skip
     check_temperature(temperature)
-    check_out(out)
-    check_out(curve_file, (".csv",))
+    check_look(look)
+    kinds = _kinds(draw)
     settings = settings_from(choices, units, temperature, _sampling(intervals, method, rounds, seed))
-    source = Input(files, layout, reading, temperature, quiet)
-    source.need_curves()
-    check_exclusions(settings, source.curves)
-    curves = pooled(source.curves) if settings.replicates == "pooled" else source.curves
-    started = time.perf_counter()
-    with _client(scheduler) as client:
+    delivery = Delivery([*files, layout])
+    delivery.file("--out", out, TABLES)
+    delivery.file("--readings", reading_file, (".csv", ".xlsx"))
+    delivery.file("--curves", curve_file, (".csv", ".xlsx"))
+    delivery.file("--overlay", overlay, PICTURES)
+    delivery.file("--report", report, (".html", ".htm"))
+    delivery.folder("--plots", plots)
+    with cluster(scheduler) as client:
+        source = Input(files, layout, reading, temperature, quiet)
+        source.need_curves()
+        check_exclusions(settings, source.curves)
+        curves = pooled(source.curves) if settings.replicates == "pooled" else source.curves
+        started = time.perf_counter()
         outcomes = fit_each(curves, workers=workers, client=client, progress=not quiet, settings=settings)
-    elapsed = time.perf_counter() - started
+        elapsed = time.perf_counter() - started
     table = table_of(outcomes, curves, units)
-    fits = [(fit, spans) for fit, spans in outcomes if not isinstance(fit, Exception)]
+    logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)), **reading,
+               **settings.words(units), "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
+    run = Run(outcomes, table, settings, units, logbook, source.read, source.problems)
+    write_all(delivery, run, wide=wide, kinds=kinds, picture=picture, overlay_of=overlay_of, look=look)
     if not quiet:
-        print_fits(table, units, [fit for fit, _ in fits])
-        good = int((table["status"].isin(["fitted", "midpoint fitted"])).sum())
+        print_fits(table, units, run.fits)
         alike = replicate_means([fit for fit, _ in outcomes], curves, units)
         if len(alike):
             click.echo("Replicates, each fitted alone:")
             click.echo(alike.to_string(index=False, float_format="{:.3f}".format, na_rep=""))
+        good = int((table["status"].isin(["fitted", "midpoint fitted"])).sum())
         click.echo(f"{good} of {len(table)} curves fitted in {elapsed:.2f} s.")
-    if out and out.suffix.lower() == ".json":
-        save(out, [fit for fit, _ in fits], settings, units)
-    elif out:
-        write_table(table, out)
-    if curve_file:
-        curve_table([fit for fit, _ in fits]).to_csv(curve_file, index=False)
-    if plots:
-        draw_all([fit for fit, _ in fits], plots, picture, units)
-    if report:
-        from ..report import write_report
-
-        logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)),
-                    "read": "; ".join(source.read), **reading, **settings.words(units),
-                    "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
-        write_report(report, *map(list, zip(*fits)), units=units, settings=logbook,
-                     problems=source.problems)  # fmt: skip
+    source.problems += delivery.problems
     source.finish()
+
+
+def _kinds(text):
+    kinds = [kind.strip() for kind in text.split(",")]
+    if unknown := [kind for kind in kinds if kind not in DRAWN]:
+        raise click.UsageError(f"--draw takes {', '.join(DRAWN)}, not '{unknown[0]}'.")
+    return kinds
 
 
 def _sampling(intervals, method, rounds, seed):
@@ -100,24 +108,3 @@ def _sampling(intervals, method, rounds, seed):
     if not intervals:
         return None
     return dict(method=method, rounds=rounds, seed=seed) if method == "bootstrap" else dict(method=method)
-
-
-class _client:
-    """A dask client for the time of the work, or none."""
-
-    def __init__(self, address):
-        self.address, self.client = address, None
-
-    def __enter__(self):
-        if self.address:
-            from distributed import Client
-
-            try:
-                self.client = Client(self.address, timeout="10s")
-            except (OSError, ValueError) as fault:
-                raise click.UsageError(f"--scheduler {self.address}: no answer ({fault}).") from None
-        return self.client
-
-    def __exit__(self, *_):
-        if self.client is not None:
-            self.client.close()

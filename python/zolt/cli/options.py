@@ -1,39 +1,36 @@
 """The options that several commands take, and the checks of their values."""
 
-from functools import wraps
+from functools import partial, wraps
 from pathlib import Path
 
 import click
 
 from ..model import CAL_PER_UNIT
+from ..writing import TABLES, CannotWrite, check_place
+from .help import Option
 
-DEFAULT_TEMPERATURE = 25.0  # °C
+PICTURES = (".png", ".svg", ".pdf")
 FILES = click.argument("files", nargs=-1, required=True, type=click.Path(path_type=Path))
-UNITS = click.option(
-    "--units", type=click.Choice([u for u in CAL_PER_UNIT if u != "cal"]), default="kcal",
-    show_default=True, help="Energy unit of what is printed and written.",
-)  # fmt: skip
-TEMPERATURE = click.option(
-    "--temperature", type=float,
-    help="Temperature in °C of curves whose file does not say it.  [default: 25]",
-)  # fmt: skip
-LAYOUT = click.option(
-    "--layout", type=click.Path(path_type=Path),
-    help="Plate layout: a table with well, sample, concentration and, if wanted, label, replicate.",
-)  # fmt: skip
-OUT = click.option(
-    "--out", type=click.Path(path_type=Path), help="Write the table: .csv, .xlsx or .json."
-)
+FILE = click.Path(path_type=Path)
+option = partial(click.option, cls=Option)
+UNITS = option("--units", type=click.Choice([u for u in CAL_PER_UNIT if u != "cal"]), default="kcal",
+               group="Results", help="Energies per mol.  [kcal]")  # fmt: skip
+TEMPERATURE = option("--temperature", type=float, metavar="°C", group="Reading",
+                     help="Of curves whose file is silent.  [25]")  # fmt: skip
+LAYOUT = option("--layout", type=FILE, metavar="FILE", group="Reading",
+                help="Plate: well, sample, concentration, ...")  # fmt: skip
+OUT = option("--out", type=FILE, metavar="FILE", group="Results", help="The table: .csv, .xlsx, .json")
 
+_reading = partial(option, group="Reading")
 READING = (
-    click.option("--sheet", help="Name or number of a workbook's sheet  [default: all with a table]"),
-    click.option("--x", metavar="COLUMN", help="Name or number of the column of concentrations."),
-    click.option("--columns", metavar="COLUMNS", help="Names or numbers of the signals, parted by commas."),
-    click.option("--skip-rows", type=click.IntRange(0), metavar="N", help="Pass over the first N rows."),
-    click.option("--decimal", type=click.Choice([".", ","]), help="The decimal mark, where it is open."),
-    click.option("--denaturant", help="urea, GdmCl or another name."),
-    click.option("--unit", help="Unit of the concentrations: M, mM, '% of 8 M', '% w/v'."),
-)  # fmt: skip
+    _reading("--sheet", metavar="NAME", help="Sheet of a workbook.  [all with a table]"),
+    _reading("--x", metavar="COLUMN", help="The column of concentrations."),
+    _reading("--columns", metavar="COLUMNS", help="The signals: names or numbers, commas."),
+    _reading("--skip-rows", type=click.IntRange(0), metavar="N", help="Pass over the first N rows."),
+    _reading("--decimal", type=click.Choice([".", ","]), help="The decimal mark, where it is open."),
+    _reading("--denaturant", metavar="NAME", help="urea, GdmCl or another name."),
+    _reading("--unit", metavar="UNIT", help="M, mM, '% of 8 M' or '% w/v'."),
+)
 
 
 def reading_options(command):
@@ -48,14 +45,56 @@ def reading_options(command):
         reading = {name: value for name, value in reading.items() if value is not None}
         return command(*arguments, reading=reading, **options)
 
-    for option in reversed(READING):
-        wrapped = option(wrapped)
+    for one in reversed(READING):
+        wrapped = one(wrapped)
     return wrapped
 
 
-def check_out(path, suffixes=(".csv", ".xlsx", ".json")):
-    if path is not None and path.suffix.lower() not in suffixes:
-        raise click.UsageError(f"{path}: the file name must end in {', '.join(suffixes)}.")
+_figure = partial(option, group="Figures")
+LOOK = (
+    _figure("--style", multiple=True, metavar="NAME|FILE", help="Matplotlib style sheet; may be repeated."),
+    _figure("--width", type=float, metavar="MM", help="Width of a figure, such as 85 or 175."),
+    _figure("--font", metavar="NAME", help="Font of all letters and its size."),
+    _figure("--font-size", type=click.FloatRange(3.0, 40.0), metavar="PT", beside=True),
+)
+
+
+def look_options(command):
+    """Gives a command the options that tell how figures look, as one dictionary `look`."""
+
+    @wraps(command)
+    def wrapped(*arguments, style, width, font, font_size, **options):
+        look = dict(style=style, width=width, font=font, font_size=font_size)
+        return command(*arguments, look={name: value for name, value in look.items() if value}, **options)
+
+    for one in reversed(LOOK):
+        wrapped = one(wrapped)
+    return wrapped
+
+
+def check_look(look):
+    """Refuse a style or a font that is not there, before any work."""
+    if not look:
+        return
+    from ..plot import look as looking
+
+    try:
+        with looking(**look):
+            pass
+    except ValueError as fault:
+        raise click.UsageError(f"{fault}.") from None
+
+
+def check_out(path, suffixes=TABLES, what="--out"):
+    """Refuse a file that cannot be written, or whose format is not known, before any work."""
+    if path is None:
+        return
+    if path.suffix.lower() not in suffixes:
+        raise click.UsageError(f"{what} {path}: the file name must end in {', '.join(suffixes)}.")
+    try:
+        check_place(path, what)
+    except CannotWrite as fault:
+        raise click.UsageError(str(fault)) from None
 
 
 def check_temperature(value):

@@ -5,7 +5,8 @@ from pathlib import Path
 
 import click
 
-from ..output import print_fits, write_table
+from ..output import print_fits
+from ..writing import write_table
 from .options import OUT, check_out
 
 

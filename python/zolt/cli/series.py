@@ -1,36 +1,42 @@
 """`zolt series`: curves that carry a label each."""
 
 import sys
-from pathlib import Path
+from functools import partial
 
 import click
 
-from ..output import print_fits, write_table
+from ..output import print_fits
+from ..writing import TABLES, write_table
+from .delivery import Delivery
+from .help import GroupedCommand
 from .input import Input
 from .options import (
-    DEFAULT_TEMPERATURE, FILES, LAYOUT, OUT, TEMPERATURE, UNITS, check_out, check_temperature, reading_options,
+    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature,
+    look_options, option, reading_options,
 )  # fmt: skip
 
+model = partial(option, group="Series")
 
-@click.command()
+
+@click.command(cls=GroupedCommand)
 @FILES
-@click.option("--form", type=click.Choice(["trend", "aggregation"]), default="trend",
-              show_default=True, help="dG against ln(label), or against the label.")
-@click.option("--states", type=click.Choice(["2", "3", "4"]), default="2", show_default=True)
-@click.option("--transition", type=click.Choice(["1", "2", "3"]), default="1", show_default=True,
-              help="The transition whose dG is followed.")
-@click.option("--labels", help="Labels of the curves, parted by commas, where the file has none.")
-@click.option("--exclude", default="", help="Numbers (from 1) of curves to keep out of the trend.")
-@click.option("--keep-all", is_flag=True, help="Leave spikes and outliers in.")
-@click.option("--raw", is_flag=True, help="Do not normalise the signals before the fit.")
+@model("--form", type=click.Choice(["trend", "aggregation"]), default="trend", metavar="NAME",
+       help="trend: ln(label); aggregation: label.  [trend]")
+@model("--states", type=click.Choice(["2", "3", "4"]), default="2", help="Of all curves.  [2]")
+@model("--transition", type=click.Choice(["1", "2", "3"]), default="1", help="The one whose dG is followed.  [1]")
+@model("--labels", metavar="NUMBERS", help="With commas, where the file has none.")
+@model("--exclude", default="", metavar="NUMBERS", help="Curves, from 1, to keep out of the trend.")
+@model("--keep-all", is_flag=True, help="Leave spikes and outliers in.")
+@model("--raw", is_flag=True, help="Do not normalise the signals first.")
 @TEMPERATURE
 @UNITS
 @LAYOUT
 @reading_options
 @OUT
-@click.option("--plot", type=click.Path(path_type=Path), help="Draw the series (.png, .svg, .pdf).")
+@option("--plot", type=FILE, metavar="FILE", group="Figures", help="The series: .png, .svg, .pdf")
+@look_options
 def series(files, form, states, transition, labels, exclude, keep_all, raw, temperature, units,
-           layout, out, plot, reading):
+           layout, out, plot, look, reading):
     """Fit the curves of the FILES as one series and follow dG along their labels.
 
     The files are long tables with the columns label, x, y and, if wanted, replicate, or wide
@@ -44,11 +50,12 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
     from ..series import fit_series
 
     check_temperature(temperature)
-    check_out(out)
-    check_out(plot, (".png", ".svg", ".pdf"))
+    check_look(look)
+    delivery = Delivery([*files, layout])
+    delivery.file("--out", out, TABLES)
+    delivery.file("--plot", plot, PICTURES)
     source = Input(files, layout, reading, temperature)
     source.need_curves()
-    temperature = DEFAULT_TEMPERATURE if temperature is None else temperature
     try:
         given = None if labels is None else [float(text) for text in labels.split(",")]
         excluded = {int(text) for text in exclude.split(",") if text.strip()}
@@ -61,13 +68,15 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
         click.echo(f"zolt: {fault}", err=True)
         sys.exit(2)
     table = result.table(units)
+    delivery.write("--out", lambda path: write_table(table, path))
+    if delivery.asked("--plot"):
+        from ..plot import save_figure
+
+        delivery.write("--plot", lambda path: save_figure(result.plot(units=units, **look), path, look.get("width")))
     print_fits(table, units, result.fits)
     click.echo("\n" + result.label_table(units).to_string(index=False, float_format="{:.3f}".format, na_rep=""))
     click.echo(result.verdict_in(units))
     if (together := result.shared_m()) is not None:
         click.echo(together.summary(units))
-    if out:
-        write_table(table, out)
-    if plot:
-        result.plot(units=units).savefig(plot, dpi=150)
+    source.problems += delivery.problems
     source.finish()

@@ -4,8 +4,8 @@ import click
 import pandas as pd
 
 from .. import engine
-from ..output import write_table
 from ..points import pick_states
+from ..writing import write_table
 from .input import Input
 from .options import FILES, LAYOUT, OUT, check_out, reading_options
 

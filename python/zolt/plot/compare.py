@@ -3,22 +3,25 @@
 import numpy as np
 from matplotlib import colormaps
 
-from . import inference, model
-from .compare import WAYS
-from .model import CAL_PER_UNIT
-from .plot import BASELINE, SHARES, _dress, _figure
+from .. import inference, model
+from ..compare import WAYS
+from ..model import CAL_PER_UNIT
+from .look import BASELINE, MOST_NAMED, denaturant_label, dress, new_figure, palette, shortened, styled
 
+_LONGEST = 32  # letters of a name
 _MARKS = ("o", "s", "D")
 
 
+@styled
 def plot_compare(comparison, units="kcal"):
     """Left, the fraction denatured of every curve; right, a row per curve with ddG and intervals.
 
-    Returns the figure.
+    Takes the keywords of `zolt.plot.look`. Returns the figure.
     """
+    own = palette()
     shown = [i for i, row in enumerate(comparison.rows)
              if i != comparison.reference and row.status == inference.FITTED]  # fmt: skip
-    figure = _figure(9.6, max(3.6, 1.6 + 0.42 * len(shown)))
+    figure = new_figure(9.6 / 8.2, max(3.6, 1.6 + 0.42 * len(shown)) / 9.6)
     left, right = figure.subplots(1, 2, width_ratios=(1.0, 1.1))
     _draw_curves(comparison, left)
     scale = CAL_PER_UNIT[units]
@@ -29,14 +32,14 @@ def plot_compare(comparison, units="kcal"):
         reach = np.abs(np.nan_to_num(ends - values[:, None], posinf=np.nan, neginf=np.nan)).T
         places = np.arange(len(shown)) + 0.22 * (k - 1)
         right.errorbar(values, places, xerr=np.nan_to_num(reach), fmt=_MARKS[k], ms=5, lw=1.2, capsize=2.5,
-                       color=SHARES[k], mfc="white", label=words)  # fmt: skip
+                       color=own.shares[k], mfc=own.paper, label=words)  # fmt: skip
     right.axvline(0.0, color=BASELINE, lw=0.9)
-    right.set_yticks(range(len(shown)), [comparison.fits[i].name for i in shown])
+    right.set_yticks(range(len(shown)), [shortened(comparison.fits[i].name, _LONGEST) for i in shown])
     right.set_ylim(len(shown) - 0.4, -0.6)
     right.set_xlabel(f"ddG, curve less reference ({units}/mol), {100 * comparison.level:g} % intervals")
-    right.legend(frameon=False, fontsize=8, loc="lower center", bbox_to_anchor=(0.5, 1.0), ncols=1)
+    right.legend(loc="lower center", bbox_to_anchor=(0.5, 1.0), ncols=1)
     for ax in (left, right):
-        _dress(ax)
+        dress(ax)
     return figure
 
 
@@ -45,15 +48,13 @@ def _draw_curves(comparison, ax):
     for i, fit in enumerate(comparison.fits):
         if not fit.ok:
             continue
-        color = "black" if i == comparison.reference else colors[i]
-        native, denatured = model.lines(fit.x, fit.result)
-        x, y = fit.x[fit.kept], ((fit.y - native) / (denatured - native))[fit.kept]
+        color = palette().reading if i == comparison.reference else colors[i]
+        x, y = fit.x[fit.kept], model.fraction_of(fit.x, fit.y, fit.result)[fit.kept]
         ax.scatter(x, y, s=9, color=color, alpha=0.6, linewidths=0)
-        name = f"{fit.name} (reference)" if i == comparison.reference else fit.name
+        name = shortened(fit.name, _LONGEST) + (" (reference)" if i == comparison.reference else "")
         ax.plot(*fit.fraction_denatured(), color=color, lw=1.6 if i == comparison.reference else 1.2, label=name)
     ax.set_ylim(-0.15, 1.15)
-    kinds = {fit.denaturant for fit in comparison.fits}
-    ax.set_xlabel(f"{kinds.pop() or 'Denaturant' if len(kinds) == 1 else 'Denaturant'} (M)")
+    ax.set_xlabel(denaturant_label(comparison.fits))
     ax.set_ylabel("Fraction denatured")
-    if len(comparison.fits) <= 12:
-        ax.legend(frameon=False, fontsize=8)
+    if len(comparison.fits) <= MOST_NAMED:
+        ax.legend()

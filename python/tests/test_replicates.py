@@ -1,0 +1,89 @@
+"""Replicates: fitted together with their pure error, or each alone; kept apart where they do not agree."""
+
+from dataclasses import replace
+
+import numpy as np
+import pandas as pd
+import pytest
+from click.testing import CliRunner
+from conftest import FKBP12, simulate
+
+import zolt
+from zolt.cli import main
+from zolt.read import Curve
+
+
+def replicates(*scales, noise=0.008, group="WT", **more):
+    return [
+        Curve(f"{group} {i}", x, scale * y, 25.0, replicate=float(i), group=group, **more)
+        for i, scale in enumerate(scales, start=1)
+        for x, y in [simulate(FKBP12, 20, noise=noise, seed=i)]
+    ]
+
+
+def test_replicates_are_one_fit_with_their_pure_error():
+    other = Curve("V38A", *simulate([(4800.0, 3.3, 1.0)], 20, noise=0.008), 25.0)
+    curves = replicates(1.0, 1.0, 1.0)
+    together = zolt.pooled([curves[0], other, *curves[1:]])
+    assert [curve.name for curve in together] == ["WT", "V38A"]
+    fit, _ = zolt.fit_each(together)[0]
+    assert fit.x.size == 60 and fit.part[:3].tolist() == ["1", "2", "3"]
+    assert (fit.answer.record.pure_degrees, fit.answer.record.concentrations) == (40.0, 20)
+    rows = np.array([curve.y for curve in curves])
+    x, mean, sd, count = fit.means()
+    assert x.tolist() == curves[0].x.tolist() and set(count) == {3}
+    assert mean == pytest.approx(rows.mean(axis=0)) and sd == pytest.approx(rows.std(axis=0, ddof=1))
+    assert fit.answer.record.pure_sse == pytest.approx(np.sum((rows - rows.mean(axis=0)) ** 2))
+    lone = zolt.fit(curves[0].x, curves[0].y)
+    assert fit.se["dG"][0] < lone.se["dG"][0] and np.isnan(lone.means()[2]).all()
+
+
+@pytest.mark.parametrize(
+    "scales, count, told", [((1.0, 1.01), 1, False), ((0.97, 1.03), 1, True), ((1.0, 1.3), 2, True), ((1.0, 1.0, 1.6), 3, True)]
+)
+def test_replicates_of_other_scale_are_not_averaged(scales, count, told):
+    together = zolt.pooled([replace(c, y=c.y + 0.5 * scale) for c, scale in zip(replicates(*scales), scales)])
+    assert len(together) == count
+    warned = {"replicates_differ" in [c.code for c in fit.warnings] for fit, _ in zolt.fit_each(together)}
+    assert warned == {told}
+
+
+def test_what_belongs_to_other_conditions_stays_apart():
+    warm = [Curve(c.name + " warm", c.x, c.y, 40.0, group="WT") for c in replicates(1.0, 1.0)]
+    sd = np.full(20, 0.01)
+    labelled = [Curve(c.name, c.x, c.y, 25.0, label=k, group=c.group, sd=sd) for k in (0, 5) for c in replicates(1.0, 1.0)]
+    together = zolt.pooled([*warm, *labelled])
+    assert [(c.temperature, c.label, c.x.size) for c in together] == [(40.0, None, 40), (25.0, 0, 40), (25.0, 5, 40)]
+    assert len({c.name for c in together}) == 3 and together[1].sd.size == 40
+
+
+def test_each_alone_with_mean_and_deviation(tmp_path):
+    table = pd.DataFrame({"urea_M": replicates(1.0)[0].x})
+    for i, curve in enumerate(replicates(1.0, 1.0, 1.0), start=1):
+        table[f"WT rep {i}"] = curve.y
+    table["V38A"] = simulate([(4800.0, 3.3, 1.0)], 20, noise=0.008)[1]
+    table.to_csv(tmp_path / "t.csv", index=False)
+    curves = zolt.read_curves(tmp_path / "t.csv")
+    fits = [fit for fit, _ in zolt.fit_each(curves, states=2)]
+    means = zolt.replicate_means(fits, curves, "kJ")
+    values = [fit.dG_in("kJ")[0] for fit in fits[:3]]
+    assert means[["curve", "replicates", "fitted", "states"]].values.tolist() == [["WT", 3, 3, 2]]
+    assert means["dG1_mean_kJ_per_mol"][0] == pytest.approx(np.mean(values))
+    assert means["dG1_sd_kJ_per_mol"][0] == pytest.approx(np.std(values, ddof=1))
+    each, pooled = (
+        CliRunner().invoke(main, ["fit", str(tmp_path / "t.csv"), "--replicates", how]) for how in ("each", "pooled")
+    )
+    assert "4 of 4 curves" in each.output and "Replicates, each fitted alone" in each.output
+    assert "2 of 2 curves" in pooled.output and "each fitted alone" not in pooled.output
+    assert len(zolt.fit_many(curves, progress=False)) == 2
+
+
+def test_a_reading_is_left_out_by_its_well():
+    x, y = simulate(FKBP12, 24, noise=0.005)
+    curves = [
+        Curve("s", x, y, 25.0, replicate=i, group="g", details={"well": " ".join(f"{row}{k}" for k in range(1, 25))})
+        for i, row in enumerate("AB")
+    ]
+    fit, _ = zolt.fit_each(zolt.pooled(curves), exclude=["B3", "A5..A6@4"][:1])[0]
+    assert fit.kept.size == 48 and np.flatnonzero(~fit.kept).tolist() == [5]
+    assert fit.details["well"].split()[5] == "B3"

@@ -1,0 +1,57 @@
+"""The files that a command is asked for: looked at before the work, written before the screen is."""
+
+import os
+
+import click
+
+from ..writing import CannotWrite, check_folder, reason, replacing
+from .options import check_out
+
+
+class Delivery:
+    """Places that may be written to, by the option that names them.
+
+    `sources` are the files that are read, which no result may replace. A fault in writing costs that
+    file alone: it is said in a sentence, kept in `problems`, and the others are written.
+    """
+
+    def __init__(self, sources):
+        self._taken = {os.path.realpath(path): "is read" for path in sources if path is not None}
+        self._places, self.problems = {}, []
+
+    def file(self, what, path, suffixes):
+        if path is None:
+            return
+        check_out(path, suffixes, what)
+        if use := self._taken.get(os.path.realpath(path)):
+            raise click.UsageError(f"{what} {path}: this file {use}; name another.")
+        self._taken[os.path.realpath(path)] = f"is written by {what}"
+        self._places[what] = path
+
+    def folder(self, what, path):
+        if path is None:
+            return
+        try:
+            check_folder(path, what)
+        except CannotWrite as fault:
+            raise click.UsageError(str(fault)) from None
+        self._places[what] = path
+
+    def asked(self, what):
+        return what in self._places
+
+    def write(self, what, write):
+        """Call `write` with the path, if the option was given."""
+        if what not in self._places:
+            return
+        path = self._places[what]
+        try:
+            if path.is_dir():
+                write(path)
+            else:
+                with replacing(path) as part:
+                    write(part)
+        except (OSError, ValueError) as fault:
+            words = reason(fault) if isinstance(fault, OSError) else str(fault)
+            self.problems.append(f"{what} {path}: not written, {words.rstrip('.')}.")
+            click.echo(f"zolt: {self.problems[-1]}", err=True)

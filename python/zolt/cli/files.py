@@ -1,0 +1,81 @@
+"""What `zolt fit` writes: table or workbook, readings, curves, pictures, report."""
+
+from dataclasses import dataclass
+
+from tqdm import tqdm
+
+from ..session import save
+from ..settings import Settings
+from ..sheets import curve_table, readings_table, wide_curves, workbook_sheets
+from ..workbook import write_workbook
+from ..writing import file_names, write_table
+
+DRAWN = ("fit", "energy", "profile")
+_SHOW_PROGRESS = 20  # pictures
+
+
+@dataclass
+class Run:
+    """What a command has done, for those who hand it over: pairs of fit and intervals, and the words."""
+
+    outcomes: list
+    table: object
+    settings: Settings
+    units: str
+    logbook: dict
+    read: list
+    problems: list
+
+    @property
+    def fits(self):
+        return [fit for fit, _ in self.outcomes if not isinstance(fit, Exception)]
+
+    @property
+    def intervals(self):
+        return [spans for fit, spans in self.outcomes if not isinstance(fit, Exception)]
+
+
+def write_all(delivery, run, *, wide, kinds, picture, overlay_of, look):
+    """Write every file that was asked for; a fault in one leaves the others be."""
+    fits = run.fits
+    delivery.write("--out", lambda path: write_results(run, path))
+    delivery.write("--readings", lambda path: write_table(readings_table(fits), path))
+    delivery.write("--curves", lambda path: write_table(wide_curves(fits) if wide else curve_table(fits), path))
+    delivery.write("--plots", lambda path: draw_all(fits, path, kinds, picture, run.units, look))
+    delivery.write("--overlay", lambda path: _draw_overlay(fits, path, overlay_of, run.units, look))
+    if delivery.asked("--report"):
+        from ..report import write_report
+
+        delivery.write("--report", lambda path: write_report(
+            path, fits, run.intervals, units=run.units, settings=run.logbook, problems=run.problems, read=run.read,
+        ))  # fmt: skip
+
+
+def write_results(run, path):
+    """The results as a table, as a workbook with all that belongs to them, or as a session to run again."""
+    if path.suffix.lower() == ".xlsx":
+        told = {**run.logbook, "read": "; ".join(run.read)}
+        write_workbook(workbook_sheets(run.table, run.fits, run.intervals, told, run.problems), path)
+    elif path.suffix.lower() == ".json":
+        save(path, run.fits, run.settings, run.units)
+    else:
+        write_table(run.table, path)
+
+
+def draw_all(fits, folder, kinds, picture, units, look):
+    """Pictures of every fit, named after its file and curve. A kind that a curve cannot have is passed over."""
+    from ..plot import plot_fit, plot_free_energy, plot_profile, save_fit
+
+    draws = dict(zip(DRAWN, (plot_fit, plot_free_energy, plot_profile)))
+    for kind in kinds:
+        names = file_names(fits, "" if kind == "fit" else f"_{kind}")
+        progress = tqdm(list(zip(fits, names)), unit="picture", disable=None if len(fits) >= _SHOW_PROGRESS else True)
+        for fit, name in progress:
+            if kind == "fit" or (fit.ok and (kind == "energy" or fit.answer is not None)):
+                save_fit(fit, folder / f"{name}.{picture}", draws[kind], units=units, **look)
+
+
+def _draw_overlay(fits, path, quantity, units, look):
+    from ..plot import plot_overlay, save_figure
+
+    save_figure(plot_overlay(fits, quantity=quantity, units=units, **look), path, look.get("width"))
