@@ -82,8 +82,9 @@ function states({ answer, fit, state: { settings } }: Looked): Caution[] {
   const rows = evidence.row.filter(({ states, tried }) => states > 0 && tried);
   const chosen = rows.find((row) => row.states === fitted);
   if (told || !chosen) return [];
-  const asGood = ({ sound, aicc_difference: other }: records.EvidenceRow) =>
-    sound && other >= 0 && chosen.aicc_difference >= 0 && Math.abs(other - chosen.aicc_difference) < LIMITS.aicc;
+  // A smaller model that AICc puts hardly behind, or a larger one that it puts clearly before.
+  const asGood = ({ sound, states, aicc_difference: other }: records.EvidenceRow) => sound && other >= 0 && chosen.aicc_difference >= 0 &&
+    other - chosen.aicc_difference < (states < chosen.states ? LIMITS.aicc : -LIMITS.aicc);
   const others = rows.filter((row) => row !== chosen && (row.outcome === records.ONE_READING || asGood(row)));
   return others.length ? [caution("states_indistinguishable", { states: NUMBERS[fitted], others: others.map((row) => NUMBERS[row.states]).join(" or ") })] : [];
 }
@@ -173,7 +174,8 @@ function engine({ fit, answer: { looks, shared }, state: { settings } }: Looked)
       return error >= 0 && off > LIMITS.engine_errors * error && off > room(name, now);
     }));
     const dG = ENGINE.dG.slice(0, transitions).map((at) => (vector[at] / KCAL).toFixed(2)).join(", ");
-    if (apart.length) said.push(caution("engine_apart", { quantities: apart.join(", "), dG }));
+    const Cm = ENGINE.Cm.slice(0, transitions).map((at) => vector[at].toFixed(2)).join(", ");
+    if (apart.length) said.push(caution("engine_apart", { quantities: apart.join(", "), dG, Cm }));
   }
   const { native, denatured, baseline } = settings;
   const held = baseline.every((value, i) => Math.abs(vector[i] - value) <= 1e-9 * (fit.y_span + Math.abs(value)));

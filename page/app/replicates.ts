@@ -26,7 +26,7 @@ export function together(original: Entry[]): Entry[] {
       const sentence = `replicates of '${group}' differ by ${(100 * off).toFixed(0)} % of the signal; each is fitted alone`;
       return [{ ...entry, notes: [...entry.notes, { code: DIFFER, sentence, curve: entry.name }] }];
     }
-    return entry === all[0] ? [pooled(all, ambiguous ? entry.name : group)] : [];
+    return entry === all[0] ? [pooled(all, ambiguous ? nameOf(entry) : group)] : [];
   });
 }
 
@@ -66,6 +66,10 @@ function between(levels: Level[], x: number): number {
   const [a, b] = [levels[next - 1], levels[next]];
   return a.mean + ((b.mean - a.mean) * Math.min(Math.max(x - a.x, 0), b.x - a.x)) / (b.x - a.x);
 }
+
+/** The name of the group, with the conditions that part it from others of that name. */
+const nameOf = ({ group, name, label, temperature, temperatureAssumed }: Entry) =>
+  [group || name, label !== null && `label ${label}`, !temperatureAssumed && `${temperature} °C`].filter(Boolean).join(" ");
 
 const markOf = ({ replicate }: Entry, place: number) => String(replicate ?? place + 1);
 
