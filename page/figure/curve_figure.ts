@@ -141,7 +141,7 @@ function deviations(picture: CurvePicture, at: Panel, palette: Palette): Markup 
     ? `M${at.x(x).toFixed(2)} ${at.y(middle - half).toFixed(2)}V${at.y(middle + half).toFixed(2)}` : "");
   const cap = (x: number, y: number) => `M${(at.x(x) - 5).toFixed(2)} ${at.y(y).toFixed(2)}h10`;
   const bars = [...(sd ? x.map((value, i) => bar(value, y[i], sd[i])) : []),
-    ...levels.flatMap(({ x, mean, sd }) => [bar(x, mean, sd), cap(x, mean), cap(x, mean - sd), cap(x, mean + sd)])];
+    ...levels.flatMap(({ x, mean, sd }) => [bar(x, mean, sd), ...(sd >= 0 ? [-sd, 0, sd] : [0]).map((off) => cap(x, mean + off))])];
   return h("path", { d: bars.join(""), stroke: palette.point, "stroke-width": 1, fill: "none" });
 }
 
