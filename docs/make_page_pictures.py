@@ -1,8 +1,11 @@
 #!/usr/bin/env python3
 """Takes the pictures of the page in docs/images from out/zolt.html, with simulated curves only."""
 
+import io
 import sys
 from pathlib import Path
+
+from PIL import Image
 
 TOP = Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(TOP / "page" / "tests"))
@@ -19,7 +22,8 @@ def main(out):
     def shoot(name, to="document.body"):
         page.until(page.idle)
         page.run(f"{to}.scrollIntoView(); document.activeElement.blur()")
-        page.driver.save_screenshot(str(out / f"page_{name}.png"))
+        picture = Image.open(io.BytesIO(page.driver.get_screenshot_as_png())).convert("RGB")
+        picture.quantize(96).save(out / f"page_{name}.png", optimize=True)
 
     page.driver.set_window_size(1400, 1020)
     page.open()
@@ -37,7 +41,7 @@ def main(out):
     page.click("#read > summary")
     page.driver.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": DARK})
     page.click("#view-overlay")
-    page.until(lambda: page.count("#picture svg path") > 20)
+    page.until(lambda: page.count("#picture svg circle") > 100)
     shoot("dark")
     page.driver.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": []})
     page.give(("plate.csv", curves.plate_of_curves()))

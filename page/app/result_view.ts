@@ -86,13 +86,15 @@ function numbers(state: State): Markup {
 const quality = (entry: Entry, fit: records.Fit) => h("p", { class: "faint" },
   `R² ${short(fit.r_squared, 6)}, scatter about the fit ${short(fit.residual_sd, 3)}, Durbin-Watson ${short(fit.durbin_watson, 3)}, ${fit.readings} readings, ${fit.free_parameters} parameters, ${entry.temperature} °C`);
 
+/** The models one below the other; what became of each stands under its name. */
 function evidence(found: records.Evidence, sentence: string, fitted: boolean): Markup {
-  const rows = found.row.filter(({ tried, outcome }) => tried || outcome !== records.NOT_TRIED).map((row) => cells(
-    MODELS[row.model], String(row.parameters), row.tried ? short(row.residual_sd, 3) : "–",
-    row.aicc_difference >= 0 ? short(row.aicc_difference, 3) : "–", probability(row.p),
-    outcomeWords(row, found.states)));
+  const rows = found.row.filter(({ tried, outcome }) => tried || outcome !== records.NOT_TRIED).map((row) => [
+    h("th", { scope: "row" }, MODELS[row.model], h("div", { class: "faint" }, outcomeWords(row, found.states))),
+    ...[row.parameters > 0 ? String(row.parameters) : "–", row.tried ? short(row.residual_sd, 3) : "–",
+      row.aicc_difference >= 0 ? short(row.aicc_difference, 3) : "–", probability(row.p)].map((words) => h("td", {}, words)),
+  ]);
   return h("section", { "aria-label": "Evidence" },
     fitted && h("p", {}, sentence),
     h("details", {}, h("summary", {}, "The models beside one another"),
-      table(["model", "parameters", "scatter", "ΔAICc", "p against the smaller", ""], rows, "Models")));
+      table(["model", "parameters", "scatter", "ΔAICc", "p"], rows, "p is that of the F test against the smaller model")));
 }

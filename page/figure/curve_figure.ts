@@ -223,7 +223,7 @@ function legend(picture: CurvePicture, quantity: Quantity, left: number, width: 
   const entry = (sign: Markup, words: string) => {
     if (x + 30 + 6.1 * words.length > width) return;  // better none than a cut one
     parts.push(h("g", { transform: `translate(${x} ${y})` }, sign, h("text", { x: 24, y: 0, fill: palette.ink }, words)));
-    x += 44 + 6.1 * words.length;
+    x += 46 + 6.4 * words.length;
   };
   if (quantity !== "energy") entry(h("circle", { cx: 12, cy: -4, r: 3.6, fill: palette.point }), "readings");
   if (quantity === "signal" && picture.levels.length)
