@@ -35,9 +35,9 @@ def waves():
     return x, y + 0.02 * np.sin(2.5 * x)
 
 
-def bad_readings(*places):
+def bad_readings(*places, by=0.4):
     x, y = simulate(FKBP12, 32, noise=0.003)
-    y[list(places)] += 0.4 * (-1.0) ** np.arange(len(places))
+    y[list(places)] += by * (-1.0) ** np.arange(len(places))
     return x, y
 
 
@@ -64,7 +64,7 @@ CASES = {
     "one_reading_decides": (lone_end, dict(states=2)),
     "midpoint_outside": (lambda: without(*simulate(FKBP12, 60, 6.0, 0.002), 3.7, 9.0), dict(states=2)),
     "midpoint_at_edge": (lambda: without(*simulate(FKBP12, 60, 6.0, 0.002), 4.0, 9.0), dict(states=2)),
-    "no_native_plateau": (lambda: without(*simulate(FKBP12, 60, noise=0.002), -1.0, 2.9), dict(states=2)),
+    "no_native_plateau": (lambda: without(*simulate(FKBP12, 60, noise=0.002), -1.0, 2.6), dict(states=2)),
     "no_denatured_plateau": (lambda: without(*simulate(FKBP12, 60, noise=0.002), 4.8, 9.0), dict(states=2)),
     "baselines_cross": (crossing, dict(states=2)),
     "between_two_readings": (step, dict(states=2)),
@@ -101,6 +101,45 @@ def test_a_warning_is_raised_where_it_belongs(code):
     assert code in row["warnings"].split(", ") and str(caution) in row["warnings_in_words"]
 
 
+def gentle_waves(n, height):
+    x, y = simulate(FKBP12, n, noise=0.01)
+    return x, y + height * np.sin(2.5 * x)
+
+
+NEAR = {  # curves that a less patient supervisor would warn of, and a word on how near they are
+    "structured_residuals": (lambda: gentle_waves(24, 0.02), {}),  # Durbin-Watson 1.45 of 24 readings
+    "many_readings_off": (lambda: bad_readings(6, 20, 26, by=0.1), {}),
+    "no_native_plateau": (
+        lambda: without(*simulate(FKBP12, 60, noise=0.002), -1.0, 2.5),
+        {},
+    ),  # 3 concentrations
+    "midpoint_at_edge": (lambda: without(*simulate(FKBP12, 60, 6.0, 0.002), 4.4, 9.0), {}),  # 0.5 M inside
+    "hardly_determined": (lambda: simulate(FKBP12, 14, noise=0.03, seed=2), {}),  # an error of 19 %
+    "weights_uneven": (lambda: simulate(FKBP12, 32, noise=0.003), dict(sd=np.linspace(0.002, 0.02, 32))),
+    "m_unexpected": (lambda: simulate(FKBP12, 32, noise=0.003), dict(residues=140, denaturant="urea")),
+}
+
+
+@pytest.mark.parametrize("code", NEAR)
+def test_a_warning_is_not_raised_lightly(code):
+    make, options = NEAR[code]
+    fit = fitted(*make(), **{"states": 2, **options})
+    assert fit.ok and code not in codes(fit)
+
+
+def test_waves_count_for_more_with_many_readings():
+    found = [codes(fitted(*gentle_waves(96, height), states=2)) for height in (0.008, 0.015)]
+    assert ["structured_residuals" in one for one in found] == [False, True]  # Durbin-Watson 1.72 and 1.20
+
+
+@pytest.mark.parametrize("off, told", [(0.05, False), (0.2, True)])
+def test_one_reading_decides_only_if_the_answer_moves(off, told):
+    x, y = simulate([(3000.0, 1.4, 1.0)], 26, noise=0.002)
+    x, y = without(x, y, 0.1, 0.8)
+    y[0] -= off
+    assert ("one_reading_decides" in codes(fitted(x, y, states=2))) == told
+
+
 @pytest.mark.parametrize("transitions, n, states", [(FKBP12, 24, 2), (FKBP12, 48, 2), (THREE, 60, 3)])
 def test_sound_curves_have_hardly_a_warning(transitions, n, states):
     found = []
@@ -109,7 +148,7 @@ def test_sound_curves_have_hardly_a_warning(transitions, n, states):
         found += [
             code for code in codes(fit) if not (states > 2 and code in ("m_unexpected", "engine_apart"))
         ]
-    assert len(found) <= 6, found
+    assert len(found) <= 4, found
 
 
 def test_what_the_length_of_a_chain_suggests():
@@ -153,6 +192,12 @@ def test_curves_that_differ_in_m_are_told_when_they_share_it():
     assert not any(
         "m_not_shared" in codes(fit) for fit, _ in zolt.fit_each([curves[0], curves[0]], m="shared")
     )
+
+
+def test_a_global_fit_has_warnings_of_its_own():
+    one, other = (simulate([(slope * 3.9, 3.9, 1.0)], 32, noise=0.005) for slope in (1400.0, 2200.0))
+    assert [c.code for c in zolt.fit_global([one, other]).warnings] == ["temperature_assumed", "m_not_shared"]
+    assert zolt.fit_global([one, one], temperature=25.0).warnings == ()
 
 
 def test_a_wrong_answer_within_a_series_is_told():

@@ -15,15 +15,15 @@ from .exclusion import excluded
 from .fit import fit
 from .read import Curve
 from .reading.curve import identical_curves
-from .replicates import pooled
+from .replicates import GROUP, pooled
 from .settings import Settings, settings_of
 from .sheets import warnings_of
 
 _QUANTITIES = ("dG", "Cm", "m", "weight")
 _PER_TRANSITION = re.compile(r"(dG|Cm|m|weight)(\d)")
 _CLOSING = (
-    "bootstrap_used", "R_squared", "durbin_watson", "code", "reason", "warnings", "warnings_in_words", "settings",
-    "spikes", "outliers", "left_out", "aN", "bN_per_M", "aU", "bU_per_M",
+    "bootstrap_used", "R_squared", "durbin_watson", "replicate_sd", "lack_of_fit_p", "code", "reason",
+    "warnings", "warnings_in_words", "settings", "spikes", "outliers", "left_out", "aN", "bN_per_M", "aU", "bU_per_M",
 )  # fmt: skip
 _MOST_PER_TASK = 16  # Large enough to hide what a task costs, small enough to share evenly.
 
@@ -56,6 +56,8 @@ def fit_curve(curve, settings=Settings()):
     for role in ("label", "replicate"):
         if getattr(curve, role) is not None:
             details[role] = getattr(curve, role)
+    if curve.group is not None:
+        details[GROUP] = curve.group
     return fit(
         curve.x, curve.y, curve.temperature, settings=settings, name=curve.name, details=details, sd=curve.sd,
         n=curve.n, denaturant=curve.denaturant, part=curve.part,

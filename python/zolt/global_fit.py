@@ -7,8 +7,10 @@ import pandas as pd
 
 from . import inference, model
 from .batch import as_curves
+from .caution import LIMITS, caution
 from .model import CAL_PER_UNIT
 from .points import tidy_readings, usable_deviations
+from .settings import USUAL_TEMPERATURE
 
 
 @dataclass(frozen=True, eq=False, repr=False)
@@ -17,7 +19,8 @@ class GlobalFit:
 
     `answers`, `intervals` and `differences` hold a record per curve, in the order of the input;
     `differences` are from the curve at index `reference`. `p` is the chance that curves which share
-    the value differ as much as these do: a small one speaks against sharing.
+    the value differ as much as these do: a small one speaks against sharing. `warnings` are
+    `zolt.Caution` records.
     """
 
     share: str
@@ -28,6 +31,7 @@ class GlobalFit:
     answers: list = field(repr=False)
     intervals: list = field(repr=False)
     differences: list = field(repr=False)
+    warnings: tuple = ()
 
     @property
     def ok(self):
@@ -96,21 +100,29 @@ class GlobalFit:
         )
 
     def __repr__(self):
-        return f"<{self.summary()}>\n{self.table().to_string(index=False, float_format='{:.4g}'.format)}"
+        said = "".join(f"\n{caution}" for caution in self.warnings)
+        return f"<{self.summary()}>\n{self.table().to_string(index=False, float_format='{:.4g}'.format)}{said}"
 
 
-def fit_global(curves, share="m", *, states=2, reference=0, temperature=25.0, level=0.95, options=None):
+def fit_global(curves, share="m", *, states=2, reference=0, temperature=None, level=0.95, options=None):
     """Fit curves together with one m-value (`share="m"`) or one dG (`share="dG"`).
 
     `curves` is what `zolt.fit_many` takes, 2 curves or more; each keeps its own baselines and
     midpoints. `reference` is the index of the curve that differences refer to. `options` are
-    `zolt.inference.Options`, without held values.
+    `zolt.inference.Options`, without held values. `temperature` (°C) is for curves that state none;
+    without it 25 °C is assumed, with a warning.
     """
     curves = as_curves(curves)
+    assumed = temperature is None and any(curve.temperature is None for curve in curves)
+    temperature = USUAL_TEMPERATURE if temperature is None else temperature
     readings = [
         _readings(curve, temperature if curve.temperature is None else curve.temperature) for curve in curves
     ]
-    return global_of(readings, [c.name for c in curves], share, states, options, reference, level)
+    whole = global_of(readings, [c.name for c in curves], share, states, options, reference, level)
+    said = [caution("temperature_assumed", temperature=f"{temperature:g}")] if assumed else []
+    if share == "m" and whole.p < LIMITS.shared_p:
+        said.append(caution("m_not_shared", p=f"{whole.p:.1g}"))
+    return replace(whole, warnings=tuple(said))
 
 
 def _readings(curve, temperature):

@@ -7,8 +7,8 @@ from functools import partial
 import click
 
 from ..batch import fit_each, table_of
-from ..output import print_fits
-from ..replicates import pooled, replicate_means
+from ..output import print_fits, print_replicates
+from ..replicates import pooled
 from ..writing import TABLES
 from .choices import check_exclusions, fit_choices, settings_from
 from .cluster import cluster
@@ -89,10 +89,7 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     write_all(delivery, run, wide=wide, kinds=kinds, picture=picture, overlay_of=overlay_of, look=look)
     if not quiet:
         print_fits(table, units, run.fits, run.intervals)
-        alike = replicate_means([fit for fit, _ in outcomes], curves, units)
-        if len(alike):
-            click.echo("Replicates, each fitted alone:")
-            click.echo(alike.to_string(index=False, float_format="{:.3f}".format, na_rep=""))
+        print_replicates(run.fits, units)
         good = int((table["status"].isin(["fitted", "midpoint fitted"])).sum())
         click.echo(f"{good} of {len(table)} curves fitted in {elapsed:.2f} s.")
     source.problems += delivery.problems
