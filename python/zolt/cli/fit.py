@@ -80,7 +80,11 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
         curves = pooled(source.curves) if settings.replicates == "pooled" else source.curves
         check_exclusions(settings, curves)
         started = time.perf_counter()
-        outcomes = fit_each(curves, workers=workers, client=client, progress=not quiet, settings=settings)
+        try:
+            outcomes = fit_each(curves, workers=workers, client=client, progress=not quiet, settings=settings)
+        except ValueError as fault:  # of all curves together; one curve's faults stay its own
+            click.echo(f"zolt: {fault}", err=True)
+            sys.exit(2)
         elapsed = time.perf_counter() - started
     table = table_of(outcomes, curves, units)
     logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)), **reading,
