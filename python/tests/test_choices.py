@@ -231,6 +231,16 @@ def test_a_session_of_the_page_runs_here(tmp_path):
             '{"format": "zolt session", "formatVersion": 1, "settings": {"states": 7}, "curves": [1]}',
             "settings are damaged",
         ),
+        ('{"format": "zolt session", "formatVersion": 1, "settings": [1], "curves": [1]}', "settings are damaged"),
+        (
+            '{"format": "zolt session", "formatVersion": 1, "curves": [{"x": [1], "y": [1], "temperature": 25, "fit": [3]}]}',
+            "results of the session are damaged",
+        ),
+        (
+            '{"format": "zolt session", "formatVersion": 1, "settings": {"shareM": true}, "curves": '
+            '[{"x": [1], "y": [1], "temperature": 25}]}',
+            "a shared m takes two curves",
+        ),
     ],
 )
 def test_what_is_no_session_is_told(run, tmp_path, text, said):
@@ -266,5 +276,5 @@ def test_nothing_to_share_is_one_sentence(run, table, columns, said):
     frame[["urea_M", *columns]].to_csv(table, index=False)
     result = run("fit", table, "--m", "shared", "--columns", ",".join(columns))
     assert (
-        result.exit_code == 1 and said in result.stderr.splitlines()[-1] and "Traceback" not in result.output
+        result.exit_code == 2 and said in result.stderr.splitlines()[-1] and "Traceback" not in result.output
     )
