@@ -5,7 +5,9 @@ import type { Palette } from "../figure/palette";
 import { Well, plateFigure } from "../figure/plate_figure";
 import { estimatesFigure, overlayFigure, trendFigure } from "../figure/set_figures";
 import { CAL_PER_UNIT, short } from "./numbers";
-import { Entry, State, chosenEntry, fitOf, gridOf, isOut, placeOf } from "./state";
+import { listed, valueOf } from "./order";
+import { levelsOf } from "./replicates";
+import { Entry, State, chosenEntry, fitOf, gridOf, isOut, placesOf } from "./state";
 
 export const xTitleOf = (entry: Entry) => `${entry.denaturant ?? "Denaturant"} (M)`;
 
@@ -13,7 +15,7 @@ export function pictureOf(entry: Entry, state: State): CurvePicture {
   const fit = fitOf(entry), ends = entry.detail?.intervals?.Cm;
   const atReadings = entry.detail?.atReadings ?? null;
   return {
-    name: entry.name, x: entry.x, y: entry.y, sd: entry.sd, out: entry.out, range: entry.range,
+    name: entry.name, x: entry.x, y: entry.y, sd: entry.sd, levels: levelsOf(entry.x, entry.y, (i) => isOut(entry, i)), out: entry.out, range: entry.range,
     residual: entry.answer && entry.detail?.grid ? entry.answer.residual : entry.x.map(() => NaN),
     grid: gridOf(entry), atReadings, xTitle: xTitleOf(entry), yTitle: "Signal",
     midpoints: fit ? fit.Cm.slice(0, fit.transitions).map((Cm, t) => ({ Cm, low: ends?.[t][0] ?? NaN, high: ends?.[t][1] ?? NaN })) : [],
@@ -22,36 +24,31 @@ export function pictureOf(entry: Entry, state: State): CurvePicture {
   };
 }
 
-export const wellsOf = (state: State): Entry[] => state.entries.filter((entry) => placeOf(entry));
-
-/** A result by which wells are coloured and rows sorted. */
-export function valueOf(entry: Entry, name: string, state: State): number | null {
-  const fit = fitOf(entry), per = CAL_PER_UNIT[state.unit];
-  if (!fit) return null;
-  switch (name) {
-    case "ΔG": return fit.dG[0] / per;
-    case "m": return fit.m[0] / per;
-    case "R²": return fit.r_squared;
-    case "states": return fit.transitions + 1;
-    default: return fit.Cm[0];
-  }
-}
+export const wellsOf = (state: State): Entry[] => state.entries.filter((entry) => placesOf(entry).length > 0);
 
 const titleOf = (name: string, unit: string) =>
   ({ "ΔG": `ΔG (${unit}/mol)`, m: `m (${unit}/mol/M)`, Cm: "Cm (M)" })[name] ?? name;
 
 function plate(state: State, width: number, palette: Palette): Markup {
-  const wells = wellsOf(state).map((entry): Well => {
+  const wells = wellsOf(state).flatMap((entry): Well[] => {
     const value = valueOf(entry, state.plateValue, state);
     const words = `${entry.name}: ${value === null ? entry.answer?.sentence ?? entry.fault ?? "not fitted yet" : `${state.plateValue} ${short(value)}`}`;
-    return { ...placeOf(entry)!, name: entry.name, key: entry.key, value, words };
+    return placesOf(entry).map((place) => ({ ...place, key: entry.key, value, words }));
   });
   return plateFigure(wells, titleOf(state.plateValue, state.unit), width, palette, state.chosen);
 }
 
-/** Up to eight curves: the chosen one and those after it. */
+const MOST_OVERLAID = 16;
+
+/** The curves that are laid over one another: the first of the list as it is sorted and filtered, and the chosen one. */
+export function overlaid(state: State): Entry[] {
+  const rows = listed(state).filter(fitOf), chosen = chosenEntry(state);
+  const first = rows.slice(0, MOST_OVERLAID);
+  return chosen && fitOf(chosen) && !first.includes(chosen) ? [...first.slice(0, -1), chosen] : first;
+}
+
 function overlay(state: State, width: number, palette: Palette): Markup | null {
-  const drawn = state.entries.filter((entry) => fitOf(entry) && gridOf(entry)).slice(0, 16);
+  const drawn = overlaid(state).filter(gridOf);
   if (!drawn.length) return null;
   return overlayFigure(drawn.map((entry) => {
     const at = entry.detail!.atReadings!, grid = entry.detail!.grid!;

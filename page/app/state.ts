@@ -2,7 +2,8 @@
 import type { Drawing, Readings, Shared, Trend } from "../engine/engine";
 import type { Choices, Detail, FitAnswer } from "../engine/tasks";
 import type * as records from "../generated/records";
-import type { Choices as ReadingChoices, Curve, Reading, SourceFile } from "../reader/index";
+import type { Choices as ReadingChoices, Curve, Note, ReadError, Reading, SourceFile } from "../reader/index";
+import type { Quantity } from "../figure/curve_figure";
 import { wellPlace } from "../figure/plate_figure";
 import type { EnergyUnit } from "./numbers";
 
@@ -18,7 +19,12 @@ export interface Entry {
   denaturant: string | null;
   unit: string | null;
   label: string | number | null;
-  notes: string[];
+  replicate: string | number | null;
+  group: string | null;      // curves with the same one are replicates of each other
+  part: string[] | null;     // of replicates together: to which one a reading belongs
+  n: number[] | null;        // how many measurements a reading is the mean of
+  temperatureAssumed: boolean;
+  notes: Note[];
   out: boolean[];
   range: [number, number] | null;
   answer: FitAnswer | null;
@@ -26,11 +32,14 @@ export interface Entry {
   fault: string | null;
 }
 
-/** A file with what a person said of it. */
-export interface Opened {
+/** A file with what a person said of it, and what it gave: a reading, or why there is none. */
+export interface Source {
   file: SourceFile;
   choices: ReadingChoices;
-  reading: Reading;
+}
+
+export interface Opened extends Source {
+  reading: Reading | ReadError;
 }
 
 export interface SetResult {
@@ -41,52 +50,60 @@ export interface SetResult {
   fault: string | null;
 }
 
-export type Quantity = "signal" | "fraction" | "energy";
+/** What a person chose for the fits and for what is fitted. */
+export interface Settings extends Choices {
+  shareM: boolean;  // one m-value for all curves of equally many states
+  replicates: "pooled" | "each";
+  residues: number | null;  // of the chain, for the m-value that its length lets expect
+}
+
 export type View = "curve" | "plate" | "overlay" | "set";
 export const PLATE_VALUES = ["ΔG", "Cm", "m", "R²", "states"] as const;
 export const SORTS = ["file", "name", "Cm", "ΔG", "m", "R²"] as const;
 
 export interface State {
   opened: Opened[];
+  attempt: Opened[] | null;  // files of which none could be read; what was open stays
   entries: Entry[];
   chosen: number;
-  settings: Choices;
+  settings: Settings;
   unit: EnergyUnit;
   view: View;
   quantity: Quantity;
   plateValue: (typeof PLATE_VALUES)[number];
   sort: (typeof SORTS)[number];
-  onlyWarned: boolean;
+  descending: boolean;
+  warned: string;  // only curves with this warning are listed; "": all, "any": with any
   reference: number;
   set: SetResult | null;
-  progress: { done: number; all: number } | null;
+  shared: records.Global | null;  // the fit of all curves, where one m was asked for
+  progress: { what: string; done: number; all: number } | null;  // of none: how many is not known
   message: string;
   faults: string[];
 }
 
-export const usualChoices = (): Choices => ({
-  states: "auto", native: "line", denatured: "line", baseline: [0, 0, 0, 0], heldM: null,
-  sdKnown: false, level: 0.95,
+export const usualSettings = (): Settings => ({
+  states: "auto", native: "line", denatured: "line", baseline: [0, 0, 0, 0], heldM: null, shareM: false,
+  replicates: "pooled", residues: null, weights: "sd", sdKnown: false, level: 0.95,
+  intervals: { method: "profile", rounds: 1000, seed: 0 },
 });
 
 export const newState = (): State => ({
-  opened: [], entries: [], chosen: 0, settings: usualChoices(), unit: "kcal", view: "curve",
-  quantity: "signal", plateValue: "Cm", sort: "file", onlyWarned: false, reference: 0, set: null,
-  progress: null, message: "", faults: [],
+  opened: [], attempt: null, entries: [], chosen: 0, settings: usualSettings(), unit: "kcal", view: "curve",
+  quantity: "signal", plateValue: "Cm", sort: "file", descending: false, warned: "", reference: 0, set: null,
+  shared: null, progress: null, message: "", faults: [],
 });
 
 let keys = 0;
+export const entryKey = () => ++keys;
 
-export function entryOf(curve: Pick<Curve, "name" | "x" | "y" | "sd" | "temperature" | "denaturant" | "unit" | "label" | "notes">,
-                        file: string, well: string): Entry {
+type Given = Pick<Curve, "name" | "x" | "y" | "sd" | "n" | "temperature" | "temperatureAssumed" | "denaturant" | "unit" | "label" | "replicate" | "group" | "notes">;
+
+export function entryOf(curve: Given, file: string, well: string): Entry {
+  const { name, x, y, sd, n, temperature, temperatureAssumed, denaturant, unit, label, replicate, group, notes } = curve;
   return {
-    key: ++keys, name: curve.name, file, well, x: curve.x, y: curve.y,
-    // A gap among the deviations leaves no weights that could be used.
-    sd: curve.sd && curve.sd.every((sd) => sd > 0) ? curve.sd : null,
-    temperature: curve.temperature, denaturant: curve.denaturant, unit: curve.unit, label: curve.label,
-    notes: curve.sd && !curve.sd.every((sd) => sd > 0)
-      ? [...curve.notes, "standard deviations with gaps or zeros not used"] : curve.notes,
-    out: curve.x.map(() => false), range: null, answer: null, detail: null, fault: null,
+    key: entryKey(), name, file, well, x, y, sd, n, temperature, temperatureAssumed, denaturant, unit, label, replicate,
+    group, part: null, notes, out: x.map(() => false), range: null, answer: null, detail: null, fault: null,
   };
 }
 
@@ -96,15 +113,24 @@ export const chosenEntry = (state: State) => state.entries.find(({ key }) => key
 export const isOut = ({ x, out, range }: Entry, i: number) =>
   out[i] || (range !== null && (x[i] < range[0] || x[i] > range[1]));
 
-/** The readings as the fit takes them: one that is left out is a gap. */
-export function readingsOf(entry: Entry): Readings {
-  return {
-    x: entry.x, y: entry.y.map((y, i) => (isOut(entry, i) ? NaN : y)), sd: entry.sd,
-    temperature: entry.temperature,
-  };
+/** Standard deviations that may weigh the readings, or null; `unused` where there are some that may not. */
+export function deviationsOf(entry: Entry, weights: Settings["weights"]): { sd: number[] | null; unused: boolean } {
+  const { n, y } = entry;
+  if (!entry.sd || weights === "none") return { sd: null, unused: false };
+  if (weights === "sem" && !n) return { sd: null, unused: true };
+  const sd = weights === "sem" ? entry.sd.map((value, i) => value / Math.sqrt(n![i])) : entry.sd;
+  const sound = sd.every((value, i) => !Number.isFinite(y[i]) || (value > 0 && value < Infinity));
+  return { sd: sound ? sd : null, unused: !sound };
 }
 
-export const placeOf = (entry: Entry) => wellPlace(entry.well.split(" ")[0] || entry.name);
+/** The readings as the fit takes them: one that is left out is a gap. */
+export function readingsOf(entry: Entry, { weights }: Settings): Readings {
+  const y = entry.y.map((value, i) => (isOut(entry, i) ? NaN : value));
+  return { x: entry.x, y, sd: deviationsOf(entry, weights).sd, temperature: entry.temperature };
+}
+
+/** The places of the curve's wells on a plate; a curve that is named by a well has that one. */
+export const placesOf = (entry: Entry) => (entry.well || entry.name).split(" ").flatMap((name) => wellPlace(name) ?? []);
 
 /** A fit that may be told with its numbers. */
 export const fitOf = (entry: Entry): records.Fit | null =>

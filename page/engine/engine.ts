@@ -168,15 +168,37 @@ export class Engine {
     return this.within((room) => room.text(this.calls.ZOLTI_sentence(status)));
   }
 
-  /** The engine's own analysis: its vector of 24 numbers. Readings ascend in x. */
-  analyse(states: number, x: number[], y: number[], temperature: number): number[] {
+  /** The engine's own analysis, with four numbers of given baselines or none: its vector. Readings ascend in x. */
+  analyse(states: number, x: number[], y: number[], temperature: number, baselines: number[] | null): number[] {
     return this.within((room) => {
       const size = room.integers([1, x.length]);
       const result = room.bytes(8 * records.ENGINE_LENGTH);
-      this.calls[`ZOLTA_${states}state`](
-          room.doubles(x), size, room.doubles(y), size, temperature, result);
+      const call = this.calls[`ZOLTA_${states}state${baselines ? "_user_set_baselines" : ""}`];
+      call(room.doubles(x), size, room.doubles(y), size, ...(baselines ? [room.doubles(baselines)] : []), temperature, result);
       return room.readDoubles(result, records.ENGINE_LENGTH);
     });
+  }
+
+  /** True for readings that stand far from both their neighbours. */
+  spikes(y: number[]): boolean[] {
+    return this.within((room) => this.unmasked(room, y.length, (...mask) =>
+      this.calls.ZOLTA_ChemDenatKillSpikes(room.doubles(y), room.integers([1, y.length]), ...mask)));
+  }
+
+  /** True for readings far off a fit, which is given in the layout of the engine's vector. */
+  outliers(x: number[], y: number[], vector: number[]): boolean[] {
+    return this.within((room) => {
+      const size = room.integers([1, x.length]);
+      return this.unmasked(room, x.length, (...mask) =>
+        this.calls.ZOLTA_ChemDenatOutlierRemoval(room.doubles(x), size, room.doubles(y), size, room.doubles(vector), ...mask));
+    });
+  }
+
+  /** What a call that writes a mask does not keep. */
+  private unmasked(room: Room, n: number, call: (mask: number, size: number) => void): boolean[] {
+    const mask = room.integers(Array(n).fill(1));
+    call(mask, room.integers([1, n]));
+    return Array.from(new Int32Array(this.calls.memory.buffer, mask, n), (kept) => kept === 0);
   }
 
   private oneFit(room: Room, n: number, call: (fit: number, residual: number, leverage: number) => void): OneFit {
@@ -273,7 +295,7 @@ export class Engine {
     });
   }
 
-  /** One dG a label and the line through them against ln(label), from the engine's vectors. */
+  /** One dG a label and the line through them against ln(label), of fits in the layout of the engine's vector. */
   trend(labels: number[], vectors: number[][]): Trend {
     return this.within((room) => {
       const n = labels.length, made: number[] = [];

@@ -12,6 +12,7 @@ export interface CurvePicture {
   x: readonly number[];
   y: readonly number[];
   sd: readonly number[] | null;
+  levels: { x: number; mean: number; sd: number }[];  // mean and SD of replicates
   out: readonly boolean[];       // readings left out of the fit
   range: [number, number] | null;
   residual: readonly number[];   // NaN where there is none
@@ -70,7 +71,7 @@ export function curveFigure(picture: CurvePicture, quantity: Quantity, { width, 
   if (quantity === "energy" && grid)
     drawn.push(h("path", { d: `M${left} ${upper.y(0)}h${inner}`, stroke: palette.faint, "stroke-dasharray": "5 3" }));
   if (picture.range) drawn.push(...shades(picture.range, upper, top, main, palette));
-  if (quantity === "signal" && picture.sd) drawn.push(deviations(picture, upper, palette));
+  if (quantity === "signal") drawn.push(deviations(picture, upper, palette));
   if (quantity !== "energy") drawn.push(readings(picture, values, upper, palette, live));
   if (quantity !== "energy") drawn.push(...diamonds(picture, line, upper, palette));
   if (below) drawn.push(residuals(picture, { left, top: top + main + 16, width: inner, height: below }, xs, palette));
@@ -133,11 +134,15 @@ function diamonds(picture: CurvePicture, line: readonly number[], at: Panel, pal
   return parts;
 }
 
+/** Standard deviations as they were given, and mean and SD of replicates. */
 function deviations(picture: CurvePicture, at: Panel, palette: Palette): Markup {
-  const sd = picture.sd as readonly number[];
-  const bars = picture.x.map((x, i) => (sd[i] > 0 && Number.isFinite(picture.y[i])
-    ? `M${at.x(x).toFixed(2)} ${at.y(picture.y[i] - sd[i]).toFixed(2)}V${at.y(picture.y[i] + sd[i]).toFixed(2)}` : ""));
-  return h("path", { d: bars.join(""), stroke: palette.point, "stroke-width": 1 });
+  const { x, y, sd, levels } = picture;
+  const bar = (x: number, middle: number, half: number) => (half > 0 && Number.isFinite(middle)
+    ? `M${at.x(x).toFixed(2)} ${at.y(middle - half).toFixed(2)}V${at.y(middle + half).toFixed(2)}` : "");
+  const cap = (x: number, y: number) => `M${(at.x(x) - 5).toFixed(2)} ${at.y(y).toFixed(2)}h10`;
+  const bars = [...(sd ? x.map((value, i) => bar(value, y[i], sd[i])) : []),
+    ...levels.flatMap(({ x, mean, sd }) => [bar(x, mean, sd), ...(sd >= 0 ? [-sd, 0, sd] : [0]).map((off) => cap(x, mean + off))])];
+  return h("path", { d: bars.join(""), stroke: palette.point, "stroke-width": 1, fill: "none" });
 }
 
 const isOut = (picture: CurvePicture, i: number) => {
@@ -156,7 +161,7 @@ function readings(picture: CurvePicture, values: number[], at: Panel, palette: P
   const dots = values.map((value, i) => {
     if (!Number.isFinite(value)) return null;
     const x = at.x(picture.x[i]), y = at.y(value);
-    const seen = dot(picture, i, x, y, palette);
+    const seen = dot(picture, i, x, y, palette, picture.levels.length ? 2.4 : 3.6);
     if (!live) return seen;
     const words = `${readingWords(picture, i)}. ${isOut(picture, i) ? "Left out" : "Fitted"}`;
     return h("g", {
@@ -218,9 +223,11 @@ function legend(picture: CurvePicture, quantity: Quantity, left: number, width: 
   const entry = (sign: Markup, words: string) => {
     if (x + 30 + 6.1 * words.length > width) return;  // better none than a cut one
     parts.push(h("g", { transform: `translate(${x} ${y})` }, sign, h("text", { x: 24, y: 0, fill: palette.ink }, words)));
-    x += 40 + 6.1 * words.length;
+    x += 46 + 6.4 * words.length;
   };
   if (quantity !== "energy") entry(h("circle", { cx: 12, cy: -4, r: 3.6, fill: palette.point }), "readings");
+  if (quantity === "signal" && picture.levels.length)
+    entry(h("path", { d: "M12 -10v12M8 -4h8", stroke: palette.point, fill: "none" }), "mean ± SD");
   if (picture.x.some((_, i) => isOut(picture, i)) && quantity !== "energy")
     entry(h("path", { d: "M8 -8l8 8m0 -8l-8 8", stroke: palette.mark, "stroke-width": 1.8 }), "left out");
   if (picture.grid) {

@@ -7,8 +7,7 @@ import { markLabels, marks, reach } from "./scale";
 export interface Well {
   row: number;
   column: number;
-  name: string;
-  key: number;           // what the page knows the curve by
+  key: number;           // what the page knows the curve by; its wells have the same one
   value: number | null;  // null: no fit
   words: string;
 }
@@ -35,7 +34,7 @@ export function plateFigure(wells: Well[], title: string, width: number, palette
     parts.push(h("text", { x: left - 6, y: top + (row + 0.5) * step + 4, "text-anchor": "end", "font-size": Math.min(12, 0.7 * step) }, String.fromCharCode(65 + row)));
   const cells = wells.map(({ row, column, value, key, words }, i) => {
     const x = left + column * step, y = top + row * step;
-    return h("g", { "data-key": key, role: "button", tabindex: i === 0 ? 0 : -1, "aria-label": words, class: "well" },
+    return h("g", { "data-key": key, "data-row": row, "data-column": column, role: "button", tabindex: i === 0 ? 0 : -1, "aria-label": words, class: "well" },
       h("rect", {
         x: x + 1, y: y + 1, width: step - 2, height: step - 2, rx: 2,
         fill: value === null ? "none" : rampColour(share(value)),

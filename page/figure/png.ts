@@ -1,7 +1,7 @@
-// A picture as PNG, drawn by the browser from its own SVG.
+// A picture as PNG, drawn by the browser from its own SVG, with a word on its origin.
 import { Markup, toText } from "./markup";
 
-export async function toPng(picture: Markup, scale = 3): Promise<Blob> {
+export async function toPng(picture: Markup, origin: string, scale = 3): Promise<Uint8Array> {
   const url = URL.createObjectURL(new Blob([toText(picture)], { type: "image/svg+xml" }));
   try {
     const image = new Image();
@@ -13,9 +13,37 @@ export async function toPng(picture: Markup, scale = 3): Promise<Blob> {
     const context = canvas.getContext("2d");
     if (!context) throw new Error("The browser draws no pictures.");
     context.drawImage(image, 0, 0, canvas.width, canvas.height);
-    return await new Promise((resolve, reject) =>
-      canvas.toBlob((blob) => (blob ? resolve(blob) : reject(new Error("The browser made no PNG."))), "image/png"));
+    const blob = await new Promise<Blob | null>((resolve) => canvas.toBlob(resolve, "image/png"));
+    if (!blob) throw new Error("The browser made no PNG.");
+    return withText(new Uint8Array(await blob.arrayBuffer()), "Software", origin);
   } finally {
     URL.revokeObjectURL(url);
   }
+}
+
+const HEADER_END = 33;  // signature and the first chunk
+
+/** The PNG with a chunk of text after its header. */
+function withText(png: Uint8Array, keyword: string, words: string): Uint8Array {
+  const body = new TextEncoder().encode(`tEXt${keyword}\0${words}`);
+  const chunk = new Uint8Array(body.length + 8);
+  const view = new DataView(chunk.buffer);
+  view.setUint32(0, body.length - 4);
+  chunk.set(body, 4);
+  view.setUint32(body.length + 4, crc(body));
+  const whole = new Uint8Array(png.length + chunk.length);
+  whole.set(png.subarray(0, HEADER_END));
+  whole.set(chunk, HEADER_END);
+  whole.set(png.subarray(HEADER_END), HEADER_END + chunk.length);
+  return whole;
+}
+
+/** The cyclic redundancy check that closes every chunk. */
+function crc(bytes: Uint8Array): number {
+  let sum = ~0;
+  for (const byte of bytes) {
+    sum ^= byte;
+    for (let bit = 0; bit < 8; ++bit) sum = (sum >>> 1) ^ (sum & 1 ? 0xedb88320 : 0);
+  }
+  return ~sum >>> 0;
 }

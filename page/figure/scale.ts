@@ -28,10 +28,14 @@ export function reach(values: readonly number[], room = 0.06): [number, number] 
 export function marks(low: number, high: number, wanted: number): number[] {
   const rough = (high - low) / Math.max(wanted, 1);
   const power = 10 ** Math.floor(Math.log10(rough));
-  const step = [1, 2, 5, 10].map((times) => times * power).find((size) => size >= rough * 0.999) as number;
-  const first = Math.ceil(low / step - 1e-9);
-  const count = Math.floor(high / step + 1e-9) - first + 1;
-  return Array.from({ length: Math.max(count, 0) }, (_, i) => (first + i) * step);
+  const within = (step: number) => {
+    const first = Math.ceil(low / step - 1e-9), count = Math.floor(high / step + 1e-9) - first + 1;
+    return Array.from({ length: Math.max(count, 0) }, (_, i) => (first + i) * step);
+  };
+  const steps = [0.5, 1, 2, 5, 10].map((times) => times * power);
+  const place = steps.findIndex((size) => size >= rough * 0.999);
+  const found = within(steps[place]);
+  return found.length > 2 || place === 0 ? found : within(steps[place - 1]);  // two or three tell a scale, one does not
 }
 
 /** Labels of marks, with the digits that tell neighbours apart; large or small ones share a power. */

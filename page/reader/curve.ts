@@ -37,8 +37,8 @@ export interface Curve {
   readonly replicate: string | number | null;
   readonly group: string | null;
   readonly details: CurveDetails;
-  /** Sentences about what the reader did or doubted. */
-  readonly notes: string[];
+  /** What the reader did or doubted. */
+  readonly notes: Note[];
 }
 
 /** Where a curve comes from. */
@@ -63,7 +63,7 @@ export function settled(curve: RawCurve, given: number | null, notes: Note[]): C
     temperature: curve.temperature ?? given ?? ASSUMED_TEMPERATURE,
     temperatureAssumed: temperatureFrom === "assumed",
     details: { ...curve.details, temperatureFrom },
-    notes: notes.filter((note) => concerns(note, curve)).map((note) => note.sentence),
+    notes: notes.filter((note) => concerns(note, curve)),
   };
 }
 

@@ -1,10 +1,13 @@
 // Cells of a table as text, with the places they came from, and the sentences about them.
 
+import type { TableShown } from "./columns";
 import { wordsBetweenBlanks } from "./text_rules";
 
 /** A file that cannot be used; the message says file, place and what was expected. */
 export class ReadError extends Error {
   override name = "ReadError";
+  /** Where the columns could be told apart: the tables, for a person to say what each column is. */
+  tables: TableShown[] = [];
 }
 
 /**

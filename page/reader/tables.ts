@@ -4,7 +4,7 @@ import { Block, blockWith, findBlocks, kindsOf, noteRowsLeftOut, plateCorners } 
 import { Column, KEYS, Options, Table, TableShown, readNumbers, shownTable, tableOf } from "./columns";
 import { concentrations, fileName, needConcentrations } from "./concentrations";
 import { RawCurve } from "./curve";
-import { Grid, filledCells, shown, tidyName } from "./grid";
+import { Grid, ReadError, filledCells, shown, tidyName } from "./grid";
 import { append, appendTo, extent } from "./lists";
 import { KeyText, namesOf, plainValue, signalNames } from "./names";
 import { cellOf, valueOf } from "./numbers";
@@ -37,8 +37,14 @@ export function curvesOf(grid: Grid, options: Options): { curves: RawCurve[]; ta
   blocks.forEach((block, i) => {
     const table = tableOf(upright(block), stated, options);
     table.id = `${grid.sheet ?? ""}/${i + 1}`;
-    assignRoles(table);
-    const found = curvesOfTable(table, options);
+    let found: RawCurve[];
+    try {
+      assignRoles(table);
+      found = curvesOfTable(table, options);
+    } catch (fault) {
+      if (fault instanceof ReadError) fault.tables = [...tables, shownTable(table)];
+      throw fault;
+    }
     append(curves, blocks.length > 1 ? titled(found, block.title || `table ${i + 1}`) : found);
     tables.push(shownTable(table));
   });

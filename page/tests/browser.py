@@ -4,9 +4,11 @@ import json
 import shutil
 import tempfile
 import time
+from contextlib import contextmanager
 from pathlib import Path
 
 from selenium import webdriver
+from selenium.webdriver import ActionChains
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
@@ -14,6 +16,7 @@ from selenium.webdriver.support.ui import WebDriverWait
 
 TOP = Path(__file__).resolve().parents[2]
 PAGE = TOP / "out" / "zolt.html"
+# The program itself: its wrapper leaves browsers running.
 BROWSER, DRIVER = "/usr/lib/chromium/chromium", "/usr/bin/chromedriver"
 FLAGS = """--headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-sync
 --disable-background-networking --disable-component-update --window-size=1400,1000""".split()
@@ -21,6 +24,8 @@ FLAGS = """--headless --no-sandbox --disable-gpu --disable-quic --no-first-run -
 
 class Browser:
     def __init__(self):
+        if not PAGE.is_file():
+            raise FileNotFoundError(f"{PAGE} is missing; script/page builds it")
         self.folder = Path(tempfile.mkdtemp())
         options = webdriver.ChromeOptions()
         options.binary_location = BROWSER
@@ -67,8 +72,9 @@ class Browser:
                  "e.dispatchEvent(new Event('change', {bubbles: true}))", name, value)  # fmt: skip
 
     def press(self, *keys):
+        """Presses keys one by one, wherever the focus is by then."""
         for key in keys:
-            self.driver.switch_to.active_element.send_keys(key)
+            ActionChains(self.driver, duration=0).send_keys(key).perform()
 
     def give(self, *files, wait=True):
         """Chooses files, given as name and text, and waits until they are fitted."""
@@ -96,8 +102,35 @@ class Browser:
             time.sleep(0.05)
         return path.read_bytes()
 
+    @contextmanager
+    def before(self, script):
+        """Runs a script in every page that is opened, before the page's own."""
+        added = self.driver.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": script})
+        try:
+            yield
+        finally:
+            self.driver.execute_cdp_cmd("Page.removeScriptToEvaluateOnNewDocument", added)
+
+    @contextmanager
+    def emulated(self, **metrics):
+        """A screen of another size."""
+        usual = {"deviceScaleFactor": 1, "mobile": False, "height": 900}
+        self.driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {**usual, **metrics})
+        try:
+            yield
+        finally:
+            self.driver.execute_cdp_cmd("Emulation.clearDeviceMetricsOverride", {})
+
     def session(self):
         return json.loads(self.export("session", "session.json"))
 
 
-__all__ = ["Browser", "DRIVER", "Keys", "PAGE", "TOP"]
+def example(name):
+    return name, (TOP / "examples" / name).read_text()
+
+
+def readings(session):
+    return [(curve["x"], curve["y"], curve["temperature"]) for curve in session["curves"]]
+
+
+__all__ = ["Browser", "Keys", "PAGE", "TOP", "example", "readings"]

@@ -7,6 +7,7 @@ import sys
 from pathlib import Path
 
 import numpy as np
+import pytest
 
 TOP = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(TOP / "page"))
@@ -70,3 +71,8 @@ def compare(readings, reference):
     inference.ZOLTI_compare(records, len(readings), None, reference, ctypes.c_double(0.95), whole, fits, rows)
     del kept
     return unpack("ZOLTI_Global", whole), [unpack("ZOLTI_Comparison", rows, i) for i in range(len(readings))]
+
+
+def close(ours, theirs):
+    """Within 1e-9 of one another, relatively; what is 0, -1 or infinite is that here and there."""
+    assert ours == pytest.approx(theirs, rel=1e-9, abs=1e-12)

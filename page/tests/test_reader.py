@@ -5,7 +5,6 @@ import json
 import os
 import random
 import re
-import shutil
 import subprocess
 import sys
 import zipfile
@@ -28,8 +27,6 @@ OPTIONS = {"skip_rows": "skipRows"}  # names of choices that differ from the hos
 @pytest.fixture(scope="module")
 def read(tmp_path_factory):
     """Function that reads many requests at once with the page's reader, as it is bundled for the page."""
-    if not all(map(shutil.which, ("node", "esbuild"))) or not (PAGE / "node_modules" / "fflate").exists():
-        pytest.skip("wants node, esbuild and, in the folder of the page, npm ci")
     folder = tmp_path_factory.mktemp("reader")
     bundle = folder / "reader.mjs"
     command = ["esbuild", PAGE / "reader" / "index.ts", "--bundle", "--format=esm", "--log-level=warning"]

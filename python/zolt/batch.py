@@ -163,7 +163,7 @@ def fit_many(curves, *, workers=None, client=None, progress=True, units="kcal", 
     """
     settings = settings or settings_of(**options)
     curves = as_curves(curves)
-    if settings.replicates == "pooled":
-        curves = pooled(curves)
+    if settings.replicates != "each":
+        curves = pooled(curves, settings.replicates == "across")
     outcomes = fit_each(curves, workers=workers, client=client, progress=progress, settings=settings)
     return table_of(outcomes, curves, units)

@@ -109,6 +109,42 @@ TEST(Global, DifferencesAndIntervalsHoldTheTruth) {
   EXPECT_LE(refused, kSets / 10);
 }
 
+// With dG of one curve held at an end of its interval, the best shared m leaves a sum that has
+// grown by the square of Student's t, or by more where the errors were enlarged for unequal noise.
+TEST(Global, EndsOfIntervalsAreWhereTheSumHasGrown) {
+  const Set set = mutants(4, 0.02, 8);
+  const Together all = fitAll(set.data);
+  const double scatter = all.global.chi_squared / all.global.degrees;
+  const auto leastSum = [&](std::size_t held, double dG) {
+    const auto sumAt = [&](double m) {
+      double sum = 0.0;
+      for (std::size_t i = 0; i < set.data.size(); ++i) {
+        ZOLTI_Options options = usual();
+        options.m[0] = m;
+        options.dG[0] = i == held ? dG : kNaN;
+        sum +=
+            fit(set.data[i], 1, options).sse / (all.fits[i].residual_sd * all.fits[i].residual_sd);
+      }
+      return sum;
+    };
+    double low = 0.8 * all.global.shared[0], high = 1.25 * all.global.shared[0];
+    while (high / low > 1.0 + 1e-5) {
+      const double a = low + 0.382 * (high - low), b = low + 0.618 * (high - low);
+      (sumAt(a) < sumAt(b) ? high : low) = sumAt(a) < sumAt(b) ? b : a;
+    }
+    return sumAt(low);
+  };
+  constexpr double kStudent = 1.993;  // 0.975 quantile of 74 degrees of freedom
+  ASSERT_EQ(all.global.degrees, 75);
+  for (std::size_t i = 0; i < set.data.size(); ++i) {
+    for (const double end : all.intervals[i].dG[0]) {
+      const double growth = leastSum(i, end) - all.global.chi_squared / scatter;
+      EXPECT_GT(growth, 0.95 * kStudent * kStudent) << "curve " << i << " at " << end;
+      EXPECT_LT(growth, 1.2 * kStudent * kStudent) << "curve " << i << " at " << end;
+    }
+  }
+}
+
 TEST(Global, CurvesThatDoNotShareAreTold) {
   Set set = mutants(3, 0.01, 9);
   set.data.push_back(mutants(1, 0.01, 10, 2100.0).data[0]);

@@ -22,7 +22,7 @@ CHOICES = {
                      help="Standard deviations of the file.  [sd]"),
     "sd_known": model("--sd-known", is_flag=True, help="They are true sizes, not only weights."),
     "replicates": model("--replicates", type=click.Choice(REPLICATES), default="pooled",
-                        help="Fitted together or each alone."),
+                        metavar="HOW", help="pooled, across files too, or each.  [pooled]"),
     "residues": model("--residues", type=click.IntRange(1), metavar="N",
                       help="Chain length: warn where m does not suit."),
     "midpoint": model("--midpoint", is_flag=True, help="Midpoint only, for short or poor curves."),

@@ -77,7 +77,9 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     with cluster(scheduler) as client:
         source = Input(files, layout, reading, temperature, quiet)
         source.need_curves()
-        curves = pooled(source.curves) if settings.replicates == "pooled" else source.curves
+        curves = source.curves
+        if settings.replicates != "each":
+            curves = pooled(curves, settings.replicates == "across")
         check_exclusions(settings, curves)
         started = time.perf_counter()
         try:

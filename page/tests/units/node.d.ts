@@ -1,0 +1,7 @@
+declare module "node:test" {
+  export function test(name: string, body: () => void | Promise<void>): void;
+}
+declare module "node:assert" {
+  export function deepStrictEqual(found: unknown, wanted: unknown, words?: string): void;
+  export function ok(value: unknown, words?: string): void;
+}
