@@ -49,6 +49,11 @@ def pooled(curves, across=False):
     return tell_apart(brought)[0]
 
 
+def gathered(curves, settings):
+    """The curves with their replicates as the settings have them: pooled, across files too, or each."""
+    return curves if settings.replicates == "each" else pooled(curves, settings.replicates == "across")
+
+
 def _with_note(curve, apart):
     text = (
         f"replicates of '{curve.group}' differ by {100.0 * apart:.0f} % of the signal; each is fitted alone"
