@@ -69,6 +69,19 @@ def test_what_belongs_to_other_conditions_stays_apart():
     assert len({c.name for c in together}) == 3 and together[1].sd.size == 40
 
 
+def test_columns_called_alike_in_two_files_are_two_proteins(tmp_path):
+    for name in ("wild_type", "mutant"):
+        table = pd.DataFrame({"urea_M": replicates(1.0)[0].x})
+        for i, curve in enumerate(replicates(1.0, 1.0), start=1):
+            table[f"signal rep {i}"] = curve.y
+        table.to_csv(tmp_path / f"{name}.csv", index=False)
+    curves = [c for name in ("wild_type", "mutant") for c in zolt.read_curves(tmp_path / f"{name}.csv")]
+    apart = zolt.pooled(curves)
+    assert [c.x.size for c in apart] == [40, 40] and len({c.name for c in apart}) == 2
+    assert [c.x.size for c in zolt.pooled(curves, across=True)] == [80]
+    assert zolt.fit_many(curves, replicates="across", progress=False)["points"].tolist() == [80]
+
+
 def test_each_alone_with_mean_and_deviation(tmp_path):
     table = pd.DataFrame({"urea_M": replicates(1.0)[0].x})
     for i, curve in enumerate(replicates(1.0, 1.0, 1.0), start=1):

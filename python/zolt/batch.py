@@ -15,7 +15,7 @@ from .exclusion import excluded
 from .fit import fit
 from .read import Curve
 from .reading.curve import identical_curves
-from .replicates import GROUP, pooled
+from .replicates import GROUP, gathered
 from .settings import Settings, settings_of
 from .sheets import warnings_of
 
@@ -162,8 +162,6 @@ def fit_many(curves, *, workers=None, client=None, progress=True, units="kcal", 
     the others: `status` says how each went.
     """
     settings = settings or settings_of(**options)
-    curves = as_curves(curves)
-    if settings.replicates == "pooled":
-        curves = pooled(curves)
+    curves = gathered(as_curves(curves), settings)
     outcomes = fit_each(curves, workers=workers, client=client, progress=progress, settings=settings)
     return table_of(outcomes, curves, units)

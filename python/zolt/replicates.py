@@ -16,16 +16,26 @@ _QUANTITIES = ("dG", "Cm", "m")
 _GRID = 60  # places at which replicates are compared
 
 
-def pooled(curves):
+def conditions(curve, across=False):
+    """What replicates of one another have in common: also the file, unless they go `across` files.
+
+    Columns of two files are often called alike and are different proteins.
+    """
+    file = None if across else curve.details.get("file")
+    return curve.group, file, curve.temperature, curve.label, curve.denaturant
+
+
+def pooled(curves, across=False):
     """The curves with those of one `group`, temperature and label brought together, in order.
 
+    Only curves of one file are brought together, unless `across` is set.
     Every reading stays a reading; equal concentrations tell the pure error of the fit. `part` says of
     each reading which replicate it belongs to. Replicates that differ in scale or offset, so that no
     one curve runs through them, stay as they are with a note.
     """
     groups = {}
     for i, curve in enumerate(curves):
-        key = i if curve.group is None else (curve.group, curve.temperature, curve.label, curve.denaturant)
+        key = i if curve.group is None else conditions(curve, across)
         groups.setdefault(key, []).append(curve)
     taken = Counter(same[0].group if len(same) > 1 else same[0].name for same in groups.values())
     brought = []
@@ -37,6 +47,11 @@ def pooled(curves):
         else:
             brought.append(_together(same, taken[same[0].group] > 1))
     return tell_apart(brought)[0]
+
+
+def gathered(curves, settings):
+    """The curves with their replicates as the settings have them: pooled, across files too, or each."""
+    return curves if settings.replicates == "each" else pooled(curves, settings.replicates == "across")
 
 
 def _with_note(curve, apart):
@@ -117,10 +132,10 @@ def replicate_means(fits, units="kcal"):
     groups = {}
     for fit in fits:
         if GROUP in fit.details:
-            key = fit.details[GROUP], fit.temperature, fit.details.get("label")
-            groups.setdefault(key, []).append(fit)
+            shared = (fit.details.get(name) for name in (GROUP, "file", "label"))
+            groups.setdefault((*shared, fit.temperature, fit.denaturant), []).append(fit)
     rows = []
-    for (name, _, label), members in groups.items():
+    for (name, _, label, *_), members in groups.items():
         if len(members) < 2:
             continue
         sound = [fit for fit in members if fit.ok]

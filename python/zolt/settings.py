@@ -7,7 +7,7 @@ from .model import CAL_PER_UNIT
 
 STATES = ("auto", "picker", 2, 3, 4)
 WEIGHTS = ("sd", "sem", "none")
-REPLICATES = ("pooled", "each")
+REPLICATES = ("pooled", "across", "each")
 USUAL_TEMPERATURE = 25.0  # °C
 # What the saved form calls the fields that it holds as they are.
 _PLAIN = {
@@ -25,9 +25,9 @@ class Settings:
     `denatured` are "line", "flat" or (intercept, slope). `m` is "free", "shared", one number for every
     transition or one each; `dG` and `Cm` hold values where given, one number that of the first.
     `weights` are "sd", "sem" (the deviations as those of means) or "none"; `sd_known` takes the
-    deviations for true sizes. `replicates` are "pooled" or fitted "each" alone. `exclude` holds texts
-    that `zolt.exclusion` reads. `residues` is the length of the chain. `intervals` is None or the
-    options of `Fit.intervals`.
+    deviations for true sizes. `replicates` of each file are "pooled", those of all files together
+    ("across"), or fitted "each" alone. `exclude` holds texts that `zolt.exclusion` reads. `residues` is
+    the length of the chain. `intervals` is None or the options of `Fit.intervals`.
     """
 
     states: object = "auto"
@@ -52,7 +52,7 @@ class Settings:
         if self.weights not in WEIGHTS:
             raise ValueError(f"weights is one of {', '.join(WEIGHTS)}, not {self.weights!r}")
         if self.replicates not in REPLICATES:
-            raise ValueError(f"replicates is 'pooled' or 'each', not {self.replicates!r}")
+            raise ValueError(f"replicates is 'pooled', 'across' or 'each', not {self.replicates!r}")
         if isinstance(self.m, str) and self.m not in ("free", "shared"):
             raise ValueError(f"m is 'free', 'shared' or a number in cal/mol/M, not {self.m!r}")
         if self.m is None:

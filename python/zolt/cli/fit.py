@@ -8,7 +8,7 @@ import click
 
 from ..batch import fit_each, table_of
 from ..output import print_fits, print_replicates
-from ..replicates import pooled
+from ..replicates import gathered
 from ..writing import TABLES
 from .choices import check_exclusions, fit_choices, settings_from
 from .cluster import cluster
@@ -77,10 +77,14 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     with cluster(scheduler) as client:
         source = Input(files, layout, reading, temperature, quiet)
         source.need_curves()
-        curves = pooled(source.curves) if settings.replicates == "pooled" else source.curves
+        curves = gathered(source.curves, settings)
         check_exclusions(settings, curves)
         started = time.perf_counter()
-        outcomes = fit_each(curves, workers=workers, client=client, progress=not quiet, settings=settings)
+        try:
+            outcomes = fit_each(curves, workers=workers, client=client, progress=not quiet, settings=settings)
+        except ValueError as fault:  # of all curves together; one curve's faults stay its own
+            click.echo(f"zolt: {fault}", err=True)
+            sys.exit(2)
         elapsed = time.perf_counter() - started
     table = table_of(outcomes, curves, units)
     logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)), **reading,
