@@ -11,6 +11,7 @@ from .points import means_at
 from .reading.curve import tell_apart
 from .reading.grid import Note
 
+GROUP = "replicate_of"  # the detail of a fit that names its group
 _QUANTITIES = ("dG", "Cm", "m")
 _GRID = 60  # places at which replicates are compared
 
@@ -46,6 +47,11 @@ def pooled(curves, across=False):
         else:
             brought.append(_together(same, taken[same[0].group] > 1))
     return tell_apart(brought)[0]
+
+
+def gathered(curves, settings):
+    """The curves with their replicates as the settings have them: pooled, across files too, or each."""
+    return curves if settings.replicates == "each" else pooled(curves, settings.replicates == "across")
 
 
 def _with_note(curve, apart):
@@ -115,23 +121,24 @@ def _mark(curve, place):
     return f"{mark:g}" if isinstance(mark, float) else mark
 
 
-def replicate_means(fits, curves, units="kcal"):
+def replicate_means(fits, units="kcal"):
     """A DataFrame with mean and SD of dG, Cm and m of replicates that were fitted each alone.
 
-    A row per group of `curves`, which stand beside `fits`; of its fits those count that are fitted
-    with the number of states that most of them have. A lone fit has no SD.
+    A row per group of replicates; of its fits those count that are fitted with the number of states
+    that most of them have. A lone fit has no SD.
     """
     import pandas as pd
 
     groups = {}
-    for curve, fit in zip(curves, fits, strict=True):
-        if curve.group is not None:
-            groups.setdefault(conditions(curve), []).append(fit)
+    for fit in fits:
+        if GROUP in fit.details:
+            shared = (fit.details.get(name) for name in (GROUP, "file", "label"))
+            groups.setdefault((*shared, fit.temperature, fit.denaturant), []).append(fit)
     rows = []
-    for (name, _, _, label, _), members in groups.items():
+    for (name, _, label, *_), members in groups.items():
         if len(members) < 2:
             continue
-        sound = [fit for fit in members if not isinstance(fit, Exception) and fit.ok]
+        sound = [fit for fit in members if fit.ok]
         states = [fit.states for fit in sound]
         most = max(states, key=states.count) if states else None
         alike = [fit for fit in sound if fit.states == most]

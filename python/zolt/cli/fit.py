@@ -7,8 +7,8 @@ from functools import partial
 import click
 
 from ..batch import fit_each, table_of
-from ..output import print_fits
-from ..replicates import pooled, replicate_means
+from ..output import print_fits, print_replicates
+from ..replicates import gathered
 from ..writing import TABLES
 from .choices import check_exclusions, fit_choices, settings_from
 from .cluster import cluster
@@ -77,12 +77,14 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     with cluster(scheduler) as client:
         source = Input(files, layout, reading, temperature, quiet)
         source.need_curves()
-        curves = source.curves
-        if settings.replicates != "each":
-            curves = pooled(curves, settings.replicates == "across")
+        curves = gathered(source.curves, settings)
         check_exclusions(settings, curves)
         started = time.perf_counter()
-        outcomes = fit_each(curves, workers=workers, client=client, progress=not quiet, settings=settings)
+        try:
+            outcomes = fit_each(curves, workers=workers, client=client, progress=not quiet, settings=settings)
+        except ValueError as fault:  # of all curves together; one curve's faults stay its own
+            click.echo(f"zolt: {fault}", err=True)
+            sys.exit(2)
         elapsed = time.perf_counter() - started
     table = table_of(outcomes, curves, units)
     logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)), **reading,
@@ -91,10 +93,7 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     write_all(delivery, run, wide=wide, kinds=kinds, picture=picture, overlay_of=overlay_of, look=look)
     if not quiet:
         print_fits(table, units, run.fits, run.intervals)
-        alike = replicate_means([fit for fit, _ in outcomes], curves, units)
-        if len(alike):
-            click.echo("Replicates, each fitted alone:")
-            click.echo(alike.to_string(index=False, float_format="{:.3f}".format, na_rep=""))
+        print_replicates(run.fits, units)
         good = int((table["status"].isin(["fitted", "midpoint fitted"])).sum())
         click.echo(f"{good} of {len(table)} curves fitted in {elapsed:.2f} s.")
     source.problems += delivery.problems
