@@ -34,24 +34,6 @@ struct Layout {
   }
 };
 
-#if defined(ZOLT_HAVE_CMINPACK) || defined(ZOLT_HAVE_EIGEN)
-std::vector<double> freeStart(const SingleFit& fit) {
-  std::vector<double> values;
-  for (int place : fit.free) {
-    values.push_back(fit.start[static_cast<std::size_t>(place)]);
-  }
-  return values;
-}
-
-void residualsOf(const SingleFit& fit, const double* freeValues, double* residuals) {
-  const std::vector<double> full = fullVector(fit, freeValues);
-  signalOf(fit, full.data(), residuals);
-  for (std::size_t i = 0; i < fit.y.size(); ++i) {
-    residuals[i] -= fit.y[i];
-  }
-}
-#endif
-
 #ifdef ZOLT_HAVE_CMINPACK
 int evaluateForCminpack(void* data, int, int, const double* values, double* residuals,
                         double* columns, int, int what) {
@@ -119,6 +101,22 @@ std::vector<double> solveByEigen(const SingleFit& fit) {
 #endif
 
 }  // namespace
+
+std::vector<double> freeStart(const SingleFit& fit) {
+  std::vector<double> values;
+  for (int place : fit.free) {
+    values.push_back(fit.start[static_cast<std::size_t>(place)]);
+  }
+  return values;
+}
+
+void residualsOf(const SingleFit& fit, const double* freeValues, double* residuals) {
+  const std::vector<double> full = fullVector(fit, freeValues);
+  signalOf(fit, full.data(), residuals);
+  for (std::size_t i = 0; i < fit.y.size(); ++i) {
+    residuals[i] -= fit.y[i];
+  }
+}
 
 std::vector<double> fullVector(const SingleFit& fit, const double* freeValues) {
   std::vector<double> full = fit.start;
@@ -202,6 +200,12 @@ const std::vector<Peer>& peers() {
 #endif
 #ifdef ZOLT_HAVE_EIGEN
       {"Eigen", solveByEigen},
+#endif
+#ifdef ZOLT_HAVE_GSL
+      {"GSL", solveByGsl},
+#endif
+#ifdef ZOLT_HAVE_CERES
+      {"Ceres", solveByCeres},
 #endif
   };
   return all;

@@ -17,8 +17,12 @@ struct SingleFit {
 void signalOf(const SingleFit& fit, const double* full, double* signal);
 void derivativesOf(const SingleFit& fit, const double* full, double* columns);
 
-// The start with the free parameters put in.
+// The free parameters of the start, and the start with free parameters put in.
+std::vector<double> freeStart(const SingleFit& fit);
 std::vector<double> fullVector(const SingleFit& fit, const double* freeValues);
+
+// Signal minus reading at all points.
+void residualsOf(const SingleFit& fit, const double* freeValues, double* residuals);
 
 double sumOfSquares(const SingleFit& fit, const std::vector<double>& full);
 
@@ -28,6 +32,10 @@ struct Peer {
   std::vector<double> (*solve)(const SingleFit&);
 };
 const std::vector<Peer>& peers();
+
+// Where the libraries are there.
+std::vector<double> solveByGsl(const SingleFit& fit);
+std::vector<double> solveByCeres(const SingleFit& fit);
 
 inline constexpr double kPeerTolerance = 1e-8;
 inline constexpr int kPeerEvaluations = 400;

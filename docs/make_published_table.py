@@ -69,43 +69,45 @@ all temperatures and concentrations, here carried to each temperature by the Gib
 
 What differs, and why:
 
-- Midpoints agree within 0.035 M, except for ACBP at 45 °C, which unfolds from 0 M on and whose
+- Midpoints agree within 0.04 M, except for ACBP at 45 °C, which unfolds from 0 M on and whose
   published value is carried there from lower temperatures.
 - m, and with it dG = m Cm, differs more than Cm does. The published fits of FKBP12 and CI2 hold the
   baselines at 0 and 1; here both baselines are found from the curve, so their uncertainty is part of
   the interval.
 - R2ab unfolds from 0 M on. No reading shows its native baseline, and m hangs on the one assumed.
 - ACBP's published dG comes from all temperatures at once. One slice of 15 readings holds less, and
-  leaves m about a quarter lower at 15 and 25 °C; a plain least squares fit of the same slice at 25 °C
-  gives Cm 1.670 and m 2.73, a dG of 4.6 as here.
+  leaves m lower at 15 and 25 °C; a least squares fit of the same slice by another program gives the
+  same Cm of 1.670 and m of 2.73 at 25 °C.
 """
 
 CALCIUM_TEXT = """
 ## S100A9 with calcium
 
-dG and Cm by label (mM calcium) from `zolt.fit_series`, dG with the engine's error per label, beside
-the two published fits. A label of 0 has no logarithm: its curves are fitted, but stay off the trend.
+dG and Cm by label (mM calcium), the mean of its runs, each fitted by itself with m floating and with
+the published m of 0.95, beside the published fits; ± is the standard deviation between runs. Runs
+whose dG has a standard error above half of its value, and runs without a transition, are left out of
+the column with floating m; "runs" counts those that stay of all. The last columns are the engine's
+series: the aggregation form, and the trend form, in which a label of 0 has no place.
 
-| protein | label | dG, m floating | dG, m = 0.95 | dG, aggregation | dG, trend | Cm, m floating | Cm, aggregation |
-|---|---|---|---|---|---|---|---|
+| protein | label | dG, m floating | zolt | runs | dG, m = 0.95 | zolt | Cm, m floating | zolt | aggregation dG | trend dG |
+|---|---|---|---|---|---|---|---|---|---|---|
 """
 
 CALCIUM_NOTES = """
-The published fits float the baselines of every run; the series holds the baseline slopes of one
-reference fit, so its dG carries the slopes of the curve that was the reference. The trend form also
-puts all m on one line in ln(label), here between two labels. Runs of 10 to 16 readings with few of
-them on the plateaus do not fix m, and the two published columns of dG differ among themselves by as
-much. Midpoints are what these curves tell: with calcium they move in the same order and by about the
-same amount.
+Runs of 10 to 16 readings with few of them on the plateaus do not fix m: the two published columns of
+dG differ among themselves as much as ours do from them. The series holds the baseline slopes of one
+reference fit, so its dG carries the slopes of the curve that was the reference. Midpoints are what
+these curves tell: with calcium they move in the same order and by about the same amount.
 """
 
 PLAIN_TEXT = """
 ## Curves without published two-state values
 
 Repeat arrays and a dimer, for which global models were published. The values beside ours are those
-of a plain least squares fit of the same apparent model with two sloped baselines. For LcrH, whose
-native plateau is missing, that fit has flat baselines, and the first midpoint moves with them. Of
-the CTPRa arrays outliers are left out: CTPRa5 has one gross one, with which its plain fit is off.
+of a plain least squares fit of the same apparent model by another program, with two sloped baselines.
+For LcrH, whose native plateau is missing, both fits have flat baselines; with sloped ones nothing fixes
+the first midpoint. Of the CTPRa arrays outliers are left out: CTPRa5 has one gross one, with which its
+plain fit is off.
 
 | curve | transition | plain Cm | Cm | plain m | m | R² |
 |---|---|---|---|---|---|---|
@@ -123,8 +125,11 @@ def without_zero(curve):
 
 
 def with_interval(value, bounds, digits):
+    if np.isnan(bounds[0]):
+        return f"{value:.{digits}f}"
+    lower = f"[{bounds[0]:.{digits}f}" if np.isfinite(bounds[0]) else "(−∞"
     upper = f"{bounds[1]:.{digits}f}]" if np.isfinite(bounds[1]) else "∞)"
-    return f"{value:.{digits}f} [{bounds[0]:.{digits}f}, {upper}" if bounds[0] == bounds[0] else f"{value:.{digits}f}"
+    return f"{value:.{digits}f} {lower}, {upper}"
 
 
 def published_rows(folder):
@@ -151,7 +156,9 @@ def plain_rows(folder):
     for file, temperature, states, expected in PLAIN:
         curves = curves_of(folder, file)
         for name, transitions in expected.items():
-            fit = zolt.fit(*curves[name], temperature, states=states, drop_outliers=file.startswith("CTPRa"))
+            flat = {"native": "flat", "denatured": "flat"} if file.startswith("LcrH") else None
+            fit = zolt.fit(*curves[name], temperature, states=states, baselines=flat,
+                           drop_outliers=file.startswith("CTPRa"))  # fmt: skip
             if not fit.ok:
                 yield f"| {name} | | {transitions[0][0]} | {fit.status} | | | |"
                 continue
@@ -160,6 +167,16 @@ def plain_rows(folder):
                 ours = with_interval(fit.Cm[i], spans.Cm[i], 3)
                 slope = with_interval(fit.m[i] / 1000, spans.m[i] / 1000, 2)
                 yield f"| {name} | {i + 1} | {Cm} | {ours} | {m or ''} | {slope} | {fit.r_squared:.4f} |"
+
+
+def runs_of(curves, labels, label, **options):
+    fits = [zolt.fit(c.x, c.y, 25.0, states=2, **options) for c, own in zip(curves, labels) if own == label]
+    return [fit for fit in fits if fit.ok and fit.se["dG"][0] < 0.5 * fit.dG[0]], len(fits)
+
+
+def mean_and_sd(values, digits):
+    spread = f" ± {np.std(values, ddof=1):.{digits}f}" if len(values) > 1 else ""
+    return f"{np.mean(values):.{digits}f}{spread}" if len(values) else ""
 
 
 def calcium_rows(folder):
@@ -171,9 +188,15 @@ def calcium_rows(folder):
             for form in ("aggregation", "trend")
         ]
         for k, label in enumerate((0.0, 0.5, 5.0)):
-            ours = [f"{t.loc[label, 'dG_kcal_per_mol']:.2f} ± {t.loc[label, 'error_kcal_per_mol']:.2f}" for t in tables]
-            given = [f"{values[k]:.3f}" for values in published]
-            cells = [protein, f"{label:g}", *given[:2], *ours, given[2], f"{tables[0].loc[label, 'Cm_M']:.3f}"]
+            free, runs = runs_of(curves, labels, label)
+            held, _ = runs_of(curves, labels, label, m=950.0)
+            given = [f"{values[k]:.2f}" for values in published]
+            series = [f"{t.loc[label, 'dG_kcal_per_mol']:.2f}" for t in tables]
+            cells = [
+                protein, f"{label:g}", given[0], mean_and_sd([f.dG_in()[0] for f in free], 2),
+                f"{len(free)} of {runs}", given[1], mean_and_sd([f.dG_in()[0] for f in held], 2),
+                given[2], mean_and_sd([f.Cm[0] for f in free], 2), *series,
+            ]  # fmt: skip
             yield f"| {' | '.join(cells)} |"
 
 

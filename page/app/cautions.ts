@@ -83,8 +83,11 @@ function states({ answer, fit, state: { settings } }: Looked): Caution[] {
   const chosen = rows.find((row) => row.states === fitted);
   if (told || !chosen) return [];
   // A smaller model that AICc puts hardly behind, or a larger one that it puts clearly before.
-  const asGood = ({ sound, states, aicc_difference: other }: records.EvidenceRow) => sound && other >= 0 && chosen.aicc_difference >= 0 &&
-    other - chosen.aicc_difference < (states < chosen.states ? LIMITS.aicc : -LIMITS.aicc);
+  // A larger model counts only where noise alone speaks against it.
+  const asGood = ({ sound, states, outcome, aicc_difference: other }: records.EvidenceRow) =>
+    sound && other >= 0 && chosen.aicc_difference >= 0 && (states < chosen.states
+      ? other - chosen.aicc_difference < LIMITS.aicc
+      : outcome === records.SMALL_GAIN && other - chosen.aicc_difference < -LIMITS.aicc);
   const others = rows.filter((row) => row !== chosen && (row.outcome === records.ONE_READING || asGood(row)));
   return others.length ? [caution("states_indistinguishable", { states: NUMBERS[fitted], others: others.map((row) => NUMBERS[row.states]).join(" or ") })] : [];
 }

@@ -3,7 +3,8 @@
 import { LIMITS } from "./cautions";
 import { Entry, entryKey, fitOf } from "./state";
 
-const joins = ({ group, temperature, label, denaturant }: Entry) => JSON.stringify([group, temperature, label, denaturant]);
+// Columns of two files are often called alike and are different proteins.
+const joins = ({ group, file, temperature, label, denaturant }: Entry) => JSON.stringify([group, file, temperature, label, denaturant]);
 
 /**
  * Replicates as one entry a group, at the place of its first; readings ascend in concentration. Those that

@@ -1,6 +1,9 @@
 import matplotlib
 import numpy as np
 import pytest
+from click.testing import CliRunner
+
+from zolt.cli import main
 
 matplotlib.use("Agg")
 RT = 298.15 * 1.9872
@@ -22,3 +25,9 @@ FOUR = [(4000.0, 1.6, 0.35), (11000.0, 4.2, 0.3), (20000.0, 6.7, 0.35)]
 @pytest.fixture
 def curve():
     return simulate(FKBP12, noise=0.008)
+
+
+@pytest.fixture
+def run():
+    """The command within this process: exit status, both streams."""
+    return lambda *arguments: CliRunner(mix_stderr=False).invoke(main, list(map(str, arguments)))

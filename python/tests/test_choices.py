@@ -49,11 +49,15 @@ WELLS = ["A1", "A2", "A3", "B3", "A4", "A5"]
         ("b03", [3]),
         ("WT@3,#1", [0, 4]),
         ("V38A@3", []),
+        ("b@#2,2", [3, 4]),
         ("9", []),
     ],
 )
 def test_readings_are_left_out_as_they_are_told(text, places):
-    assert np.flatnonzero(excluded([text], "WT", X, WELLS)).tolist() == places
+    curve = Curve(
+        "WT", X, X, details={"well": " ".join(WELLS)}, members=np.array(["a", "a", "a", "b", "b", "b"])
+    )
+    assert np.flatnonzero(excluded([text], curve)).tolist() == places
 
 
 @pytest.mark.parametrize("text", ["", "..", "high", "3-4", "#", "WT@"])
@@ -75,7 +79,19 @@ def test_baselines_in_all_their_forms(text, sides):
     assert baselines_of(text) == sides
 
 
-@pytest.mark.parametrize("text", ["1,2", "native=", "native=1", "native=flat,native=line", "flat", "native=1,2,3"])
+@pytest.mark.parametrize(
+    "text",
+    [
+        "1,2",
+        "native=",
+        "native=1",
+        "native=flat,native=line",
+        "flat",
+        "native=1,2,3",
+        "native=nan,0",
+        "1,2,3,inf",
+    ],
+)
 def test_baselines_that_are_none_are_refused(text):
     with pytest.raises(click.UsageError, match="--baselines takes"):
         baselines_of(text)
@@ -108,7 +124,9 @@ def test_deviations_weigh_the_readings():
     sd = np.full(x.size, 0.004)
     sd[20] = 0.04
     trusted = zolt.fit(x, y, states=2, sd=sd)
-    assert abs(trusted.Cm[0] - 3.867) < 0.3 * abs(zolt.fit(x, y, states=2, sd=sd, weights="none").Cm[0] - 3.867)
+    assert abs(trusted.Cm[0] - 3.867) < 0.3 * abs(
+        zolt.fit(x, y, states=2, sd=sd, weights="none").Cm[0] - 3.867
+    )
     curve = Curve("a", x, y, temperature=25.0, sd=sd, n=np.full(x.size, 4.0))
     by_mean = zolt.fit_each([curve], weights="sem", sd_known=True, states=2)[0][0]
     known = zolt.fit_each([curve], sd_known=True, states=2)[0][0]
@@ -125,7 +143,11 @@ def test_one_m_for_all_curves(table):
         assert spans.dG[0, 0] < fit.dG[0] < spans.dG[0, 1]
     with pytest.raises(ValueError, match="share m with one another"):
         zolt.fit(*simulate(FKBP12), m="shared")
-    for wrong in (dict(m="shared", dG=5000.0), dict(m="shared", intervals=dict(method="bootstrap")), dict(m="held")):
+    for wrong in (
+        dict(m="shared", dG=5000.0),
+        dict(m="shared", intervals=dict(method="bootstrap")),
+        dict(m="held"),
+    ):
         with pytest.raises(ValueError):
             settings_of(**wrong)
 
@@ -133,7 +155,11 @@ def test_one_m_for_all_curves(table):
 SETTINGS = [
     dict(),
     dict(states=3, m=1434.0, weights="none", exclude=["B3", "6..8"], residues=107, temperature=10.0),
-    dict(baselines={"native": "flat", "denatured": (1.0, -0.003)}, drop_outliers=True, intervals=dict(method="profile")),
+    dict(
+        baselines={"native": "flat", "denatured": (1.0, -0.003)},
+        drop_outliers=True,
+        intervals=dict(method="profile"),
+    ),
     dict(m="shared", replicates="each", sd_known=True),
     dict(dG=[None, 9000.0], Cm=3.2, states="picker"),
     dict(midpoint_only=True),
@@ -161,10 +187,11 @@ RUNS = [
 @pytest.mark.parametrize("options", RUNS)
 def test_a_run_gives_the_same_numbers_again(run, table, tmp_path, options):
     first = run("fit", table, "--out", tmp_path / "r.json", *options)
-    again = run("rerun", tmp_path / "r.json", "--out", tmp_path / "s.json")
+    again = run("rerun", tmp_path / "r.json", "--out", tmp_path / "s.json", "--report", tmp_path / "r.html")
     assert first.exit_code == again.exit_code == 0, again.stderr
     assert "3 curves are the same, to the last digit." in again.stdout
     one, two = (json.loads((tmp_path / name).read_text()) for name in ("r.json", "s.json"))
+    assert (tmp_path / "r.html").read_text().count("data:image") >= 3
     assert one == two and one["curves"][0]["fit"]["dG"][0] > 0.0
 
 
@@ -196,8 +223,24 @@ def test_a_session_of_the_page_runs_here(tmp_path):
         ("[]", "is no saved session"),
         ('{"format": "zolt session", "formatVersion": 9}', "another release"),
         ('{"format": "zolt session", "formatVersion": 1, "curves": []}', "holds no curves"),
-        ('{"format": "zolt session", "formatVersion": 1, "curves": [{"x": [1]}]}', "curve 1 of the session is damaged"),
-        ('{"format": "zolt session", "formatVersion": 1, "settings": {"states": 7}, "curves": [1]}', "settings are damaged"),
+        (
+            '{"format": "zolt session", "formatVersion": 1, "curves": [{"x": [1]}]}',
+            "curve 1 of the session is damaged",
+        ),
+        (
+            '{"format": "zolt session", "formatVersion": 1, "settings": {"states": 7}, "curves": [1]}',
+            "settings are damaged",
+        ),
+        ('{"format": "zolt session", "formatVersion": 1, "settings": [1], "curves": [1]}', "settings are damaged"),
+        (
+            '{"format": "zolt session", "formatVersion": 1, "curves": [{"x": [1], "y": [1], "temperature": 25, "fit": [3]}]}',
+            "results of the session are damaged",
+        ),
+        (
+            '{"format": "zolt session", "formatVersion": 1, "settings": {"shareM": true}, "curves": '
+            '[{"x": [1], "y": [1], "temperature": 25}]}',
+            "a shared m takes two curves",
+        ),
     ],
 )
 def test_what_is_no_session_is_told(run, tmp_path, text, said):
@@ -223,3 +266,15 @@ def test_what_is_no_session_is_told(run, tmp_path, text, said):
 def test_choices_without_sense_are_refused(run, table, arguments, said):
     result = run("fit", table, *arguments)
     assert result.exit_code == 2 and said in " ".join(result.stderr.split())
+
+
+@pytest.mark.parametrize(
+    "columns, said", [(["p0"], "two curves or more"), (["p0", "flat"], "Fewer than two of the curves")]
+)
+def test_nothing_to_share_is_one_sentence(run, table, columns, said):
+    frame = pd.read_csv(table).assign(flat=1.0)
+    frame[["urea_M", *columns]].to_csv(table, index=False)
+    result = run("fit", table, "--m", "shared", "--columns", ",".join(columns))
+    assert (
+        result.exit_code == 2 and said in result.stderr.splitlines()[-1] and "Traceback" not in result.output
+    )

@@ -4,16 +4,9 @@ import json
 
 import pandas as pd
 import pytest
-from click.testing import CliRunner
 from conftest import FKBP12, THREE, simulate
 
 from zolt import __version__
-from zolt.cli import main
-
-
-@pytest.fixture
-def run():
-    return lambda *arguments: CliRunner(mix_stderr=False).invoke(main, list(map(str, arguments)))
 
 
 @pytest.fixture
@@ -78,6 +71,7 @@ def test_a_failed_fit_is_a_result(run, tmp_path):
         (["--temperature", 120], "0 to 100"),
         (["--baselines", "1,2"], "four numbers"),
         (["--out", "a.txt"], "must end in"),
+        (["--midpoint", "--intervals"], "takes no --intervals"),
         (["--midpoint", "--baselines", "1,2,3,4"], "takes no baselines"),
     ],
 )

@@ -26,7 +26,9 @@ def test_differences_come_back_by_all_three_ways():
         row = table.loc[name]
         assert row["dCm_lower_M"] < dCm < row["dCm_upper_M"]
         for way in ("shared_m", "mean_m", "plain"):
-            assert row[f"ddG_{way}_lower_kcal_per_mol"] < 1.45 * dCm < row[f"ddG_{way}_upper_kcal_per_mol"], way
+            assert (
+                row[f"ddG_{way}_lower_kcal_per_mol"] < 1.45 * dCm < row[f"ddG_{way}_upper_kcal_per_mol"]
+            ), way
         assert row["ddG_shared_m_se_kcal_per_mol"] < row["ddG_plain_se_kcal_per_mol"]
     assert result.p > 0.05 and "agree with one m" in result.advice() and "sharpest" in result.advice()
     turned = zolt.compare(result.fits, "p1").table("kJ").set_index("curve")
@@ -46,9 +48,9 @@ def test_readings_left_out_of_the_fits_stay_out():
     y[4] += 0.6
     spoilt = [Curve("p0", x, y, 25.0), *proteins()[1:]]
     clean = zolt.compare([Curve("p0", np.delete(x, 4), np.delete(y, 4), 25.0), *proteins()[1:]])
-    assert zolt.compare(spoilt, exclude=["p0@#5"]).table().equals(
-        clean.table()
-    ) and not zolt.compare(spoilt).table().equals(clean.table())
+    assert zolt.compare(spoilt, exclude=["p0@#5"]).table().equals(clean.table()) and not zolt.compare(
+        spoilt
+    ).table().equals(clean.table())
 
 
 def test_a_curve_without_a_fit_has_no_difference():
@@ -68,7 +70,10 @@ def test_wrong_comparisons_are_refused():
     ):
         with pytest.raises(ValueError, match=said):
             zolt.compare(*arguments)
-    fits = [zolt.fit(*curve, states=2, baselines=sides) for curve, sides in zip(proteins(), (None, {"native": "flat"}))]
+    fits = [
+        zolt.fit(*curve, states=2, baselines=sides)
+        for curve, sides in zip(proteins(), (None, {"native": "flat"}))
+    ]
     with pytest.raises(ValueError, match="same choices"):
         zolt.compare(fits)
 
@@ -76,15 +81,29 @@ def test_wrong_comparisons_are_refused():
 def test_the_command_compares_pooled_replicates(tmp_path):
     wild, mutant = proteins()[:2]
     noise = np.random.default_rng(0)
-    pd.DataFrame({"urea_M": wild.x, **{f"WT rep {i}": wild.y + noise.normal(0, 0.005, 32) for i in (1, 2)}}).to_csv(
-        tmp_path / "wt.csv", index=False
-    )
+    pd.DataFrame(
+        {"urea_M": wild.x, **{f"WT rep {i}": wild.y + noise.normal(0, 0.005, 32) for i in (1, 2)}}
+    ).to_csv(tmp_path / "wt.csv", index=False)
     pd.DataFrame({"urea_M": mutant.x, "V38A": mutant.y}).to_csv(tmp_path / "mut.csv", index=False)
     out, picture = tmp_path / "c.csv", tmp_path / "c.svg"
     result = CliRunner().invoke(
-        main, ["compare", *(str(tmp_path / f) for f in ("wt.csv", "mut.csv")), "--out", str(out), "--plot", str(picture)]
+        main,
+        [
+            "compare",
+            *(str(tmp_path / f) for f in ("wt.csv", "mut.csv")),
+            "--out",
+            str(out),
+            "--plot",
+            str(picture),
+        ],
     )
-    assert result.exit_code == 0 and "Each less WT; kcal/mol" in result.output and "temperature_assumed" in result.output
-    assert pd.read_csv(out)["dCm_M"].tolist() == pytest.approx([-0.7], abs=0.1) and picture.stat().st_size > 5000
+    assert (
+        result.exit_code == 0
+        and "Each less WT; kcal/mol" in result.output
+        and "temperature_assumed" in result.output
+    )
+    assert (
+        pd.read_csv(out)["dCm_M"].tolist() == pytest.approx([-0.7], abs=0.1) and picture.stat().st_size > 5000
+    )
     lone = CliRunner().invoke(main, ["compare", str(tmp_path / "mut.csv")])
     assert lone.exit_code == 2 and "two curves or more" in lone.output

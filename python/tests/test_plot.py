@@ -44,7 +44,9 @@ def test_replicates_are_drawn_with_mean_and_sd():
     fit = zolt.fit(np.tile(x, 3), np.concatenate([y, y + 0.02, y - 0.02]))
     upper, lower = fit.plot().axes
     for ax, middle in ((upper, y), (lower, y - zolt.model.signal(x, fit.result))):
-        marks, _, (bars,) = next(c for c in ax.containers if c.get_label() == "mean and SD of replicates").lines
+        marks, _, (bars,) = next(
+            c for c in ax.containers if c.get_label() == "mean and SD of replicates"
+        ).lines
         assert marks.get_ydata() == pytest.approx(middle, abs=1e-9)
         lengths = [end[1] - start[1] for start, end in bars.get_segments()]
         assert lengths == pytest.approx([2 * 0.02] * 24)
@@ -69,7 +71,9 @@ def _saved(figure, path):
 
 def test_styles_are_matplotlibs_and_leave_no_trace(curve, tmp_path):
     before = dict(matplotlib.rcParams)
-    (tmp_path / "own.mplstyle").write_text("axes.prop_cycle: cycler('color', ['00ff00', '0000ff'])\naxes.grid: True")
+    (tmp_path / "own.mplstyle").write_text(
+        "axes.prop_cycle: cycler('color', ['00ff00', '0000ff'])\naxes.grid: True"
+    )
     figure = zolt.fit(*curve).plot(style=["grayscale", tmp_path / "own.mplstyle"], font_size=6)
     upper = figure.axes[0]
     colours = {matplotlib.colors.to_hex(line.get_color()) for line in upper.lines if line.get_zorder() == 3}
@@ -98,7 +102,9 @@ def test_free_energy_is_a_line_through_the_midpoint_with_the_readings_on_it(curv
 
 
 def test_overlays_bring_curves_of_any_scale_together():
-    fits = [zolt.fit(x, k * y, name=f"_{k}" * 30) for k in (1, -40) for x, y in [simulate(FKBP12, noise=0.004)]]
+    fits = [
+        zolt.fit(x, k * y, name=f"_{k}" * 30) for k in (1, -40) for x, y in [simulate(FKBP12, noise=0.004)]
+    ]
     fits.append(zolt.fit([1.0, 2.0], [1.0, 2.0], name="short"))
     ax = plot.plot_overlay(fits).axes[0]
     first, second = (line.get_ydata() for line in ax.lines)
@@ -132,5 +138,7 @@ def test_the_profile_meets_the_ends_of_every_interval(curve):
 def test_a_plate_without_any_fit_has_a_map():
     fit = zolt.fit([1.0, 2.0], [1.0, 2.0], details={"well": "A1 A2"})
     cells = plot.plate_cells([fit])
-    assert [(row, column) for row, column, _ in cells] == [(0, 0), (0, 1)] and plot.plate_cells([zolt.fit([], [])]) == []
+    assert [(row, column) for row, column, _ in cells] == [(0, 0), (0, 1)] and plot.plate_cells(
+        [zolt.fit([], [])]
+    ) == []
     assert len([text for text in plot.plate_figure(cells).axes[0].texts if text.get_text() == "×"]) == 2

@@ -101,10 +101,17 @@ def test_wrong_series_are_refused():
 @pytest.mark.parametrize("form", ["trend", "aggregation"])
 def test_a_lost_label_is_missing_and_not_zero(form):
     curves = make_series([1, 2, 4, 8], rising)
-    lost = [replace(curve, y=np.full(curve.x.size, 1.0 + 0.1 * i), label=3) for i, curve in enumerate(curves[:2])]
+    lost = [
+        replace(curve, y=np.full(curve.x.size, 1.0 + 0.1 * i), label=3) for i, curve in enumerate(curves[:2])
+    ]
     series = zolt.fit_series([*curves, *[replace(c, name=f"lost{i}") for i, c in enumerate(lost)]], form=form)
     row = series.per_label.set_index("label").loc[3]
-    assert np.isnan(row["dG"]) and np.isnan(row["Cm_M"]) and not row["in_trend"] and (row["curves"], row["fitted"]) == (2, 0)
+    assert (
+        np.isnan(row["dG"])
+        and np.isnan(row["Cm_M"])
+        and not row["in_trend"]
+        and (row["curves"], row["fitted"]) == (2, 0)
+    )
     assert [fit.status == "fitted" for fit in series.fits] == [True] * 4 + [False] * 2
     assert series.slope == zolt.fit_series(curves, form=form).slope and 3 not in series.used_labels
     assert "no part of it: lost0, lost1." in series.verdict and series.vectors.shape == (6, 24)
@@ -118,7 +125,9 @@ def test_units_and_names_come_from_what_was_asked_and_read(tmp_path):
     (tmp_path / "s.csv").write_text("\n".join(lines))
     series = zolt.fit_series(zolt.read_curves(tmp_path / "s.csv"))
     kcal, kJ = (float(series.verdict_in(units).split()[3]) for units in ("kcal", "kJ"))
-    assert kJ == pytest.approx(4.184 * kcal, abs=0.003) and "kJ/mol per unit of ln(Ca (mM))" in series.verdict_in("kJ")
+    assert kJ == pytest.approx(
+        4.184 * kcal, abs=0.003
+    ) and "kJ/mol per unit of ln(Ca (mM))" in series.verdict_in("kJ")
     curves, energies, fractions = series.plot(units="kJ").axes[:3]
     assert curves.get_xlabel() == "Urea (M)" and energies.get_xlabel() == fractions.get_xlabel() == "Ca (mM)"
     assert energies.get_ylabel() == "dG (kJ/mol)" and energies.get_xscale() == "log"

@@ -35,9 +35,9 @@ def waves():
     return x, y + 0.02 * np.sin(2.5 * x)
 
 
-def bad_readings(*places):
+def bad_readings(*places, by=0.4):
     x, y = simulate(FKBP12, 32, noise=0.003)
-    y[list(places)] += 0.4 * (-1.0) ** np.arange(len(places))
+    y[list(places)] += by * (-1.0) ** np.arange(len(places))
     return x, y
 
 
@@ -64,12 +64,18 @@ CASES = {
     "one_reading_decides": (lone_end, dict(states=2)),
     "midpoint_outside": (lambda: without(*simulate(FKBP12, 60, 6.0, 0.002), 3.7, 9.0), dict(states=2)),
     "midpoint_at_edge": (lambda: without(*simulate(FKBP12, 60, 6.0, 0.002), 4.0, 9.0), dict(states=2)),
-    "no_native_plateau": (lambda: without(*simulate(FKBP12, 60, noise=0.002), -1.0, 2.9), dict(states=2)),
+    "no_native_plateau": (lambda: without(*simulate(FKBP12, 60, noise=0.002), -1.0, 2.6), dict(states=2)),
     "no_denatured_plateau": (lambda: without(*simulate(FKBP12, 60, noise=0.002), 4.8, 9.0), dict(states=2)),
     "baselines_cross": (crossing, dict(states=2)),
     "between_two_readings": (step, dict(states=2)),
     "hardly_determined": (lambda: simulate(FKBP12, 14, noise=0.06, seed=2), dict(states=2)),
     "no_transition_evident": (lambda: simulate(FKBP12, 24, noise=2.0, seed=5), dict(states=2)),
+    "states_indistinguishable": (lambda: simulate(FKBP12, 96, noise=0.005, seed=8), {}),
+    "engine_apart": (lambda: simulate([(5000.0, 3.2, 0.5), (9000.0, 4.3, 0.5)], 40, noise=0.006, seed=3), {}),
+    "lack_of_fit": (
+        lambda: tuple(np.repeat(row, 2) + i * 0.001 * np.tile([-1, 1], 40) for i, row in enumerate(waves())),
+        dict(states=2),
+    ),
     "other_states_shown": (lambda: simulate(THREE, 60, noise=0.004), dict(states=2)),
     "readings_left_out": (lambda: simulate(FKBP12, 32, noise=0.003), dict(exclude="7..8")),
     "deviations_unused": (lambda: simulate(FKBP12, 32, noise=0.003), dict(sd=np.arange(32.0))),
@@ -95,13 +101,54 @@ def test_a_warning_is_raised_where_it_belongs(code):
     assert code in row["warnings"].split(", ") and str(caution) in row["warnings_in_words"]
 
 
+def gentle_waves(n, height):
+    x, y = simulate(FKBP12, n, noise=0.01)
+    return x, y + height * np.sin(2.5 * x)
+
+
+NEAR = {  # curves that a less patient supervisor would warn of, and a word on how near they are
+    "structured_residuals": (lambda: gentle_waves(24, 0.02), {}),  # Durbin-Watson 1.45 of 24 readings
+    "many_readings_off": (lambda: bad_readings(6, 20, 26, by=0.1), {}),
+    "no_native_plateau": (
+        lambda: without(*simulate(FKBP12, 60, noise=0.002), -1.0, 2.5),
+        {},
+    ),  # 3 concentrations
+    "midpoint_at_edge": (lambda: without(*simulate(FKBP12, 60, 6.0, 0.002), 4.4, 9.0), {}),  # 0.5 M inside
+    "hardly_determined": (lambda: simulate(FKBP12, 14, noise=0.03, seed=2), {}),  # an error of 19 %
+    "weights_uneven": (lambda: simulate(FKBP12, 32, noise=0.003), dict(sd=np.linspace(0.002, 0.02, 32))),
+    "m_unexpected": (lambda: simulate(FKBP12, 32, noise=0.003), dict(residues=140, denaturant="urea")),
+}
+
+
+@pytest.mark.parametrize("code", NEAR)
+def test_a_warning_is_not_raised_lightly(code):
+    make, options = NEAR[code]
+    fit = fitted(*make(), **{"states": 2, **options})
+    assert fit.ok and code not in codes(fit)
+
+
+def test_waves_count_for_more_with_many_readings():
+    found = [codes(fitted(*gentle_waves(96, height), states=2)) for height in (0.008, 0.015)]
+    assert ["structured_residuals" in one for one in found] == [False, True]  # Durbin-Watson 1.72 and 1.20
+
+
+@pytest.mark.parametrize("off, told", [(0.05, False), (0.2, True)])
+def test_one_reading_decides_only_if_the_answer_moves(off, told):
+    x, y = simulate([(3000.0, 1.4, 1.0)], 26, noise=0.002)
+    x, y = without(x, y, 0.1, 0.8)
+    y[0] -= off
+    assert ("one_reading_decides" in codes(fitted(x, y, states=2))) == told
+
+
 @pytest.mark.parametrize("transitions, n, states", [(FKBP12, 24, 2), (FKBP12, 48, 2), (THREE, 60, 3)])
 def test_sound_curves_have_hardly_a_warning(transitions, n, states):
     found = []
     for seed in range(40):
         fit = fitted(*simulate(transitions, n, noise=0.004, seed=seed), residues=107, denaturant="urea")
-        found += [code for code in codes(fit) if not (states > 2 and code in ("m_unexpected", "engine_apart"))]
-    assert len(found) <= 6, found
+        found += [
+            code for code in codes(fit) if not (states > 2 and code in ("m_unexpected", "engine_apart"))
+        ]
+    assert len(found) <= 4, found
 
 
 def test_what_the_length_of_a_chain_suggests():
@@ -110,7 +157,9 @@ def test_what_the_length_of_a_chain_suggests():
     assert expected_m(110, "urea") == pytest.approx(1399.5, abs=0.1)
     assert expected_m(110, "GdmCl") == pytest.approx(2910.1, abs=0.1)
     assert expected_m(110, None) is None
-    assert "m_unexpected" not in codes(fitted(*simulate(FKBP12, noise=0.003), residues=107, denaturant="urea"))
+    assert "m_unexpected" not in codes(
+        fitted(*simulate(FKBP12, noise=0.003), residues=107, denaturant="urea")
+    )
 
 
 def test_notes_of_the_reader_become_warnings(tmp_path):
@@ -123,10 +172,40 @@ def test_notes_of_the_reader_become_warnings(tmp_path):
     assert "blank" not in found[1]
 
 
+def test_what_no_reader_has_seen_is_looked_at_too():
+    x, y = simulate(FKBP12, 24, noise=0.004)
+    both = zolt.fit_many({"a": (x, y), "b": (x, y), "c": (x, y + 1.0)}, temperature=25.0, progress=False)
+    assert both["warnings"].tolist() == ["", "identical", ""]
+    for denaturant, highest, told in (("GdmCl", 9.0, True), ("urea", 9.0, False), (None, 12.0, True)):
+        fit = fitted(x * highest / 8.0, y, denaturant=denaturant)
+        assert ("beyond_solubility" in codes(fit)) == told
+    curve = Curve("a", x, y, 25.0, sd=np.full(24, 0.004))
+    assert codes(zolt.fit_each([curve], weights="sem")[0][0]) == ["deviations_unused"]
+
+
+def test_curves_that_differ_in_m_are_told_when_they_share_it():
+    curves = [
+        simulate([(slope * 3.9, 3.9, 1.0)], 32, noise=0.005, seed=i)
+        for i, slope in enumerate((1400.0, 2200.0))
+    ]
+    assert all("m_not_shared" in codes(fit) for fit, _ in zolt.fit_each(curves, m="shared"))
+    assert not any(
+        "m_not_shared" in codes(fit) for fit, _ in zolt.fit_each([curves[0], curves[0]], m="shared")
+    )
+
+
+def test_a_global_fit_has_warnings_of_its_own():
+    one, other = (simulate([(slope * 3.9, 3.9, 1.0)], 32, noise=0.005) for slope in (1400.0, 2200.0))
+    assert [c.code for c in zolt.fit_global([one, other]).warnings] == ["temperature_assumed", "m_not_shared"]
+    assert zolt.fit_global([one, one], temperature=25.0).warnings == ()
+
+
 def test_a_wrong_answer_within_a_series_is_told():
     x, y = simulate(FKBP12, noise=0.004)
     _, far = simulate([(9000.0, 4.0, 1.0)], noise=0.004, native=(0.1, 0.12), denatured=(1.8, -0.1))
-    series = zolt.fit_series([Curve("a", x, y, label=1), Curve("b", x, y, label=1), Curve("c", x, far, label=3)])
+    series = zolt.fit_series(
+        [Curve("a", x, y, label=1), Curve("b", x, y, label=1), Curve("c", x, far, label=3)]
+    )
     assert "series_apart" in codes(series.fits[2]) and "series_apart" not in codes(series.fits[0])
     assert "departs from their own fits: c" in series.verdict
 
@@ -143,7 +222,9 @@ def test_every_code_of_the_package_is_in_the_table_and_the_other_way_round():
     assert all(entry["when"] and entry["advice"] for entry in entries)
 
 
-@pytest.mark.parametrize("code", [code for code, (_, options) in CASES.items() if not {"sd", "baselines"} & set(options)])
+@pytest.mark.parametrize(
+    "code", [code for code, (_, options) in CASES.items() if not {"sd", "baselines"} & set(options)]
+)
 def test_the_scale_of_the_signal_moves_no_warning(code):
     make, options = CASES[code]
     x, y = make()

@@ -15,6 +15,7 @@ from .fit import fit
 from .fit_record import Fit
 from .global_fit import GlobalFit, fit_global
 from .intervals import Intervals
+from .methods import methods
 from .points import pick_states
 from .read import Curve, ReadError, Reading, read_curves, read_file
 from .replicates import pooled, replicate_means
@@ -41,6 +42,7 @@ __all__ = [
     "fit_global",
     "fit_many",
     "fit_series",
+    "methods",
     "pick_states",
     "pooled",
     "read_curves",

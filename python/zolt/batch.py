@@ -3,39 +3,51 @@
 import os
 import re
 from concurrent.futures import ThreadPoolExecutor
+from dataclasses import replace
 from functools import partial
 
+import numpy as np
 import pandas as pd
 from tqdm import tqdm
 
 from .caution import cautions_of_notes, codes_of, text_of
-from .exclusion import wells_of
+from .exclusion import excluded
 from .fit import fit
 from .read import Curve
-from .replicates import pooled
+from .reading.curve import identical_curves
+from .replicates import GROUP, gathered
 from .settings import Settings, settings_of
+from .sheets import warnings_of
 
 _QUANTITIES = ("dG", "Cm", "m", "weight")
 _PER_TRANSITION = re.compile(r"(dG|Cm|m|weight)(\d)")
 _CLOSING = (
-    "bootstrap_used", "R_squared", "durbin_watson", "code", "reason", "warnings", "warnings_in_words", "settings", "spikes", "outliers", "left_out",
-    "aN", "bN_per_M", "aU", "bU_per_M",
+    "bootstrap_used", "R_squared", "durbin_watson", "replicate_sd", "lack_of_fit_p", "code", "reason",
+    "warnings", "warnings_in_words", "settings", "spikes", "outliers", "left_out", "aN", "bN_per_M", "aU", "bU_per_M",
 )  # fmt: skip
 _MOST_PER_TASK = 16  # Large enough to hide what a task costs, small enough to share evenly.
 
 
 def as_curves(curves):
-    """Curves from what people have: `Curve` records, a wide DataFrame, {name: (x, y)}, pairs."""
+    """Curves from what people have: `Curve` records, a wide DataFrame, {name: (x, y)}, pairs.
+
+    Of what no reader has seen, curves with the same readings get a note.
+    """
     if hasattr(curves, "columns"):
         x = curves.iloc[:, 0].to_numpy(float)
-        pairs = ((name, x, curves[name].to_numpy(float)) for name in curves.columns[1:])
-        return [Curve(str(name), x, y) for name, x, y in pairs]
-    if hasattr(curves, "items"):
+        curves = [Curve(str(name), x, curves[name].to_numpy(float)) for name in curves.columns[1:]]
+    elif hasattr(curves, "items"):
         curves = [Curve(str(name), x, y) for name, (x, y) in curves.items()]
-    return [
-        curve if isinstance(curve, Curve) else Curve(f"curve {i}", *curve)
-        for i, curve in enumerate(curves, start=1)
-    ]
+    else:
+        curves = list(curves)
+        if all(isinstance(curve, Curve) for curve in curves):
+            return curves
+        curves = [
+            c if isinstance(c, Curve) else Curve(f"curve {i}", *c) for i, c in enumerate(curves, start=1)
+        ]
+    rows = [replace(curve, x=np.asarray(curve.x, float), y=np.asarray(curve.y, float)) for curve in curves]
+    notes = {note.curve: (note,) for note in identical_curves(rows)}
+    return [replace(curve, notes=(*curve.notes, *notes.get(curve.name, ()))) for curve in rows]
 
 
 def fit_curve(curve, settings=Settings()):
@@ -44,10 +56,12 @@ def fit_curve(curve, settings=Settings()):
     for role in ("label", "replicate"):
         if getattr(curve, role) is not None:
             details[role] = getattr(curve, role)
+    if curve.group is not None:
+        details[GROUP] = curve.group
     return fit(
         curve.x, curve.y, curve.temperature, settings=settings, name=curve.name, details=details, sd=curve.sd,
-        n=curve.n, denaturant=curve.denaturant, wells=wells_of(curve), part=curve.part,
-        notes=cautions_of_notes(curve.notes),
+        n=curve.n, denaturant=curve.denaturant, part=curve.part,
+        exclude=excluded(settings.exclude, curve), notes=cautions_of_notes(curve.notes),
     )  # fmt: skip
 
 
@@ -112,13 +126,19 @@ def table_of(outcomes, curves, units="kcal"):
     for curve, (fitted, intervals) in zip(curves, outcomes, strict=True):
         if isinstance(fitted, Exception):
             rows.append(
-                {"curve": curve.name, **curve.details, "status": "error", "reason": str(fitted), "warnings": ""}
+                {
+                    "curve": curve.name,
+                    **curve.details,
+                    "status": "error",
+                    "reason": str(fitted),
+                    "warnings": "",
+                }
             )
             continue
         row = fitted.to_dict(units)
         if intervals is not None:
             row.update(intervals.to_dict(units))
-            said = (*fitted.warnings, *intervals.warnings)
+            said = warnings_of(fitted, intervals)
             row["warnings"], row["warnings_in_words"] = codes_of(said), text_of(said)
         rows.append(row)
     frame = pd.DataFrame(rows)
@@ -134,9 +154,7 @@ def _place(column):
     return (2 if column in _CLOSING else 0), "", 0
 
 
-def fit_many(
-    curves, *, workers=None, client=None, progress=True, units="kcal", settings=None, **options
-):
+def fit_many(curves, *, workers=None, client=None, progress=True, units="kcal", settings=None, **options):
     """Fit many curves; a tidy DataFrame with one row per curve, in the order of the input.
 
     `curves` are `Curve` records, a wide DataFrame, a dictionary of (x, y) or a list of such pairs.
@@ -144,8 +162,6 @@ def fit_many(
     the others: `status` says how each went.
     """
     settings = settings or settings_of(**options)
-    curves = as_curves(curves)
-    if settings.replicates == "pooled":
-        curves = pooled(curves)
+    curves = gathered(as_curves(curves), settings)
     outcomes = fit_each(curves, workers=workers, client=client, progress=progress, settings=settings)
     return table_of(outcomes, curves, units)

@@ -9,7 +9,7 @@ from .batch import as_curves, fit_each
 from .caution import LIMITS
 from .fit_record import Fit
 from .model import CAL_PER_UNIT
-from .replicates import pooled
+from .replicates import gathered
 from .settings import settings_of
 
 # Name in tables, fields of the record, and what the way is called.
@@ -50,7 +50,11 @@ class Comparison:
         for i, (fit, row) in enumerate(zip(self.fits, self.rows)):
             if i == self.reference:
                 continue
-            entry = {"curve": fit.name, "reference": self.fits[self.reference].name, "status": inference.WORDS[row.status]}
+            entry = {
+                "curve": fit.name,
+                "reference": self.fits[self.reference].name,
+                "status": inference.WORDS[row.status],
+            }
             if row.status == inference.FITTED:
                 _describe(entry, "dCm", "_M", 1.0, row.dCm, row.dCm_se, row.dCm_interval)
                 for way, (value, error, span, _) in WAYS.items():
@@ -71,9 +75,7 @@ class Comparison:
             "of m, but carries the error of both m-values over to zero denaturant."
         )
         if self.p >= LIMITS.shared_p:
-            return (
-                f"The curves agree with one m of {m} (p = {self.p:.2g}): the global fit gives the sharpest ddG. {ways}"
-            )
+            return f"The curves agree with one m of {m} (p = {self.p:.2g}): the global fit gives the sharpest ddG. {ways}"
         return (
             f"The curves do not agree with one m ({m}, p = {self.p:.2g}): their ddG depends on the concentration. "
             "In water the plain difference holds; near the midpoints the difference of Cm tells more. "
@@ -110,7 +112,7 @@ def compare(fits, reference=0, *, level=0.95, settings=None, **options):
         fits = list(fits)
     if not (isinstance(fits, list) and all(isinstance(fit, Fit) for fit in fits)):
         settings = settings or settings_of(**{"states": 2, **options})
-        curves = pooled(as_curves(fits))
+        curves = gathered(as_curves(fits), settings)
         fits = [fitted for fitted, _ in fit_each(curves, settings=settings)]
         if fault := next((fit for fit in fits if isinstance(fit, Exception)), None):
             raise fault
@@ -120,7 +122,9 @@ def compare(fits, reference=0, *, level=0.95, settings=None, **options):
             raise ValueError(f"there is no curve '{reference}'; the curves are {', '.join(names)}")
         reference = names.index(reference)
     if len(fits) < 2 or not 0 <= reference < len(fits) or not 0.0 < level < 1.0:
-        raise ValueError("a comparison takes two curves or more, one of them as reference, and a level between 0 and 1")
+        raise ValueError(
+            "a comparison takes two curves or more, one of them as reference, and a level between 0 and 1"
+        )
     choices = {(str(fit.settings.native), str(fit.settings.denatured), fit.settings.sd_known) for fit in fits}
     if len(choices) > 1:
         raise ValueError("the curves of a comparison have the same choices of baselines and deviations")

@@ -38,7 +38,7 @@ def _states(fit):
         _NUMBERS[row.states]
         for row in rows
         if row.states != fit.states
-        and (inference.OUTCOMES[row.outcome] == "hangs on one reading" or _as_good(row, chosen))
+        and (_outcome(row) == "hangs on one reading" or _as_good(row, chosen))
     ]
     if not others:
         return []
@@ -50,10 +50,20 @@ def _told(fit):
 
 
 def _as_good(row, chosen):
-    """A smaller model that AICc puts hardly behind, or a larger one that it puts clearly before."""
-    room = LIMITS.aicc if row.states < chosen.states else -LIMITS.aicc
+    """A smaller model that AICc puts hardly behind, or a larger one that it puts clearly before.
+
+    A larger one counts only where noise alone speaks against it; one whose transitions are not apart, not
+    complete or too small is no rival.
+    """
     known = row.aicc_difference >= 0 and chosen.aicc_difference >= 0 and row.sound
-    return known and row.aicc_difference - chosen.aicc_difference < room
+    behind = row.aicc_difference - chosen.aicc_difference
+    if row.states < chosen.states:
+        return known and behind < LIMITS.aicc
+    return known and behind < -LIMITS.aicc and _outcome(row) == "gain no more than noise"
+
+
+def _outcome(row):
+    return inference.OUTCOMES[row.outcome]
 
 
 def _residuals(fit):

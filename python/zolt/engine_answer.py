@@ -22,7 +22,7 @@ class EngineAnswer:
     def states(self):
         return model.states_of(self.vector)
 
-    @property
+    @cached_property
     def ok(self):
         """True where the vector holds a fit."""
         return model.holds_fit(self.vector)

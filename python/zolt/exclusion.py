@@ -20,22 +20,26 @@ class Exclusion:
     curve: str
     what: str
 
-    def marks(self, name, x, wells=None):
-        """True at the readings that are meant; `x` ascending or as it was read, `wells` beside it."""
-        x = np.asarray(x, float)
-        if self.curve and self.curve != name:
-            return np.zeros(x.size, bool)
+    def marks(self, curve):
+        """True at the readings of the `Curve` that are meant."""
+        x, meant = np.asarray(curve.x, float), self._of(curve)
         if well_of(self.what):
-            if wells is None or len(wells) != x.size:
-                return np.zeros(x.size, bool)
-            return np.array([well == self.what for well in wells], bool)
+            return meant & (np.array(wells_of(curve) or [""] * x.size) == self.what)
         if self.what.startswith("#"):
-            return np.arange(1, x.size + 1) == int(self.what[1:])
+            return meant & (np.cumsum(meant) == int(self.what[1:]))
         if match := _RANGE.fullmatch(self.what):
-            low, high = (float(end) if end else bound for end, bound in zip(match.groups(), (-np.inf, np.inf)))
-            return (x >= low) & (x <= high)
+            low, high = (
+                float(end) if end else bound for end, bound in zip(match.groups(), (-np.inf, np.inf))
+            )
+            return meant & (x >= low) & (x <= high)
         value = float(self.what)
-        return np.abs(x - value) <= 1e-6 * max(1.0, abs(value))
+        return meant & (np.abs(x - value) <= 1e-6 * max(1.0, abs(value)))
+
+    def _of(self, curve):
+        """True at the readings of what is named: the curve, its group, or one of the replicates in it."""
+        if self.curve in ("", curve.name, curve.group):
+            return np.ones(len(curve.x), bool)
+        return np.zeros(len(curve.x), bool) if curve.members is None else curve.members == self.curve
 
 
 def exclusions(texts):
@@ -45,27 +49,25 @@ def exclusions(texts):
         curve, _, parts = str(text).rpartition("@")
         for part in parts.split(","):
             what = well_of(part) or part.strip()
-            if not well_of(what) and not (re.fullmatch(rf"{_NUMBER}|#\d+", what) or (_RANGE.fullmatch(what) and what != "..")):
+            if not well_of(what) and not (
+                re.fullmatch(rf"{_NUMBER}|#\d+", what) or (_RANGE.fullmatch(what) and what != "..")
+            ):
                 raise ValueError(f"'{part.strip()}' of '{text}' tells no reading; say {FORMS}")
             found.append(Exclusion(f"{curve}@{what}" if curve else what, curve.strip(), what))
     return found
 
 
-def excluded(texts, name, x, wells=None):
-    """True where a reading of the curve of that name is to be left out."""
-    marks = np.zeros(np.size(x), bool)
+def excluded(texts, curve):
+    """True where a reading of the `Curve` is to be left out."""
+    marks = np.zeros(np.size(curve.x), bool)
     for one in exclusions(texts):
-        marks |= one.marks(name, x, wells)
+        marks |= one.marks(curve)
     return marks
 
 
 def without_effect(texts, curves):
-    """The texts of what no reading of any curve answers to; `curves` as `zolt.read_curves` gives them."""
-    return [
-        one.text
-        for one in exclusions(texts)
-        if not any(one.marks(curve.name, curve.x, wells_of(curve)).any() for curve in curves)
-    ]
+    """The texts of what no reading of any curve answers to."""
+    return [one.text for one in exclusions(texts) if not any(one.marks(curve).any() for curve in curves)]
 
 
 def wells_of(curve):

@@ -10,6 +10,8 @@ from .engine_answer import EngineAnswer, answer_of_engine
 from .exclusion import excluded
 from .fit_record import Fit, fewest_points
 from .points import pick_states, spike_marks, tidy_readings, usable_deviations
+from .reading.curve import Curve
+from .reading.quantities import soluble
 from .settings import USUAL_TEMPERATURE, settings_of
 
 
@@ -35,7 +37,6 @@ def fit(
     details=None,
     denaturant=None,
     settings=None,
-    wells=None,
     part=None,
     notes=(),
 ):
@@ -59,12 +60,11 @@ def fit(
     `drop_outliers` spikes are left out of the fit, and the fit is repeated without its outliers,
     as long as at most a quarter of the curve goes.
 
-    `wells`, `part` (of pooled replicates), `denaturant` and `notes` are what a reader knows of the
-    readings. A curve that cannot be fitted is a result, not an error: see `ok`, `status`, `reason`.
+    `part` (of pooled replicates), `denaturant` and `notes` are what a reader knows of the readings. A
+    curve that cannot be fitted is a result, not an error: see `ok`, `status`, `reason`.
     """
-    marks = None
-    if not isinstance(exclude, str) and np.size(exclude) and np.asarray(exclude).dtype == bool:
-        exclude, marks = (), np.asarray(exclude)
+    marked = not isinstance(exclude, str) and np.size(exclude) > 0 and np.asarray(exclude).dtype == bool
+    marks, exclude = (np.asarray(exclude), ()) if marked else (None, exclude)
     if settings is None:
         settings = settings_of(
             baselines, states=states, temperature=temperature, midpoint_only=midpoint_only, weights=weights,
@@ -75,15 +75,22 @@ def fit(
         raise ValueError("curves share m with one another: give them to zolt.fit_many or zolt.fit_global")
     temperature = settings.temperature if temperature is None else temperature
     sd, refused = usable_deviations(sd, n, settings.weights, y)
-    marks = np.zeros(np.size(x), bool) if marks is None else marks
+    if marks is None:
+        marks = excluded(settings.exclude, Curve(name, np.ravel(x), np.ravel(y)))
     if marks.size != np.size(x):
         raise ValueError(f"x has {np.size(x)} values and exclude has {marks.size}; it marks every reading")
-    marks = marks | excluded(settings.exclude, name, x, wells)
     x, y, order = tidy_readings(x, y)
     said = [*notes]
     if temperature is None:
         temperature = USUAL_TEMPERATURE
         said.append(caution("temperature_assumed", temperature=f"{temperature:g}"))
+    if (
+        x.size
+        and x[-1] > (limit := soluble(denaturant))
+        and "beyond_solubility" not in [c.code for c in said]
+    ):
+        name_of = denaturant or "of any denaturant"
+        said.append(caution("beyond_solubility", x=f"{x[-1]:g}", limit=f"{limit:g}", denaturant=name_of))
     if refused:
         said.append(caution("deviations_unused"))
     fixed = dict(

@@ -100,7 +100,11 @@ class Fit:
         if self.together is not None and self.ok:
             return f"Fitted with one m for {self.together[0].record.curves} curves."
         sentence = inference.sentence(self.answer.status)
-        return f"The picker saw {self.tried} states. {sentence}" if self.settings.states == "picker" else sentence
+        return (
+            f"The picker saw {self.tried} states. {sentence}"
+            if self.settings.states == "picker"
+            else sentence
+        )
 
     @cached_property
     def warnings(self):
@@ -138,7 +142,7 @@ class Fit:
             return "too many points", f"The curve has {n} readings; the engine takes at most {MOST_POINTS}."
         return "", ""
 
-    @property
+    @cached_property
     def ok(self):
         """True where the result holds a fit."""
         return model.holds_fit(self.result)
@@ -279,6 +283,10 @@ class Fit:
                 row[f"{name}{i}_se{suffix}"] = float(error) / scale
         row["R_squared"] = self.r_squared
         row["durbin_watson"] = self.answer.record.durbin_watson if self.ok and self.answer else float("nan")
+        if self.ok and self.answer and self.answer.record.pure_degrees > 0:
+            record = self.answer.record
+            row["replicate_sd"] = (record.pure_sse / record.pure_degrees) ** 0.5
+            row["lack_of_fit_p"] = record.lack_p if record.lack_p >= 0.0 else float("nan")
         row["code"] = self.code
         row["reason"] = self.reason
         row["warnings"] = codes_of(self.warnings)

@@ -7,8 +7,10 @@ import pandas as pd
 
 from . import inference, model
 from .batch import as_curves
+from .caution import LIMITS, caution
 from .model import CAL_PER_UNIT
 from .points import tidy_readings, usable_deviations
+from .settings import USUAL_TEMPERATURE
 
 
 @dataclass(frozen=True, eq=False, repr=False)
@@ -17,7 +19,8 @@ class GlobalFit:
 
     `answers`, `intervals` and `differences` hold a record per curve, in the order of the input;
     `differences` are from the curve at index `reference`. `p` is the chance that curves which share
-    the value differ as much as these do: a small one speaks against sharing.
+    the value differ as much as these do: a small one speaks against sharing. `warnings` are
+    `zolt.Caution` records.
     """
 
     share: str
@@ -28,6 +31,7 @@ class GlobalFit:
     answers: list = field(repr=False)
     intervals: list = field(repr=False)
     differences: list = field(repr=False)
+    warnings: tuple = ()
 
     @property
     def ok(self):
@@ -96,19 +100,29 @@ class GlobalFit:
         )
 
     def __repr__(self):
-        return f"<{self.summary()}>\n{self.table().to_string(index=False, float_format='{:.4g}'.format)}"
+        said = "".join(f"\n{caution}" for caution in self.warnings)
+        return f"<{self.summary()}>\n{self.table().to_string(index=False, float_format='{:.4g}'.format)}{said}"
 
 
-def fit_global(curves, share="m", *, states=2, reference=0, temperature=25.0, level=0.95, options=None):
+def fit_global(curves, share="m", *, states=2, reference=0, temperature=None, level=0.95, options=None):
     """Fit curves together with one m-value (`share="m"`) or one dG (`share="dG"`).
 
     `curves` is what `zolt.fit_many` takes, 2 curves or more; each keeps its own baselines and
     midpoints. `reference` is the index of the curve that differences refer to. `options` are
-    `zolt.inference.Options`, without held values.
+    `zolt.inference.Options`, without held values. `temperature` (°C) is for curves that state none;
+    without it 25 °C is assumed, with a warning.
     """
     curves = as_curves(curves)
-    readings = [_readings(curve, temperature if curve.temperature is None else curve.temperature) for curve in curves]
-    return global_of(readings, [c.name for c in curves], share, states, options, reference, level)
+    assumed = temperature is None and any(curve.temperature is None for curve in curves)
+    temperature = USUAL_TEMPERATURE if temperature is None else temperature
+    readings = [
+        _readings(curve, temperature if curve.temperature is None else curve.temperature) for curve in curves
+    ]
+    whole = global_of(readings, [c.name for c in curves], share, states, options, reference, level)
+    said = [caution("temperature_assumed", temperature=f"{temperature:g}")] if assumed else []
+    if share == "m" and whole.p < LIMITS.shared_p:
+        said.append(caution("m_not_shared", p=f"{whole.p:.1g}"))
+    return replace(whole, warnings=tuple(said))
 
 
 def _readings(curve, temperature):
@@ -119,7 +133,12 @@ def _readings(curve, temperature):
 
 def global_of(readings, names, share="m", states=2, options=None, reference=0, level=0.95):
     """The `GlobalFit` of readings in the form of the inference library."""
-    if len(readings) < 2 or not 0 <= reference < len(readings) or not 0.0 < level < 1.0 or states not in (2, 3, 4):
+    if (
+        len(readings) < 2
+        or not 0 <= reference < len(readings)
+        or not 0.0 < level < 1.0
+        or states not in (2, 3, 4)
+    ):
         raise ValueError("a global fit takes two curves or more, the index of one of them as reference, "
                          "2, 3 or 4 states, and a level between 0 and 1")  # fmt: skip
     record, fits, spans, differences = inference.fit_global(
@@ -141,11 +160,13 @@ def with_one_m(fits, settings):
 
     The readings are those that the fits kept. A curve without a fit of its own takes no part.
     """
+    if len(fits) < 2:
+        raise ValueError("a shared m takes two curves or more")
     states = alone(settings).states
     whole = global_of([fit.readings for fit in fits], [fit.name for fit in fits], "m", states, settings.options(),
                       level=(settings.intervals or {}).get("level", 0.95))  # fmt: skip
     if not whole.ok:
-        raise ValueError(f"no fit with one m: {whole.reason}")
+        raise ValueError(f"no fit with a shared m: {whole.reason}")
     together = []
     for i, (fit, answer) in enumerate(zip(fits, whole.answers)):
         fitted = answer.status == inference.FITTED

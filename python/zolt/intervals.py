@@ -58,7 +58,9 @@ class Intervals:
         for i in range(len(self.correlation)):
             for name, unit, scale in quantities(units):
                 for end, suffix in enumerate(("lower", "upper")):
-                    row[f"{name}{i + 1}_{suffix}_{unit.replace('/', '_per_')}"] = getattr(self, name)[i, end] / scale
+                    row[f"{name}{i + 1}_{suffix}_{unit.replace('/', '_per_')}"] = (
+                        getattr(self, name)[i, end] / scale
+                    )
             row[f"dG{i + 1}_m{i + 1}_correlation"] = self.correlation[i]
         if self.method == "bootstrap":
             row["bootstrap_used"] = self.used
@@ -113,7 +115,9 @@ def intervals_of(fit, level=0.95, method="profile", rounds=1000, seed=0):
     if fit.together is not None:
         whole, place = fit.together
         if method != "profile" or level != whole.level:
-            raise ValueError(f"with a shared m there are profile intervals at the level of the fit, {whole.level:g}")
+            raise ValueError(
+                f"with a shared m there are profile intervals at the level of the fit, {whole.level:g}"
+            )
         record, draws = whole.intervals[place], None
     else:
         record, draws = inference.intervals(fit.readings, answer, fit.options, method, level, rounds, seed)

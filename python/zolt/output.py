@@ -3,12 +3,15 @@
 import click
 import pandas as pd
 
+from .replicates import replicate_means
+from .sheets import warnings_of
+
 MOST_PRINTED = 60
 LONGEST_NAME = 48  # letters
 MOST_ALIKE = 3  # sentences of one warning that are printed one by one
 
 
-def print_fits(table, units, fits=()):
+def print_fits(table, units, fits=(), intervals=None):
     """The columns that one looks at first; then, once each, what was said of the curves."""
     shown = table.head(MOST_PRINTED)
     head = pd.DataFrame()
@@ -36,7 +39,7 @@ def print_fits(table, units, fits=()):
     click.echo(f"dG in {units}/mol, Cm in M, m = dG/Cm in {units}/mol/M.")
     for (status, text), names in _groups(shown, ["status", "reason"]):
         click.echo(f"  {status}: {text} ({names})")
-    print_cautions(fits)
+    print_cautions(fits, intervals)
     if len(table) > len(shown):
         click.echo(f"... and {len(table) - len(shown)} more curves; --out writes them all.")
 
@@ -57,11 +60,11 @@ def _estimate(values, digits):
     return text if pd.isna(lower) else f"{text} [{lower:.{digits}f}, {upper:.{digits}f}]"
 
 
-def print_cautions(fits):
+def print_cautions(fits, intervals=None):
     """The warnings of all fits, code by code: sentences with their curves, then once what to do."""
     codes = {}
-    for fit in fits:
-        for caution in fit.warnings:
+    for fit, spans in zip(fits, intervals or [None] * len(fits)):
+        for caution in warnings_of(fit, spans):
             codes.setdefault(caution.code, {}).setdefault(caution.sentence, []).append((fit.name, caution.advice))
     for code, sentences in codes.items():
         shown = list(sentences.items())[:MOST_ALIKE]
@@ -69,6 +72,14 @@ def print_cautions(fits):
         said = [f"{text} ({_named([name for name, _ in names])})" for text, names in shown]
         more = [f"And {others} more curves like these."] if others else []
         click.echo(f"  {code}: {' '.join([*said, *more])} {shown[0][1][0][1]}")
+
+
+def print_replicates(fits, units):
+    """Mean and SD of replicates that were fitted each alone."""
+    table = replicate_means(fits, units)
+    if len(table):
+        click.echo("Replicates, each fitted alone:")
+        click.echo(table.to_string(index=False, float_format="{:.3f}".format, na_rep=""))
 
 
 def _named(names):

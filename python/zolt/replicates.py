@@ -11,20 +11,31 @@ from .points import means_at
 from .reading.curve import tell_apart
 from .reading.grid import Note
 
+GROUP = "replicate_of"  # the detail of a fit that names its group
 _QUANTITIES = ("dG", "Cm", "m")
 _GRID = 60  # places at which replicates are compared
 
 
-def pooled(curves):
+def conditions(curve, across=False):
+    """What replicates of one another have in common: also the file, unless they go `across` files.
+
+    Columns of two files are often called alike and are different proteins.
+    """
+    file = None if across else curve.details.get("file")
+    return curve.group, file, curve.temperature, curve.label, curve.denaturant
+
+
+def pooled(curves, across=False):
     """The curves with those of one `group`, temperature and label brought together, in order.
 
+    Only curves of one file are brought together, unless `across` is set.
     Every reading stays a reading; equal concentrations tell the pure error of the fit. `part` says of
     each reading which replicate it belongs to. Replicates that differ in scale or offset, so that no
     one curve runs through them, stay as they are with a note.
     """
     groups = {}
     for i, curve in enumerate(curves):
-        key = i if curve.group is None else (curve.group, curve.temperature, curve.label, curve.denaturant)
+        key = i if curve.group is None else conditions(curve, across)
         groups.setdefault(key, []).append(curve)
     taken = Counter(same[0].group if len(same) > 1 else same[0].name for same in groups.values())
     brought = []
@@ -38,9 +49,17 @@ def pooled(curves):
     return tell_apart(brought)[0]
 
 
+def gathered(curves, settings):
+    """The curves with their replicates as the settings have them: pooled, across files too, or each."""
+    return curves if settings.replicates == "each" else pooled(curves, settings.replicates == "across")
+
+
 def _with_note(curve, apart):
-    text = f"replicates of '{curve.group}' differ by {100.0 * apart:.0f} % of the signal; each is fitted alone"
-    return replace(curve, notes=(*curve.notes, Note("replicates_differ", text, curve.name)))
+    text = (
+        f"replicates of '{curve.group}' differ by {100.0 * apart:.0f} % of the signal; each is fitted alone"
+    )
+    note = Note("replicates_differ", text, curve.name)
+    return curve if note in curve.notes else replace(curve, notes=(*curve.notes, note))
 
 
 def _apart(curves):
@@ -63,6 +82,7 @@ def _together(curves, ambiguous):
     first = curves[0]
     x = np.concatenate([curve.x for curve in curves])
     order = np.argsort(x, kind="stable")
+    members = np.concatenate([np.full(len(curve.x), curve.name) for curve in curves])
     part = np.concatenate([np.full(len(c.x), str(_mark(c, i))) for i, c in enumerate(curves, start=1)])
 
     def rows(name):
@@ -83,7 +103,7 @@ def _together(curves, ambiguous):
         details["input_notes"] = "; ".join(dict.fromkeys(note.text for note in notes))
     return replace(
         first, name=_named(first, ambiguous), x=x[order], y=rows("y"), sd=rows("sd"), n=rows("n"),
-        part=part[order], replicate=None, group=None, details=details, notes=tuple(notes),
+        part=part[order], members=members[order], replicate=None, group=None, details=details, notes=tuple(notes),
     )  # fmt: skip
 
 
@@ -101,27 +121,34 @@ def _mark(curve, place):
     return f"{mark:g}" if isinstance(mark, float) else mark
 
 
-def replicate_means(fits, curves, units="kcal"):
+def replicate_means(fits, units="kcal"):
     """A DataFrame with mean and SD of dG, Cm and m of replicates that were fitted each alone.
 
-    A row per group of `curves`, which stand beside `fits`; of its fits those count that are fitted
-    with the number of states that most of them have. A lone fit has no SD.
+    A row per group of replicates; of its fits those count that are fitted with the number of states
+    that most of them have. A lone fit has no SD.
     """
     import pandas as pd
 
     groups = {}
-    for curve, fit in zip(curves, fits, strict=True):
-        if curve.group is not None:
-            groups.setdefault((curve.group, curve.temperature, curve.label), []).append(fit)
+    for fit in fits:
+        if GROUP in fit.details:
+            shared = (fit.details.get(name) for name in (GROUP, "file", "label"))
+            groups.setdefault((*shared, fit.temperature, fit.denaturant), []).append(fit)
     rows = []
-    for (name, _, label), members in groups.items():
+    for (name, _, label, *_), members in groups.items():
         if len(members) < 2:
             continue
-        sound = [fit for fit in members if not isinstance(fit, Exception) and fit.ok]
+        sound = [fit for fit in members if fit.ok]
         states = [fit.states for fit in sound]
         most = max(states, key=states.count) if states else None
         alike = [fit for fit in sound if fit.states == most]
-        row = {"curve": name, "label": label, "replicates": len(members), "fitted": len(alike), "states": most}
+        row = {
+            "curve": name,
+            "label": label,
+            "replicates": len(members),
+            "fitted": len(alike),
+            "states": most,
+        }
         for i in range(0 if most is None else most - 1):
             for quantity in _QUANTITIES:
                 scale = 1.0 if quantity == "Cm" else CAL_PER_UNIT[units]

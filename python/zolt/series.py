@@ -82,7 +82,9 @@ class Series:
         apart = [f.name for f, used in zip(self.fits, self.included)
                  if used and any(c.code == "series_apart" for c in f.warnings)]  # fmt: skip
         if apart:
-            missing += f" Curves whose dG departs from their own fits: {', '.join(apart)}; look at them first."
+            missing += (
+                f" Curves whose dG departs from their own fits: {', '.join(apart)}; look at them first."
+            )
         if not self.has_line:
             return f"Fewer than two labels gave a dG, so there is no trend.{missing}"
         if not self.significant:
@@ -196,7 +198,7 @@ def fit_series(
     x, y, mask = _on_common_rows([(x, (y - shift) / scale) for (x, y), (shift, scale) in zip(readings, maps)])
     vectors, kept = _fit_form(form, x, y, mask, labels, states, temperature, clean)
     # Without a reference fit the engine leaves the parameters of every vector at 0.
-    reference = vectors[:, : Element.RT].any()
+    lacking = () if vectors[:, : Element.RT].any() else (caution("no_reference"),)
     fits = []
     for i, curve in enumerate(curves):
         own = mask[i] == 1
@@ -205,14 +207,12 @@ def fit_series(
                 *readings[i], temperature, _in_signal_units(vectors[i], *maps[i]), kept[i][own] == 1,
                 name=curve.name, settings=Settings(states=states), tried=states, details=dict(curve.details),
                 from_series=True, denaturant=curve.denaturant,
-                input_cautions=(*cautions_of_notes(curve.notes), *assumed, *(() if reference else (caution("no_reference"),))),
+                input_cautions=(*cautions_of_notes(curve.notes), *assumed, *lacking),
             )
         )  # fmt: skip
     include = np.ones(len(curves), bool) if include is None else np.asarray(include, bool)
     per_label, trend = _calculate(form, labels, vectors, include, transition)
-    return Series(
-        form, states, transition, temperature, labels, fits, vectors, include, per_label, trend
-    )
+    return Series(form, states, transition, temperature, labels, fits, vectors, include, per_label, trend)
 
 
 def _one_temperature(curves, given):
@@ -221,7 +221,9 @@ def _one_temperature(curves, given):
              for curve in curves if curve.temperature is not None or given is not None}  # fmt: skip
     if len(known) > 1:
         stated = ", ".join(f"{value:g}" for value in sorted(known))
-        raise ValueError(f"the curves of a series have one temperature, these have {stated} °C; fit them apart")
+        raise ValueError(
+            f"the curves of a series have one temperature, these have {stated} °C; fit them apart"
+        )
     if known and all(curve.temperature is not None or given is not None for curve in curves):
         return known.pop(), ()
     used = known.pop() if known else USUAL_TEMPERATURE

@@ -37,8 +37,9 @@ class SessionError(ValueError):
 class Rerun:
     """A saved run made again: `fits` beside the numbers that were saved.
 
-    `outcomes` are pairs of a fit and its intervals, or None where none are asked for. `apart` has for each curve the largest relative difference of dG, Cm and m, NaN where nothing was
-    saved, infinite where one of the two is no fit.
+    `outcomes` are pairs of a fit and its intervals, or None where none are asked for. `apart` has for
+    each curve the largest relative difference of dG, Cm and m, NaN where nothing was saved, infinite
+    where one of the two is no fit.
     """
 
     settings: Settings
@@ -88,7 +89,9 @@ def save(path, fits, settings, units="kcal"):
 
 
 def _curve(fit):
-    details = {key: value for key, value in fit.details.items() if key not in ("file", "well", "label", "replicate")}
+    details = {
+        key: value for key, value in fit.details.items() if key not in ("file", "well", "label", "replicate")
+    }
     return {
         "name": fit.name, "file": str(fit.details.get("file", "")), "well": str(fit.details.get("well", "")),
         "x": _plain(fit.x), "y": _plain(fit.y), "sd": None if fit.sd is None else _plain(fit.sd),
@@ -110,7 +113,11 @@ def _numbers(fit):
     if not fit.ok:
         return None
     rows = {name: np.append(getattr(fit, name), np.zeros(3 - fit.dG.size)) for name in _COMPARED}
-    return {"status": inference.FITTED, "transitions": int(fit.dG.size), **{k: _plain(v) for k, v in rows.items()}}
+    return {
+        "status": inference.FITTED,
+        "transitions": int(fit.dG.size),
+        **{k: _plain(v) for k, v in rows.items()},
+    }
 
 
 def _plain(value):
@@ -133,10 +140,12 @@ def load(path):
     except ValueError:
         raise SessionError(f"{path}: expected a saved session, found something else.") from None
     if not isinstance(document, dict) or document.get("format") != FORMAT:
-        raise SessionError(f"{path}: this JSON is no saved session; `zolt fit --out results.json` writes one.")
+        raise SessionError(
+            f"{path}: this JSON is no saved session; `zolt fit --out results.json` writes one."
+        )
     if document.get("formatVersion") != FORMAT_VERSION:
         raise SessionError(f"{path}: the session is of another release; open it there.")
-    if not document.get("curves"):
+    if not document.get("curves") or not isinstance(document["curves"], list):
         raise SessionError(f"{path}: the session holds no curves.")
     return document
 
@@ -146,17 +155,23 @@ def rerun(path):
     document = load(path)
     try:
         settings = Settings.from_plain(document.get("settings") or {})
-    except (ValueError, TypeError) as fault:
+    except (ValueError, TypeError, AttributeError) as fault:
         raise SessionError(f"{path}: the settings are damaged: {fault}.") from None
     fits = []
     for i, curve in enumerate(document["curves"], start=1):
         try:
             fits.append(_fitted(curve, settings))
-        except (KeyError, TypeError, ValueError, IndexError) as fault:
+        except (KeyError, TypeError, ValueError, IndexError, AttributeError) as fault:
             raise SessionError(f"{path}: curve {i} of the session is damaged ({fault}).") from None
     if settings.shares_m:
-        fits = with_one_m(fits, settings)
-    apart = [_apart(fit, curve) for fit, curve in zip(fits, document["curves"])]
+        try:
+            fits = with_one_m(fits, settings)
+        except ValueError as fault:
+            raise SessionError(f"{path}: {fault}.") from None
+    try:
+        apart = [_apart(fit, curve) for fit, curve in zip(fits, document["curves"])]
+    except (KeyError, TypeError, ValueError, AttributeError) as fault:
+        raise SessionError(f"{path}: the results of the session are damaged ({fault}).") from None
     units = document.get("unit") if document.get("unit") in ("kcal", "kJ") else "kcal"
     return Rerun(settings, units, [with_intervals(fit) for fit in fits], np.array(apart))
 
@@ -191,7 +206,9 @@ def _apart(fit, saved):
     then = then if then and then.get("status") == inference.FITTED else None
     if now is None or then is None:
         return 0.0 if now is then else np.inf
-    old, new = (np.concatenate([np.array(numbers[name], float) for name in _COMPARED]) for numbers in (then, now))
+    old, new = (
+        np.concatenate([np.array(numbers[name], float) for name in _COMPARED]) for numbers in (then, now)
+    )
     if old.size != new.size or np.any((old == 0.0) != (new == 0.0)):
         return np.inf
     there = old != 0.0

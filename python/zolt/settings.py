@@ -7,7 +7,7 @@ from .model import CAL_PER_UNIT
 
 STATES = ("auto", "picker", 2, 3, 4)
 WEIGHTS = ("sd", "sem", "none")
-REPLICATES = ("pooled", "each")
+REPLICATES = ("pooled", "across", "each")
 USUAL_TEMPERATURE = 25.0  # °C
 # What the saved form calls the fields that it holds as they are.
 _PLAIN = {
@@ -23,10 +23,11 @@ class Settings:
 
     `temperature` is for curves that do not state theirs; None: 25 °C, with a warning. `native` and
     `denatured` are "line", "flat" or (intercept, slope). `m` is "free", "shared", one number for every
-    transition or one each; `dG` and `Cm` hold values where given, one number that of the first. `weights` are "sd", "sem" (the deviations as those
-    of means) or "none"; `sd_known` takes the deviations for true sizes. `replicates` are "pooled" or
-    fitted "each" alone. `exclude` holds texts that `zolt.exclusion` reads. `residues` is the length of
-    the chain. `intervals` is None or the options of `Fit.intervals`.
+    transition or one each; `dG` and `Cm` hold values where given, one number that of the first.
+    `weights` are "sd", "sem" (the deviations as those of means) or "none"; `sd_known` takes the
+    deviations for true sizes. `replicates` of each file are "pooled", those of all files together
+    ("across"), or fitted "each" alone. `exclude` holds texts that `zolt.exclusion` reads. `residues` is
+    the length of the chain. `intervals` is None or the options of `Fit.intervals`.
     """
 
     states: object = "auto"
@@ -51,7 +52,7 @@ class Settings:
         if self.weights not in WEIGHTS:
             raise ValueError(f"weights is one of {', '.join(WEIGHTS)}, not {self.weights!r}")
         if self.replicates not in REPLICATES:
-            raise ValueError(f"replicates is 'pooled' or 'each', not {self.replicates!r}")
+            raise ValueError(f"replicates is 'pooled', 'across' or 'each', not {self.replicates!r}")
         if isinstance(self.m, str) and self.m not in ("free", "shared"):
             raise ValueError(f"m is 'free', 'shared' or a number in cal/mol/M, not {self.m!r}")
         if self.m is None:
@@ -113,8 +114,12 @@ class Settings:
         held = {name: _held(getattr(self, name), scale, unit) for name, scale, unit in (
             ("dG", energy, f"{units}/mol"), ("Cm", 1.0, "M"), ("m", energy, f"{units}/mol/M"))}  # fmt: skip
         pairs = {
-            "states": {"auto": "by the evidence", "picker": "by the engine's picker"}.get(self.states, self.states),
-            "temperature": "25 °C where none is stated" if self.temperature is None else f"{self.temperature:g} °C where none is stated",
+            "states": {"auto": "by the evidence", "picker": "by the engine's picker"}.get(
+                self.states, self.states
+            ),
+            "temperature": "25 °C where none is stated"
+            if self.temperature is None
+            else f"{self.temperature:g} °C where none is stated",
             "native baseline": _side_words(self.native),
             "denatured baseline": _side_words(self.denatured),
             "m": self.m if isinstance(self.m, str) else held["m"],
@@ -156,7 +161,9 @@ def sides_of(baselines):
         return {}
     if isinstance(baselines, dict):
         if unknown := set(baselines) - {"native", "denatured"}:
-            raise ValueError(f"baselines have a native and a denatured side, not {', '.join(sorted(unknown))}")
+            raise ValueError(
+                f"baselines have a native and a denatured side, not {', '.join(sorted(unknown))}"
+            )
         return baselines
     values = tuple(float(value) for value in baselines)
     if len(values) != 4:
@@ -187,7 +194,11 @@ def _interval_words(method="profile", level=0.95, rounds=1000, seed=0):
 
 def _held(value, scale, unit):
     """'held at 1.2 kcal/mol/M' of a value, or one of each transition; '' where nothing is held."""
-    values = [v for v in (value if isinstance(value, (list, tuple)) else [value]) if v is not None and not isinstance(v, str)]
+    values = [
+        v
+        for v in (value if isinstance(value, (list, tuple)) else [value])
+        if v is not None and not isinstance(v, str)
+    ]
     return f"held at {', '.join(f'{v / scale:g}' for v in values)} {unit}" if values else ""
 
 

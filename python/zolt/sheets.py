@@ -112,7 +112,9 @@ def workbook_sheets(table, fits, intervals=None, settings=None, problems=()):
 
 def settings_table(settings):
     """A row per setting, in plain words and numbers."""
-    return pd.DataFrame([(str(name), plain(value)) for name, value in settings.items()], columns=["setting", "value"])
+    return pd.DataFrame(
+        [(str(name), plain(value)) for name, value in settings.items()], columns=["setting", "value"]
+    )
 
 
 def plain(value):

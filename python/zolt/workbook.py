@@ -24,10 +24,10 @@ def write_workbook(sheets, path):
 
     for name, table in sheets.items():
         if len(table) >= _MOST_ROWS or table.shape[1] > _MOST_COLUMNS:
-            raise ValueError(f"'{name}' has {len(table)} rows of {table.shape[1]} columns, more than a sheet holds; "
-                             "write .csv.")  # fmt: skip
+            size = f"{len(table)} rows of {table.shape[1]} columns"
+            raise ValueError(f"'{name}' has {size}, more than a sheet holds; write .csv.")
     whole = io.BytesIO()  # so that a full disk is met by one write, not within the library
-    with xlsxwriter.Workbook(whole, {"constant_memory": True}) as book:
+    with xlsxwriter.Workbook(whole, {"in_memory": True}) as book:
         bold, text = book.add_format({"bold": True, "num_format": "@"}), book.add_format({"num_format": "@"})
         for name, table in sheets.items():
             _write_sheet(book.add_worksheet(name), table, bold, text)
@@ -37,7 +37,9 @@ def write_workbook(sheets, path):
 def _write_sheet(sheet, table, bold, text):
     sheet.freeze_panes(1, 0)
     for j, name in enumerate(table.columns):
-        longest = max([len(str(name)), *(len(str(v)) for v in table[name].head(_SAMPLE) if isinstance(v, str))])
+        longest = max(
+            [len(str(name)), *(len(str(v)) for v in table[name].head(_SAMPLE) if isinstance(v, str))]
+        )
         sheet.set_column(j, j, min(max(longest + 1, _NARROWEST), _WIDEST))
         sheet.write_string(0, j, str(name), bold)
     columns = [table[name].tolist() for name in table.columns]

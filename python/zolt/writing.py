@@ -19,7 +19,9 @@ def check_place(path, what):
     path = Path(path)
     folder = path.parent
     if len(os.fsencode(path.name)) > 255:
-        raise CannotWrite(f"{what}: the name '{path.name[:40]}...' is too long for a file; take a shorter one.")
+        raise CannotWrite(
+            f"{what}: the name '{path.name[:40]}...' is too long for a file; take a shorter one."
+        )
     if not folder.is_dir():
         raise CannotWrite(f"{what} {path}: there is no folder {folder}; make it, or name another.")
     if path.is_dir():
@@ -70,7 +72,7 @@ def write_table(table, path):
     path = Path(path)
     table = finite(table)
     writers = {
-        ".csv": lambda part: table.to_csv(part, index=False),
+        ".csv": lambda part: harmless(table).to_csv(part, index=False),
         ".xlsx": lambda part: write_workbook({"results": table}, part),
         ".json": lambda part: table.to_json(part, orient="records", indent=1, force_ascii=False),
     }
@@ -82,6 +84,20 @@ def finite(table):
     """The table with a blank for what is infinite, such as an open end of an interval."""
     numbers = table.select_dtypes("float").columns
     return table.assign(**{name: table[name].where(np.isfinite(table[name])) for name in numbers})
+
+
+def harmless(table):
+    """The table with an apostrophe before texts that a spreadsheet would take for formulas (= + - @).
+
+    Names come from files of others.
+    """
+
+    def tame(value):
+        return f"'{value}" if isinstance(value, str) and value[:1] in tuple("=+-@\t\r") else value
+
+    words = table.select_dtypes("object").columns
+    tamed = table.assign(**{name: table[name].map(tame) for name in words})
+    return tamed.rename(columns=tame)
 
 
 def file_names(fits, tail=""):

@@ -43,31 +43,40 @@ Together fitAll(const std::vector<Data>& data, int share = ZOLTI_SHARE_M, int tr
   return all;
 }
 
-// With m held at the shared value every curve alone has the same optimum, and no other m is better.
+// What the curves give one by one, all with the same m or dG held, in units of the global fit.
+double sumWithHeld(const Set& set, const Together& all, int share, double value) {
+  ZOLTI_Options options = usual();
+  (share == ZOLTI_SHARE_M ? options.m : options.dG)[0] = value;
+  const double scatter = all.global.chi_squared / all.global.degrees;
+  double sum = 0.0;
+  for (std::size_t i = 0; i < set.data.size(); ++i) {
+    const double sd = all.fits[i].residual_sd;
+    sum += fit(set.data[i], 1, options).sse / (sd * sd / scatter);
+  }
+  return sum;
+}
+
+// No other value is better, and the curvature of the sum gives the error.
+void expectBest(const Set& set, const Together& all, int share) {
+  const double best = all.global.shared[0];
+  const double h = all.global.shared_se[0] * 0.1;
+  const double here = sumWithHeld(set, all, share, best);
+  const double above = sumWithHeld(set, all, share, best + h);
+  const double below = sumWithHeld(set, all, share, best - h);
+  EXPECT_NEAR(here / all.global.chi_squared, 1.0, 1e-9);
+  EXPECT_GT(std::min(above, below), here);
+  const double scatter = all.global.chi_squared / all.global.degrees;
+  const double error = std::sqrt(2.0 * scatter * h * h / (above + below - 2.0 * here));
+  EXPECT_NEAR(error / all.global.shared_se[0], 1.0, 0.02);
+}
+
+// With m held at the shared value every curve alone has the same optimum.
 TEST(Global, TheSharedValueIsTheBestOfAll) {
   const Set set = mutants(5, 0.01, 3);
   const Together all = fitAll(set.data);
   ASSERT_EQ(all.global.status, ZOLTI_FITTED);
-  const auto chiSquared = [&](double m) {
-    ZOLTI_Options options = usual();
-    options.m[0] = m;
-    double sum = 0.0;
-    for (std::size_t i = 0; i < set.data.size(); ++i) {
-      const ZOLTI_Fit alone = fit(set.data[i], 1, options);
-      const double scatter = all.global.chi_squared / all.global.degrees;
-      sum += alone.sse / (all.fits[i].residual_sd * all.fits[i].residual_sd / scatter);
-    }
-    return sum;
-  };
+  expectBest(set, all, ZOLTI_SHARE_M);
   const double m = all.global.shared[0];
-  EXPECT_NEAR(chiSquared(m) / all.global.chi_squared, 1.0, 1e-9);
-  EXPECT_GT(chiSquared(m * 1.001), all.global.chi_squared);
-  EXPECT_GT(chiSquared(m * 0.999), all.global.chi_squared);
-  // The curvature of the sum gives the error of m.
-  const double h = all.global.shared_se[0] * 0.1;
-  const double second = chiSquared(m + h) + chiSquared(m - h) - 2.0 * chiSquared(m);
-  const double scatter = all.global.chi_squared / all.global.degrees;
-  EXPECT_NEAR(std::sqrt(2.0 * scatter * h * h / second) / all.global.shared_se[0], 1.0, 0.02);
   for (std::size_t i = 0; i < set.data.size(); ++i) {
     EXPECT_NEAR(all.fits[i].m[0], m, 1e-9 * m);
     EXPECT_NEAR(all.fits[i].Cm[0], set.Cm[i], 0.15);
@@ -100,6 +109,42 @@ TEST(Global, DifferencesAndIntervalsHoldTheTruth) {
   EXPECT_LE(refused, kSets / 10);
 }
 
+// With dG of one curve held at an end of its interval, the best shared m leaves a sum that has
+// grown by the square of Student's t, or by more where the errors were enlarged for unequal noise.
+TEST(Global, EndsOfIntervalsAreWhereTheSumHasGrown) {
+  const Set set = mutants(4, 0.02, 8);
+  const Together all = fitAll(set.data);
+  const double scatter = all.global.chi_squared / all.global.degrees;
+  const auto leastSum = [&](std::size_t held, double dG) {
+    const auto sumAt = [&](double m) {
+      double sum = 0.0;
+      for (std::size_t i = 0; i < set.data.size(); ++i) {
+        ZOLTI_Options options = usual();
+        options.m[0] = m;
+        options.dG[0] = i == held ? dG : kNaN;
+        sum +=
+            fit(set.data[i], 1, options).sse / (all.fits[i].residual_sd * all.fits[i].residual_sd);
+      }
+      return sum;
+    };
+    double low = 0.8 * all.global.shared[0], high = 1.25 * all.global.shared[0];
+    while (high / low > 1.0 + 1e-5) {
+      const double a = low + 0.382 * (high - low), b = low + 0.618 * (high - low);
+      (sumAt(a) < sumAt(b) ? high : low) = sumAt(a) < sumAt(b) ? b : a;
+    }
+    return sumAt(low);
+  };
+  constexpr double kStudent = 1.993;  // 0.975 quantile of 74 degrees of freedom
+  ASSERT_EQ(all.global.degrees, 75);
+  for (std::size_t i = 0; i < set.data.size(); ++i) {
+    for (const double end : all.intervals[i].dG[0]) {
+      const double growth = leastSum(i, end) - all.global.chi_squared / scatter;
+      EXPECT_GT(growth, 0.95 * kStudent * kStudent) << "curve " << i << " at " << end;
+      EXPECT_LT(growth, 1.2 * kStudent * kStudent) << "curve " << i << " at " << end;
+    }
+  }
+}
+
 TEST(Global, CurvesThatDoNotShareAreTold) {
   Set set = mutants(3, 0.01, 9);
   set.data.push_back(mutants(1, 0.01, 10, 2100.0).data[0]);
@@ -108,15 +153,16 @@ TEST(Global, CurvesThatDoNotShareAreTold) {
 
 // The same protein with three probes: one dG, each its own scale.
 TEST(Global, FreeEnergiesCanBeShared) {
-  std::vector<Data> probes;
+  Set probes;
   for (std::uint64_t i = 0; i < 3; ++i) {
-    probes.push_back(sample({{5000.0, 3.0 + static_cast<double>(i), 1.0}}, 30, 0.01, i + 1));
-    for (double& y : probes.back().y) {
+    probes.data.push_back(sample({{5000.0, 3.0 + static_cast<double>(i), 1.0}}, 30, 0.01, i + 1));
+    for (double& y : probes.data.back().y) {
       y = 1e4 * y - 3e3;
     }
   }
-  const Together all = fitAll(probes, ZOLTI_SHARE_DG);
+  const Together all = fitAll(probes.data, ZOLTI_SHARE_DG);
   ASSERT_EQ(all.global.status, ZOLTI_FITTED);
+  expectBest(probes, all, ZOLTI_SHARE_DG);
   EXPECT_NEAR(all.global.shared[0], 5000.0, 3.0 * all.global.shared_se[0]);
   EXPECT_LT(all.global.shared_interval[0][0], 5000.0);
   EXPECT_GT(all.global.shared_interval[0][1], 5000.0);

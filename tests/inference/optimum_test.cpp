@@ -193,6 +193,47 @@ TEST(Optimum, HoldingWhatWasFoundChangesNothingElse) {
   }
 }
 
+// A held dG leaves m free as long as the midpoint dG/m stays within its bounds; no m in there does
+// better. Where there is no such m, the choice is refused.
+TEST(Optimum, AHeldFreeEnergyLeavesEverySlopeThatItsMidpointAllows) {
+  struct Case {
+    double first, dG;
+    int status;
+  };
+  constexpr double kReach = 8.0;
+  const Case cases[] = {{0.0, 1500.0, ZOLTI_FITTED},  {0.0, 9000.0, ZOLTI_FITTED},
+                        {0.0, -300.0, ZOLTI_FITTED},  {0.0, 0.0, ZOLTI_FITTED},
+                        {3.0, 400.0, ZOLTI_FITTED},   {3.0, 0.0, ZOLTI_BAD_HELD},
+                        {3.0, -300.0, ZOLTI_BAD_HELD}};
+  for (const Case& one : cases) {
+    SCOPED_TRACE(std::to_string(one.first) + " M, " + std::to_string(one.dG));
+    Data data = sample(kOne, 24, 0.02, 3, kReach);
+    for (std::size_t i = 0; i < 24; ++i) {
+      data.x[i] = one.first + (kReach - one.first) * data.x[i] / kReach;
+    }
+    ZOLTI_Options options = usual();
+    options.margin = 0.25;
+    options.dG[0] = one.dG;
+    const ZOLTI_Fit found = fit(data, 1, options);
+    ASSERT_EQ(found.status, one.status);
+    if (one.status != ZOLTI_FITTED) {
+      continue;
+    }
+    const double margin = options.margin * (kReach - one.first);
+    int better = 0, tried = 0;
+    for (double m = 40.0; m < 12000.0; m *= 1.05) {
+      options.m[0] = m;
+      const double Cm = one.dG / m;
+      if (one.first - margin <= Cm && Cm <= kReach + margin) {
+        better += fit(data, 1, options).sse < found.sse * (1.0 - 1e-9);
+        ++tried;
+      }
+    }
+    EXPECT_GT(tried, 20);
+    EXPECT_EQ(better, 0) << found.m[0];
+  }
+}
+
 TEST(Optimum, BaselinesAreFittedFlatOrGiven) {
   const Data data = sample(kOne, 24, 0.0);
   ZOLTI_Options options = usual();

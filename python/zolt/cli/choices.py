@@ -1,6 +1,7 @@
 """The choices of a fit as options: which readings, which model, what is held."""
 
 from functools import partial, wraps
+from math import isfinite
 
 import click
 
@@ -11,8 +12,8 @@ from .options import option
 
 model = partial(option, group="Model")
 CHOICES = {
-    "states": model("--states", type=click.Choice(["auto", "picker", "2", "3", "4"]), default="auto", metavar="N",
-                    help="2, 3, 4, auto (evidence) or picker.  [auto]"),
+    "states": model("--states", type=click.Choice(["auto", "picker", "2", "3", "4"]), default="auto",
+                    metavar="N", help="2, 3, 4, auto (evidence) or picker.  [auto]"),
     "m": model("--m", default="free", metavar="HOW", help="free, shared by all, or a number to hold."),
     "baselines": model("--baselines", metavar="SIDES", help="native=flat,denatured=A,B or aN,bN,aU,bU"),
     "exclude": model("--exclude", multiple=True, metavar="[CURVE@]WHAT",
@@ -21,7 +22,7 @@ CHOICES = {
                      help="Standard deviations of the file.  [sd]"),
     "sd_known": model("--sd-known", is_flag=True, help="They are true sizes, not only weights."),
     "replicates": model("--replicates", type=click.Choice(REPLICATES), default="pooled",
-                        help="Fitted together or each alone."),
+                        metavar="HOW", help="pooled, across files too, or each.  [pooled]"),
     "residues": model("--residues", type=click.IntRange(1), metavar="N",
                       help="Chain length: warn where m does not suit."),
     "midpoint": model("--midpoint", is_flag=True, help="Midpoint only, for short or poor curves."),
@@ -97,7 +98,7 @@ def baselines_of(text):
     parts = [part.strip() for part in text.split(",")]
     if "=" not in text:
         try:
-            values = [float(part) for part in parts]
+            values = _finite(parts)
         except ValueError:
             raise wrong from None
         if len(values) != 4:
@@ -122,5 +123,12 @@ def baselines_of(text):
 
 
 def _pair(words):
-    first, second = (float(word) for word in words)
+    first, second = _finite(words)
     return first, second
+
+
+def _finite(words):
+    values = [float(word) for word in words]
+    if not all(map(isfinite, values)):
+        raise ValueError("a number that is none")
+    return values

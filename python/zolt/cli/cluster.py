@@ -34,12 +34,17 @@ def _check_workers(client, address):
     try:
         versions = client.run(locate, "zolt.__version__")
     except Exception as fault:  # such as a library that is missing over there
-        raise click.UsageError(f"--scheduler {address}: zolt does not load on its workers ({fault}).") from None
+        raise click.UsageError(
+            f"--scheduler {address}: zolt does not load on its workers ({fault})."
+        ) from None
     if not versions:
         raise click.UsageError(f"--scheduler {address}: it has no workers; start one with dask worker.")
     lacking = sum(version != __version__ for version in versions.values())
     if lacking:
-        found = ", ".join(sorted({f"zolt {v}" if v else "no zolt" for v in versions.values()} - {f"zolt {__version__}"}))
+        found = ", ".join(
+            sorted({f"zolt {v}" if v else "no zolt" for v in versions.values()} - {f"zolt {__version__}"})
+        )
         raise click.UsageError(
-            f"--scheduler {address}: {lacking} of {len(versions)} workers have {found}; install zolt {__version__} there."
+            f"--scheduler {address}: {lacking} of {len(versions)} workers have {found}; "
+            f"install zolt {__version__} there."
         )

@@ -5,23 +5,31 @@ import sys
 import click
 
 from ..output import print_cautions
+from ..replicates import gathered
 from ..writing import TABLES, write_table
 from .choices import check_exclusions, choices_of, settings_from
 from .delivery import Delivery
 from .help import GroupedCommand
 from .input import Input
+
 from .options import (
-    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options, option,
-    reading_options,
+    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options,
+    option, reading_options,
 )  # fmt: skip
 
 
 @click.command(cls=GroupedCommand)
 @FILES
 @option("--reference", metavar="NAME", group="Model", help="The curve to compare with.  [the first]")
-@option("--level", type=click.FloatRange(0.0, 1.0, min_open=True, max_open=True), default=0.95, metavar="P",
-        group="Model", help="Level of the intervals.  [0.95]")
-@choices_of("baselines", "exclude", "weights", "sd_known", "residues", "drop_outliers")
+@option(
+    "--level",
+    type=click.FloatRange(0.0, 1.0, min_open=True, max_open=True),
+    default=0.95,
+    metavar="P",
+    group="Model",
+    help="Level of the intervals.  [0.95]",
+)
+@choices_of("baselines", "exclude", "weights", "sd_known", "replicates", "residues", "drop_outliers")
 @TEMPERATURE
 @UNITS
 @LAYOUT
@@ -32,7 +40,7 @@ from .options import (
 def compare(files, reference, level, temperature, units, layout, reading, out, plot, look, choices):
     """Compare the curves of the FILES with a reference: differences of dG and Cm with intervals.
 
-    All curves are taken for two states, and replicates are pooled. ddG comes by three ways: a global fit
+    All curves are taken for two states, and replicates of a file are pooled. ddG comes by three ways: a global fit
     with one m, the mean m times the difference of Cm, and the plain difference of dG.
 
     \b
@@ -50,9 +58,10 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
     settings = settings_from({**choices, "states": "2"}, units, temperature)
     source = Input(files, layout, reading, temperature)
     source.need_curves()
-    check_exclusions(settings, source.curves)
+    curves = gathered(source.curves, settings)
+    check_exclusions(settings, curves)
     try:
-        result = compared(source.curves, reference or 0, level=level, settings=settings)
+        result = compared(curves, reference or 0, level=level, settings=settings)
     except ValueError as fault:
         click.echo(f"zolt: {fault}.", err=True)
         sys.exit(2)
@@ -61,7 +70,9 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
     if delivery.asked("--plot"):
         from ..plot import save_figure
 
-        delivery.write("--plot", lambda path: save_figure(result.plot(units, **look), path, look.get("width")))
+        delivery.write(
+            "--plot", lambda path: save_figure(result.plot(units, **look), path, look.get("width"))
+        )
     click.echo(_printed(table, units))
     click.echo(f"Each less {result.fits[result.reference].name}; {units}/mol and M, ± standard error, "
                f"[{100 * level:g} % interval].")  # fmt: skip

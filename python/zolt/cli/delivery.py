@@ -4,8 +4,7 @@ import os
 
 import click
 
-from ..writing import CannotWrite, check_folder, reason, replacing
-from .options import check_out
+from ..writing import CannotWrite, check_folder, check_place, reason, replacing
 
 
 class Delivery:
@@ -22,7 +21,9 @@ class Delivery:
     def file(self, what, path, suffixes):
         if path is None:
             return
-        check_out(path, suffixes, what)
+        if path.suffix.lower() not in suffixes:
+            raise click.UsageError(f"{what} {path}: the file name must end in {', '.join(suffixes)}.")
+        _or_usage(check_place, path, what)
         if use := self._taken.get(os.path.realpath(path)):
             raise click.UsageError(f"{what} {path}: this file {use}; name another.")
         self._taken[os.path.realpath(path)] = f"is written by {what}"
@@ -31,10 +32,7 @@ class Delivery:
     def folder(self, what, path):
         if path is None:
             return
-        try:
-            check_folder(path, what)
-        except CannotWrite as fault:
-            raise click.UsageError(str(fault)) from None
+        _or_usage(check_folder, path, what)
         self._places[what] = path
 
     def asked(self, what):
@@ -55,3 +53,10 @@ class Delivery:
             words = reason(fault) if isinstance(fault, OSError) else str(fault)
             self.problems.append(f"{what} {path}: not written, {words.rstrip('.')}.")
             click.echo(f"zolt: {self.problems[-1]}", err=True)
+
+
+def _or_usage(check, path, what):
+    try:
+        check(path, what)
+    except CannotWrite as fault:
+        raise click.UsageError(str(fault)) from None

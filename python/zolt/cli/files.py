@@ -4,6 +4,7 @@ from dataclasses import dataclass
 
 from tqdm import tqdm
 
+from ..replicates import replicate_means
 from ..session import save
 from ..settings import Settings
 from ..sheets import curve_table, readings_table, wide_curves, workbook_sheets
@@ -40,22 +41,32 @@ def write_all(delivery, run, *, wide, kinds, picture, overlay_of, look):
     fits = run.fits
     delivery.write("--out", lambda path: write_results(run, path))
     delivery.write("--readings", lambda path: write_table(readings_table(fits), path))
-    delivery.write("--curves", lambda path: write_table(wide_curves(fits) if wide else curve_table(fits), path))
+    delivery.write(
+        "--curves", lambda path: write_table(wide_curves(fits) if wide else curve_table(fits), path)
+    )
     delivery.write("--plots", lambda path: draw_all(fits, path, kinds, picture, run.units, look))
     delivery.write("--overlay", lambda path: _draw_overlay(fits, path, overlay_of, run.units, look))
-    if delivery.asked("--report"):
-        from ..report import write_report
+    write_page(delivery, run)
 
-        delivery.write("--report", lambda path: write_report(
-            path, fits, run.intervals, units=run.units, settings=run.logbook, problems=run.problems, read=run.read,
-        ))  # fmt: skip
+
+def write_page(delivery, run):
+    """The report, if it was asked for."""
+    if not delivery.asked("--report"):
+        return
+    from ..report import write_report
+
+    known = dict(units=run.units, settings=run.logbook, problems=run.problems, read=run.read)
+    delivery.write("--report", lambda path: write_report(path, run.fits, run.intervals, **known))
 
 
 def write_results(run, path):
     """The results as a table, as a workbook with all that belongs to them, or as a session to run again."""
     if path.suffix.lower() == ".xlsx":
         told = {**run.logbook, "read": "; ".join(run.read)}
-        write_workbook(workbook_sheets(run.table, run.fits, run.intervals, told, run.problems), path)
+        sheets = workbook_sheets(run.table, run.fits, run.intervals, told, run.problems)
+        if len(alike := replicate_means(run.fits, run.units)):
+            sheets["replicates"] = alike
+        write_workbook(sheets, path)
     elif path.suffix.lower() == ".json":
         save(path, run.fits, run.settings, run.units)
     else:
@@ -63,13 +74,15 @@ def write_results(run, path):
 
 
 def draw_all(fits, folder, kinds, picture, units, look):
-    """Pictures of every fit, named after its file and curve. A kind that a curve cannot have is passed over."""
+    """Pictures of every fit, named after its file and curve; a kind that a fit cannot have is passed over."""
     from ..plot import plot_fit, plot_free_energy, plot_profile, save_fit
 
     draws = dict(zip(DRAWN, (plot_fit, plot_free_energy, plot_profile)))
     for kind in kinds:
         names = file_names(fits, "" if kind == "fit" else f"_{kind}")
-        progress = tqdm(list(zip(fits, names)), unit="picture", disable=None if len(fits) >= _SHOW_PROGRESS else True)
+        progress = tqdm(
+            list(zip(fits, names)), unit="picture", disable=None if len(fits) >= _SHOW_PROGRESS else True
+        )
         for fit, name in progress:
             if kind == "fit" or (fit.ok and (kind == "energy" or fit.answer is not None)):
                 save_fit(fit, folder / f"{name}.{picture}", draws[kind], units=units, **look)

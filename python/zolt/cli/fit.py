@@ -7,8 +7,8 @@ from functools import partial
 import click
 
 from ..batch import fit_each, table_of
-from ..output import print_fits
-from ..replicates import pooled, replicate_means
+from ..output import print_fits, print_replicates
+from ..replicates import gathered
 from ..writing import TABLES
 from .choices import check_exclusions, fit_choices, settings_from
 from .cluster import cluster
@@ -17,8 +17,8 @@ from .files import DRAWN, Run, write_all
 from .help import GroupedCommand
 from .input import Input
 from .options import (
-    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options, option,
-    reading_options,
+    FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options,
+    option, reading_options,
 )  # fmt: skip
 
 errors, results, figures, machine = (
@@ -33,12 +33,13 @@ errors, results, figures, machine = (
 @reading_options
 @fit_choices
 @errors("--intervals", is_flag=True, help="95 % intervals beside standard errors.")
-@errors("--method", type=click.Choice(["profile", "linear", "bootstrap"]), default="profile", metavar="NAME",
-        help="profile, linear or bootstrap.  [profile]")
+@errors("--method", type=click.Choice(["profile", "linear", "bootstrap"]), default="profile",
+        metavar="NAME", help="profile, linear or bootstrap.  [profile]")
 @errors("--rounds", type=click.IntRange(20), default=1000, metavar="N", help="Of the bootstrap.  [1000, 0]")
 @errors("--seed", type=int, default=0, metavar="N", beside=True)
 @OUT
-@results("--readings", "reading_file", type=FILE, metavar="FILE", help="Residuals, fraction folded: .csv, .xlsx")
+@results("--readings", "reading_file", type=FILE, metavar="FILE",
+         help="Residuals, fraction folded: .csv, .xlsx")
 @results("--curves", "curve_file", type=FILE, metavar="FILE", help="Fitted curves; wide: a column per curve.")
 @results("--wide", is_flag=True, beside=True)
 @results("--report", type=FILE, metavar="FILE", help="One page to read: .html")
@@ -49,20 +50,22 @@ errors, results, figures, machine = (
 @figures("--format", "picture", type=click.Choice(["png", "svg", "pdf"]), default="png",
          help="Of --plots.  [png]")
 @figures("--overlay", type=FILE, metavar="FILE", help="All curves in one: .png, .svg, .pdf")
-@figures("--overlay-of", type=click.Choice(["fraction", "signal", "energy"]), default="fraction", metavar="WHAT",
-         help="fraction, signal or energy.  [fraction]")
+@figures("--overlay-of", type=click.Choice(["fraction", "signal", "energy"]), default="fraction",
+         metavar="WHAT", help="fraction, signal or energy.  [fraction]")
 @look_options
 @machine("--workers", type=click.IntRange(1), metavar="N", help="Threads.  [one per processor]")
 @machine("--scheduler", metavar="ADDRESS", help="A dask scheduler that does the work.")
 def fit_command(files, temperature, intervals, method, rounds, seed, units, layout, workers, scheduler, out,
-                reading_file, curve_file, wide, plots, draw, picture, overlay, overlay_of, report, quiet, reading,
-                look, choices):
+                reading_file, curve_file, wide, plots, draw, picture, overlay, overlay_of, report, quiet,
+                reading, look, choices):
     """Fit every curve of the FILES and print a table. The exit status is 0, or 2
     when a file could not be read or written.
     """  # fmt: skip
     check_temperature(temperature)
     check_look(look)
     kinds = _kinds(draw)
+    if intervals and choices["midpoint"]:
+        raise click.UsageError("--midpoint takes no --intervals: a midpoint fit has no errors.")
     settings = settings_from(choices, units, temperature, _sampling(intervals, method, rounds, seed))
     delivery = Delivery([*files, layout])
     delivery.file("--out", out, TABLES)
@@ -74,10 +77,14 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     with cluster(scheduler) as client:
         source = Input(files, layout, reading, temperature, quiet)
         source.need_curves()
-        check_exclusions(settings, source.curves)
-        curves = pooled(source.curves) if settings.replicates == "pooled" else source.curves
+        curves = gathered(source.curves, settings)
+        check_exclusions(settings, curves)
         started = time.perf_counter()
-        outcomes = fit_each(curves, workers=workers, client=client, progress=not quiet, settings=settings)
+        try:
+            outcomes = fit_each(curves, workers=workers, client=client, progress=not quiet, settings=settings)
+        except ValueError as fault:  # of all curves together; one curve's faults stay its own
+            click.echo(f"zolt: {fault}", err=True)
+            sys.exit(2)
         elapsed = time.perf_counter() - started
     table = table_of(outcomes, curves, units)
     logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)), **reading,
@@ -85,11 +92,8 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     run = Run(outcomes, table, settings, units, logbook, source.read, source.problems)
     write_all(delivery, run, wide=wide, kinds=kinds, picture=picture, overlay_of=overlay_of, look=look)
     if not quiet:
-        print_fits(table, units, run.fits)
-        alike = replicate_means([fit for fit, _ in outcomes], curves, units)
-        if len(alike):
-            click.echo("Replicates, each fitted alone:")
-            click.echo(alike.to_string(index=False, float_format="{:.3f}".format, na_rep=""))
+        print_fits(table, units, run.fits, run.intervals)
+        print_replicates(run.fits, units)
         good = int((table["status"].isin(["fitted", "midpoint fitted"])).sum())
         click.echo(f"{good} of {len(table)} curves fitted in {elapsed:.2f} s.")
     source.problems += delivery.problems

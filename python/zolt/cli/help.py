@@ -19,7 +19,9 @@ class Option(click.Option):
         if self.secondary_opts:
             name += "/" + ", ".join(self.secondary_opts)
         if not self.is_flag:
-            name += " " + (self.metavar or "|".join(getattr(self.type, "choices", [])) or self.type.name.upper())
+            name += " " + (
+                self.metavar or "|".join(getattr(self.type, "choices", [])) or self.type.name.upper()
+            )
         return name, self.help or ""
 
 
@@ -39,7 +41,9 @@ class GroupedCommand(click.Command):
         for group, options in groups.items():
             lines = []
             for option in options:
-                name, words = option.line if isinstance(option, Option) else (", ".join(option.opts), option.help)
+                name, words = (
+                    option.line if isinstance(option, Option) else (", ".join(option.opts), option.help)
+                )
                 if getattr(option, "beside", False):
                     name, words = f"{lines[-1][0]} {name}", f"{lines[-1][1]}{words}"
                     lines.pop()

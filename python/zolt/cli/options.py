@@ -6,7 +6,6 @@ from pathlib import Path
 import click
 
 from ..model import CAL_PER_UNIT
-from ..writing import TABLES, CannotWrite, check_place
 from .help import Option
 
 PICTURES = (".png", ".svg", ".pdf")
@@ -83,18 +82,6 @@ def check_look(look):
             pass
     except ValueError as fault:
         raise click.UsageError(f"{fault}.") from None
-
-
-def check_out(path, suffixes=TABLES, what="--out"):
-    """Refuse a file that cannot be written, or whose format is not known, before any work."""
-    if path is None:
-        return
-    if path.suffix.lower() not in suffixes:
-        raise click.UsageError(f"{what} {path}: the file name must end in {', '.join(suffixes)}.")
-    try:
-        check_place(path, what)
-    except CannotWrite as fault:
-        raise click.UsageError(str(fault)) from None
 
 
 def check_temperature(value):

@@ -23,7 +23,8 @@ model = partial(option, group="Series")
 @model("--form", type=click.Choice(["trend", "aggregation"]), default="trend", metavar="NAME",
        help="trend: ln(label); aggregation: label.  [trend]")
 @model("--states", type=click.Choice(["2", "3", "4"]), default="2", help="Of all curves.  [2]")
-@model("--transition", type=click.Choice(["1", "2", "3"]), default="1", help="The one whose dG is followed.  [1]")
+@model("--transition", type=click.Choice(["1", "2", "3"]), default="1",
+       help="The one whose dG is followed.  [1]")
 @model("--labels", metavar="NUMBERS", help="With commas, where the file has none.")
 @model("--exclude", default="", metavar="NUMBERS", help="Curves, from 1, to keep out of the trend.")
 @model("--keep-all", is_flag=True, help="Leave spikes and outliers in.")
@@ -72,7 +73,9 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
     if delivery.asked("--plot"):
         from ..plot import save_figure
 
-        delivery.write("--plot", lambda path: save_figure(result.plot(units=units, **look), path, look.get("width")))
+        delivery.write(
+            "--plot", lambda path: save_figure(result.plot(units=units, **look), path, look.get("width"))
+        )
     print_fits(table, units, result.fits)
     click.echo("\n" + result.label_table(units).to_string(index=False, float_format="{:.3f}".format, na_rep=""))
     click.echo(result.verdict_in(units))

@@ -5,9 +5,10 @@ import pandas as pd
 
 from .. import engine
 from ..points import pick_states
-from ..writing import write_table
+from ..writing import TABLES, write_table
+from .delivery import Delivery
 from .input import Input
-from .options import FILES, LAYOUT, OUT, check_out, reading_options
+from .options import FILES, LAYOUT, OUT, reading_options
 
 
 @click.command()
@@ -43,7 +44,8 @@ def smooth(files, width, out):
     Example:
       zolt smooth spectra.csv --width 5 --out smooth.csv
     """
-    check_out(out)
+    delivery = Delivery(files)
+    delivery.file("--out", out, TABLES)
     source = Input(files)
     source.need_curves()
     parts = [
@@ -52,8 +54,8 @@ def smooth(files, width, out):
         if c.x.size
     ]
     table = pd.concat(parts, ignore_index=True)
-    if out:
-        write_table(table, out)
-    else:
+    delivery.write("--out", lambda path: write_table(table, path))
+    if not out:
         click.echo(table.to_csv(index=False), nl=False)
+    source.problems += delivery.problems
     source.finish()

@@ -6,7 +6,7 @@ Figures are made without pyplot. They follow Matplotlib's style sheets, see `loo
 from .compare import plot_compare
 from .curve import plot_fit, save_figure, save_fit
 from .energy import plot_free_energy
-from .look import look
+from .look import look, new_figure
 from .overlay import plot_overlay
 from .plate import plate_cells, plate_figure
 from .profile import plot_profile, profile
@@ -14,6 +14,7 @@ from .series import plot_series
 
 __all__ = [
     "look",
+    "new_figure",
     "plate_cells",
     "plate_figure",
     "plot_compare",

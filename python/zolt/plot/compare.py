@@ -36,7 +36,7 @@ def plot_compare(comparison, units="kcal"):
     right.axvline(0.0, color=BASELINE, lw=0.9)
     right.set_yticks(range(len(shown)), [shortened(comparison.fits[i].name, _LONGEST) for i in shown])
     right.set_ylim(len(shown) - 0.4, -0.6)
-    right.set_xlabel(f"ddG, curve less reference ({units}/mol), {100 * comparison.level:g} % intervals")
+    right.set_xlabel(f"ddG ({units}/mol), {100 * comparison.level:g} % intervals")
     right.legend(loc="lower center", bbox_to_anchor=(0.5, 1.0), ncols=1)
     for ax in (left, right):
         dress(ax)
@@ -52,7 +52,9 @@ def _draw_curves(comparison, ax):
         x, y = fit.x[fit.kept], model.fraction_of(fit.x, fit.y, fit.result)[fit.kept]
         ax.scatter(x, y, s=9, color=color, alpha=0.6, linewidths=0)
         name = shortened(fit.name, _LONGEST) + (" (reference)" if i == comparison.reference else "")
-        ax.plot(*fit.fraction_denatured(), color=color, lw=1.6 if i == comparison.reference else 1.2, label=name)
+        ax.plot(
+            *fit.fraction_denatured(), color=color, lw=1.6 if i == comparison.reference else 1.2, label=name
+        )
     ax.set_ylim(-0.15, 1.15)
     ax.set_xlabel(denaturant_label(comparison.fits))
     ax.set_ylabel("Fraction denatured")

@@ -58,7 +58,14 @@ def _draw_legend(fit, ax, lowest, alone):
         options |= dict(loc="best", frameon=True, framealpha=0.8, edgecolor="none", fontsize="x-small")
     elif is_narrow():  # a column of a journal has no room beside the panel
         below = -0.9 if lowest is not ax else -0.2
-        options |= dict(bbox_to_anchor=(0.0, below), borderaxespad=0.0, ncol=2, columnspacing=0.8, handlelength=1.4, handletextpad=0.5)
+        options |= dict(
+            bbox_to_anchor=(0.0, below),
+            borderaxespad=0.0,
+            ncol=2,
+            columnspacing=0.8,
+            handlelength=1.4,
+            handletextpad=0.5,
+        )
         ax = lowest
     else:  # beside the panel, where it covers no reading
         options |= dict(bbox_to_anchor=(1.01, 1.0))
@@ -74,15 +81,23 @@ def _draw_points(fit, ax, values, size=24):
     several = count > 1
     replicates = bool(several.any()) and 2 * np.count_nonzero(several) >= at.size
     style = dict(s=size, linewidths=1.0, zorder=4)
-    ax.scatter(fit.x[~hollow], values[~hollow], c=colours.reading, edgecolors=colours.reading, label="readings",
-               alpha=0.35 if replicates else None, **style)  # fmt: skip
+    ax.scatter(fit.x[~hollow], values[~hollow], c=colours.reading, edgecolors=colours.reading,
+               label="readings", alpha=0.35 if replicates else None, **style)  # fmt: skip
     if hollow.any():
         ax.scatter(fit.x[hollow], values[hollow], facecolors=colours.paper, edgecolors=colours.mark,
                    label="spike or outlier", **style)  # fmt: skip
     bars = dict(color=colours.reading, elinewidth=0.9, capsize=2, zorder=3)
     if replicates:
         mean = mean - np.interp(at, fit.x, fit.y - values)  # no shift for readings, the fit for residuals
-        ax.errorbar(at[several], mean[several], spread[several], fmt="_", ms=7, label="mean and SD of replicates", **bars)
+        ax.errorbar(
+            at[several],
+            mean[several],
+            spread[several],
+            fmt="_",
+            ms=7,
+            label="mean and SD of replicates",
+            **bars,
+        )
     elif fit.sd is not None:
         ax.errorbar(fit.x, values, fit.sd, fmt="none", label="SD as given", **bars)
 

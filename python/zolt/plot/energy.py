@@ -53,7 +53,9 @@ def draw_energy(fit, ax, scale, color=None, name=None):
     ends = [*fit.dG / scale, *((fit.dG[:, None] * (1.0 - x / fit.Cm[:, None])).ravel() / scale)]
     if ax.lines and np.isfinite(ends).all():
         ax.set_xlim(left=-0.02 * fit.x[-1])
-        ax.set_ylim(*limits([*ends, *(ax.dataLim.intervaly if np.isfinite(ax.dataLim.intervaly).all() else ())]))
+        ax.set_ylim(
+            *limits([*ends, *(ax.dataLim.intervaly if np.isfinite(ax.dataLim.intervaly).all() else ())])
+        )
 
 
 def readings_of_energy(fit):

@@ -1,5 +1,6 @@
 """How figures look: style sheets, width and font, colours by their use, and text that stays text."""
 
+import io
 from collections import namedtuple
 from contextlib import contextmanager
 from functools import wraps
@@ -16,6 +17,7 @@ SHEET = Path(__file__).with_name("zolt.mplstyle")
 # Journals want fonts that can be edited: TrueType in PDF and PostScript, letters as letters in SVG.
 _SAVING = {"pdf.fonttype": 42, "ps.fonttype": 42, "svg.fonttype": "none"}
 _MM = 25.4
+_SCREEN_DOTS_PER_INCH = 90
 _NARROW = 130.0 / _MM  # inches; below it, letters are smaller and the legend stands under the axes
 _SMALL_FONT = 8.0
 BASELINE = "0.42"
@@ -43,6 +45,12 @@ class PaperFigure(Figure):
         with matplotlib.rc_context(_SAVING):
             super().savefig(*arguments, **options)
 
+    def _repr_png_(self):
+        """The figure as a notebook shows it."""
+        whole = io.BytesIO()
+        self.savefig(whole, format="png", dpi=_SCREEN_DOTS_PER_INCH)
+        return whole.getvalue()
+
 
 @contextmanager
 def look(style=(), width=None, font=None, font_size=None):
@@ -56,7 +64,9 @@ def look(style=(), width=None, font=None, font_size=None):
     for sheet in sheets:
         if sheet not in styles.library and sheet != "default" and not Path(sheet).is_file():
             some = ", ".join(sorted(name for name in styles.library if not name.startswith("_"))[:6])
-            raise ValueError(f"there is no style '{sheet}': give the path of a style sheet, or a name as {some}")
+            raise ValueError(
+                f"there is no style '{sheet}': give the path of a style sheet, or a name as {some}"
+            )
     with styles.context([SHEET, *sheets]):
         if width is not None:
             if not 30.0 <= width <= 500.0:
@@ -96,7 +106,10 @@ def is_narrow():
 
 
 def new_figure(across=1.0, aspect=None):
-    """An empty figure, `across` times as wide as is usual; height is width times `aspect`."""
+    """An empty figure, `across` times as wide as is usual; height is width times `aspect`.
+
+    It is the figure of the look in force; see `look`.
+    """
     width, height = matplotlib.rcParams["figure.figsize"]
     size = across * width, height if aspect is None else across * width * aspect
     figure = PaperFigure(figsize=size, layout="constrained")
@@ -138,7 +151,7 @@ def shortened(name, longest=LONGEST_TITLE):
 
 def denaturant_label(fits, denaturant=None):
     """The words on the axis of concentrations: what was given, else what the source said."""
-    if denaturant is None:
+    if not denaturant:
         known = {fit.denaturant or fit.details.get("denaturant") for fit in fits} - {None, ""}
         denaturant = known.pop() if len(known) == 1 else "denaturant"
     denaturant = shortened(denaturant)

@@ -62,8 +62,8 @@ def _draw_signal(fit, ax, color, name, _):
 
 
 def _draw_fraction(fit, ax, color, name, _):
-    ax.scatter(fit.x[fit.kept], model.fraction_of(fit.x, fit.y, fit.result)[fit.kept], s=14, color=color, label=name,
-               linewidths=0)  # fmt: skip
+    fraction = model.fraction_of(fit.x, fit.y, fit.result)
+    ax.scatter(fit.x[fit.kept], fraction[fit.kept], s=14, color=color, label=name, linewidths=0)
     ax.plot(*fit.fraction_denatured(GRID), color=color)
 
 

@@ -69,12 +69,20 @@ def _draw_series_energies(series, ax, units, label):
         part = table[(table["in_trend"] == used) & table["dG"].notna()]
         if len(part):
             at = _places(part["label"].to_numpy(), series.labels, logarithmic)
-            ax.errorbar(at, part["dG"] / scale, np.nan_to_num(part["error"]) / scale, fmt="o", ms=6, mfc=face, mec=palette().reading, ecolor=palette().reading, capsize=3, lw=1.1,
+            ax.errorbar(at, part["dG"] / scale, np.nan_to_num(part["error"]) / scale, fmt="o", ms=6, mfc=face,
+                        mec=palette().reading, ecolor=palette().reading, capsize=3, lw=1.1,
                         label="mean per label" if used else "not in the trend")  # fmt: skip
     if series.has_line:
         grid, line = series.curve("dG", GRID)
         words = "trend" if series.significant else "no significant trend"
-        ax.plot(grid, line / scale, color=palette().fit, lw=1.5, ls="-" if series.significant else "--", label=words)
+        ax.plot(
+            grid,
+            line / scale,
+            color=palette().fit,
+            lw=1.5,
+            ls="-" if series.significant else "--",
+            label=words,
+        )
     if logarithmic:
         _logarithmic(ax, series.labels)
     ax.set_xlabel(label)
@@ -95,7 +103,7 @@ def _is_logarithmic(series):
 
 
 def _places(labels, among, logarithmic=True):
-    """Where labels stand: on a logarithmic axis 0 lies one usual step left of the smallest other `among` all."""
+    """Where labels stand: on a logarithmic axis 0 lies a usual step left of the smallest other `among` all."""
     positive = np.unique(among[among > 0])
     if not logarithmic or not positive.size:
         return labels

@@ -18,7 +18,7 @@ class Curve:
     both as the source gives them, or None. Curves with the same `group` are replicates of each
     other. `denaturant` is 'urea', 'GdmCl', another name, or None where the source does not say.
     `notes` are `Note` records of what the reader did or doubted. `part` tells of pooled replicates
-    which of them a reading belongs to.
+    which of them a reading belongs to, `members` what that one was called.
     """
 
     name: str
@@ -34,6 +34,7 @@ class Curve:
     denaturant: str = None
     notes: tuple = ()
     part: np.ndarray = None
+    members: np.ndarray = None
 
     def __iter__(self):
         return iter((self.x, self.y))

@@ -10,7 +10,8 @@ body { font: 15px/1.45 system-ui, sans-serif; color: #1d2733; max-width: 1400px;
 h1 { font-size: 1.6em; margin-bottom: .1em; } h2 { font-size: 1.2em; margin-top: 2em; }
 p.quiet, figcaption { color: #5c6773; } p.methods { max-width: 60em; }
 section.warnings { border-left: 4px solid #b8860b; padding: .1em 1em; background: #fdf9ee; }
-section.warnings h2 { margin-top: .6em; } dl.warnings { display: block; } dl.warnings dd { margin: 0 0 .6em 0; }
+section.warnings h2 { margin-top: .6em; }
+dl.warnings { display: block; } dl.warnings dd { margin: 0 0 .6em 0; }
 div.wide { overflow-x: auto; }
 table { border-collapse: collapse; font-size: .87em; font-variant-numeric: tabular-nums; }
 th { text-align: left; border-bottom: 2px solid #1b3a5c; padding: .3em .7em; white-space: nowrap; }
@@ -32,7 +33,8 @@ def picture(figure, words="", dpi=110, width="100%"):
     buffer = io.BytesIO()
     figure.savefig(buffer, format="png", dpi=dpi)
     data = base64.b64encode(buffer.getvalue()).decode()
-    return f'<img src="data:image/png;base64,{data}" alt="{escape(words)}" style="max-width:{width}" loading="lazy">'
+    look = f'alt="{escape(words)}" style="max-width:{width}" loading="lazy"'
+    return f'<img src="data:image/png;base64,{data}" {look}>'
 
 
 def table(heads, rows, numbers=(), failed=()):

@@ -10,10 +10,10 @@ from tqdm import tqdm
 from .. import _library
 from .._version import __version__
 from ..caution import text_of
+from ..methods import REFERENCES, methods
 from ..plot import plate_cells, plate_figure, plot_fit
 from ..sheets import plain
 from .html import STYLE, listed, pairs, picture
-from .methods import REFERENCES, methods
 from .summary import evidence, summary, warning_list
 
 _SHOW_PROGRESS = 20  # pictures
@@ -45,8 +45,8 @@ def write_report(path, fits, intervals=None, *, units="kcal", settings=None, pro
     page = f"""<!doctype html>
 <html lang="en"><head><meta charset="utf-8"><title>zolt report</title><style>{STYLE}</style></head>
 <body><h1>Denaturation curves</h1>
-<p class="quiet">{len(fits)} curves, {fitted} fitted, in the order of the input; a curve of several transitions
-has a line for each. Numbers are those of least squares, with standard errors after ±. "Marked" counts spikes,
+<p class="quiet">{len(fits)} curves, {fitted} fitted, in the order of the input; a curve of several
+transitions has a line for each. Numbers are those of least squares, with standard errors after ±. "Marked" counts spikes,
 outliers and readings left out.{spans}</p>
 {_warnings(fits, intervals, problems)}
 {_methods(fits, intervals)}
@@ -63,7 +63,9 @@ def _warnings(fits, intervals, problems):
     said = warning_list(fits, intervals)
     unread = f"<h2>Input that could not be used</h2>{listed(problems)}" if problems else ""
     found = f'<h2>Warnings</h2><dl class="warnings">{said}</dl>' if said else ""
-    return f'<section class="warnings">{unread}{found}</section>' if unread or found else "<p>No warnings.</p>"
+    return (
+        f'<section class="warnings">{unread}{found}</section>' if unread or found else "<p>No warnings.</p>"
+    )
 
 
 def _methods(fits, intervals):
@@ -71,7 +73,10 @@ def _methods(fits, intervals):
     if not text:
         return ""
     references = "<br>".join(f"[{i}] {escape(entry)}" for i, entry in enumerate(REFERENCES, start=1))
-    return f'<h2>Methods</h2><p class="methods">{escape(text)}</p><p class="methods"><small>{references}</small></p>'
+    return (
+        f'<h2>Methods</h2><p class="methods">{escape(text)}</p>'
+        f'<p class="methods"><small>{references}</small></p>'
+    )
 
 
 def _plate(fits):
@@ -81,7 +86,9 @@ def _plate(fits):
 
 def _gallery(fits, units):
     figures = []
-    for i, fit in enumerate(tqdm(fits, unit="picture", disable=None if len(fits) >= _SHOW_PROGRESS else True)):
+    for i, fit in enumerate(
+        tqdm(fits, unit="picture", disable=None if len(fits) >= _SHOW_PROGRESS else True)
+    ):
         words = escape(f"{fit.reason} {text_of(fit.warnings)}".strip())
         image = picture(plot_fit(fit, units=units), fit.name) if fit.x.size else ""
         source = escape(str(fit.details.get("file", "")))

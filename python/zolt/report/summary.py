@@ -38,11 +38,15 @@ def summary(fits, intervals, units):
                 escape(codes if fit.ok else f"{fit.status}. {codes}"),
             ]
         )
-        meanings.setdefault((fit.code, fit.states if fit.ok else "", fit.path.status, fit.path.sentence), None)
+        meanings.setdefault(
+            (fit.code, fit.states if fit.ok else "", fit.path.status, fit.path.sentence), None
+        )
     failed = {i for i, fit in enumerate(fits) if not fit.ok}
     codes = [[code, states, escape(status), escape(reason)]
              for code, states, status, reason in sorted(meanings, key=lambda key: (key[0], str(key[1]), key[3]))]  # fmt: skip
-    said = folded("What the engine said: its codes", table(["code", "states", "status", "meaning"], codes, {0, 1}))
+    said = folded(
+        "What the engine said: its codes", table(["code", "states", "status", "meaning"], codes, {0, 1})
+    )
     return table(heads, rows, set(range(2, 10)), failed) + said
 
 
@@ -82,7 +86,9 @@ def warning_list(fits, intervals):
             sentences.setdefault(said.sentence, []).append(link(i, fit))
     return "".join(
         f"<dt><b>{escape(code)}</b></dt>"
-        + "".join(f"<dd>{escape(text)} <small>{_named(links)}</small></dd>" for text, links in sentences.items())
+        + "".join(
+            f"<dd>{escape(text)} <small>{_named(links)}</small></dd>" for text, links in sentences.items()
+        )
         + f"<dd><i>{escape(advice)}</i></dd>"
         for code, (sentences, advice) in codes.items()
     )
@@ -100,4 +106,6 @@ def evidence(fit):
     heads = ["model", "free", "residual_sd", "durbin_watson", "dAICc", "F", "p", "p_without", "outcome"]
     rows = [[escape(f"{v:.3g}" if np.isfinite(v) else "") if isinstance(v := row[name], float) else escape(str(v))
              for name in heads] for row in fit.evidence.rows()]  # fmt: skip
-    return folded("Evidence for the states", escape(fit.evidence.sentence) + table(heads, rows, set(range(1, 8))))
+    return folded(
+        "Evidence for the states", escape(fit.evidence.sentence) + table(heads, rows, set(range(1, 8)))
+    )

@@ -2,13 +2,14 @@
 
 import numpy as np
 
-from .._version import __version__
+from ._version import __version__
 
 REFERENCES = (
     "Pace CN (1986) Determination and analysis of urea and guanidine hydrochloride denaturation curves. "
     "Methods Enzymol 131:266-280.",
-    "Santoro MM, Bolen DW (1988) Unfolding free energy changes determined by the linear extrapolation method. "
-    "1. Unfolding of phenylmethanesulfonyl α-chymotrypsin using different denaturants. Biochemistry 27:8063-8068.",
+    "Santoro MM, Bolen DW (1988) Unfolding free energy changes determined by the linear extrapolation "
+    "method. 1. Unfolding of phenylmethanesulfonyl α-chymotrypsin using different denaturants. "
+    "Biochemistry 27:8063-8068.",
 )
 _WORDS = {2: "two-state", 3: "three-state", 4: "four-state"}
 _NAMES = {"GdmCl": "guanidinium chloride", None: "a denaturant"}
@@ -43,10 +44,12 @@ def methods(fits, intervals=None):
 
 
 def _experiment(fits):
-    kinds = sorted({_NAMES.get(kind, kind) for kind in (fit.denaturant or fit.details.get("denaturant") for fit in fits)})
+    kinds = sorted(
+        {_NAMES.get(kind, kind) for kind in (fit.denaturant or fit.details.get("denaturant") for fit in fits)}
+    )
     temperatures = sorted({fit.temperature for fit in fits})
     at = f"{temperatures[0]:g}" if len(temperatures) == 1 else f"{temperatures[0]:g} to {temperatures[-1]:g}"
-    assumed = any(fit.details.get("temperature_from") == "assumed" for fit in fits)
+    assumed = any(said.code == "temperature_assumed" for fit in fits for said in fit.warnings)
     doubt = " (assumed where the data do not state it)" if assumed else ""
     return f"Unfolding by {' and '.join(kinds)} was followed at {at} °C{doubt}."
 
@@ -61,10 +64,13 @@ def _model(fits):
         lines = f"{_LINE[sides[0][1]]} baselines of the native and the denatured state"
     else:
         lines = " and ".join(f"{_line(kind)} {side} baseline" for side, kind in sides)
+    free = all(isinstance(kind, str) for _, kind in sides)
+    together = " fitted together with dG(water) and m" if free else ""
     return (
-        f"Curves were fitted by nonlinear least squares with a {' and a '.join(used)}, in which the free energy of "
-        f"unfolding falls in proportion to the concentration of denaturant, dG = dG(water) - m [denaturant] [1], "
-        f"with {lines} fitted together with dG(water) and m [2]."
+        f"Curves were fitted by nonlinear least squares with a {' and a '.join(used)}, in which the free "
+        "energy of unfolding falls in proportion to the concentration of denaturant, "
+        "dG = dG(water) - m [denaturant] [1], "
+        f"with {lines}{together} [2]."
     )
 
 
@@ -80,8 +86,8 @@ def _line(kind):
 def _states(settings):
     if settings.states == "auto":
         return (
-            "The number of states of each curve was decided by F tests between models of increasing number of states, "
-            "repeated without influential readings, and against curves without a transition."
+            "The number of states of each curve was decided by F tests between models of increasing number of "
+            "states, repeated without influential readings, and against curves without a transition."
         )
     if settings.states == "picker":
         return "The number of states of each curve was read off the shape of its signal."
@@ -99,8 +105,9 @@ def _weights(fits):
 
 
 def _shared(settings, fits):
-    if settings.shares_m:
-        return f"One m was fitted to all {len(fits)} curves together."
+    together = sum(fit.together is not None for fit in fits)
+    if together:
+        return f"One m was fitted to {together} curves together."
     held = [f"{name} at {value:g} {unit}" for name, value, unit in (
         ("m", settings.m, "cal/mol/M"), ("dG", settings.dG, "cal/mol"), ("Cm", settings.Cm, "M"))
         if isinstance(value, (int, float))]  # fmt: skip
@@ -117,6 +124,5 @@ def _errors(fits, intervals):
     spans = [one for one in intervals or () if one is not None]
     if not spans:
         return f"{text}."
-    return f"{text}; {spans[0].level:.0%} confidence intervals were found by {_METHODS[spans[0].method]}.".replace(
-        "%", " %", 1
-    )
+    level = f"{100 * spans[0].level:g} %"
+    return f"{text}; {level} confidence intervals were found by {_METHODS[spans[0].method]}."
