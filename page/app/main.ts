@@ -4,7 +4,9 @@ import { serve } from "../engine/worker";
 import { readingWords } from "../figure/curve_figure";
 import type { Markup } from "../figure/markup";
 import { DARK, LIGHT } from "../figure/palette";
-import { ReadError } from "../reader/index";
+import { Rows, csv } from "../figure/spreadsheet";
+import type { Reading, SourceFile } from "../reader/index";
+import type { Refusal, Source } from "../reader/sources";
 import { choicesView, exportsView, viewsView } from "./choices_view";
 import { ORIGIN, download, downloadPicture } from "./download";
 import { EXAMPLE } from "./example";
@@ -13,7 +15,7 @@ import { listenToFigure } from "./gestures";
 import { faultsView } from "./faults_view";
 import { listView } from "./list_view";
 import { CAL_PER_UNIT, EnergyUnit } from "./numbers";
-import { openFiles, readSources, regroup, sourcesOf } from "./opening";
+import { regroup, sourcesFrom, sourcesOf, take } from "./opening";
 import { mainPicture, overlaid, pictureOf } from "./pictures";
 import { byId, replace } from "./place";
 import { reportView } from "./report_view";
@@ -24,7 +26,6 @@ import { compare, failed, trend } from "./set_work";
 import { Entry, SetResult, State, View, chosenEntry, isOut, newState } from "./state";
 import * as tables from "./tables";
 import { tablesView } from "./tables_view";
-import { csv, workbook } from "./workbook";
 
 /** Left here by the loader. */
 declare const zoltModule: WebAssembly.Module;
@@ -38,6 +39,7 @@ class Page {
   private readonly fits: Fits;
   private due = false;    // a drawing is due with the next frame
   private shown = 0;      // when everything was drawn last
+  private turn = 0;       // of what is opened; a later one goes before
 
   constructor(private readonly pool: Pool) {
     this.fits = new Fits(pool, this.state, () => this.render());
@@ -100,29 +102,38 @@ class Page {
 
   // What is opened.
 
-  private async open(files: { name: string; bytes: Uint8Array }[], message = "") {
+  private async open(files: SourceFile[], message = "") {
     const { state } = this;
     state.faults = [];
+    if (files.length !== 1 || !/\.json$/i.test(files[0].name)) return this.read(sourcesFrom(state, files), message);
     try {
-      if (files.length === 1 && /\.json$/i.test(files[0].name)) return await this.reopen(files[0].name, new TextDecoder().decode(files[0].bytes));
-      openFiles(state, files);
+      await this.reopen(files[0].name, new TextDecoder().decode(files[0].bytes));
+    } catch (fault) {
+      if (!(fault instanceof SessionError)) throw fault;
+      state.faults = [fault.message];
+      this.render();
+    }
+  }
+
+  /** Reads files and fits what they hold, unless something else was opened meanwhile. */
+  private async read(sources: Source[], message = "") {
+    const { state } = this, turn = ++this.turn;
+    try {
+      const readings = await this.pool.run<(Reading | Refusal)[]>({ kind: "read", sources }, { first: true });
+      if (turn !== this.turn) return;
+      take(state, sources.map((source, i) => ({ ...source, reading: readings[i] })));
       if (message) state.message = message;
     } catch (fault) {
-      if (!(fault instanceof ReadError || fault instanceof SessionError)) throw fault;
-      state.faults = [fault.message];
+      state.faults = [`${sources.map(({ file }) => file.name).join(", ")}: the page failed to read this (${(fault as Error).message}).`];
     }
-    this.afterReading();
+    this.render();
+    await this.fitAll();
   }
 
   /** The table of what was read, where a person tells the columns. */
   private showColumns() {
     (byId("read") as HTMLDetailsElement).open = true;
     byId("read").scrollIntoView();
-  }
-
-  private afterReading() {
-    this.render();
-    void this.fitAll();
   }
 
   private async fitAll() {
@@ -133,6 +144,7 @@ class Page {
   private async reopen(name: string, text: string) {
     const { state } = this;
     const before = restore(state, name, text), unknown = unknownSettings(text);
+    ++this.turn;
     await this.fitAll();
     const changed = changedSince(before, state.entries);
     state.message = changed === 0 ? `${name}: the session is open, with the numbers it was saved with.`
@@ -318,8 +330,7 @@ class Page {
       const told = words === "" ? null : name === "temperature" ? (Number.isFinite(number) ? number : null) : words;
       return { ...one, choices: { ...choices, [name!]: told } };
     });
-    readSources(this.state, sources);
-    this.afterReading();
+    void this.read(sources);
   }
 
   private hover(target: Element) {
@@ -366,12 +377,12 @@ class Page {
         return;
       }
       await this.fits.detailAll(entries);
-      const asText = (file: string, rows: tables.Rows) => download(`${file}.csv`, csv(rows), "text/csv;charset=utf-8");
+      const asText = (file: string, rows: Rows) => download(`${file}.csv`, csv(rows), "text/csv;charset=utf-8");
       if (what === "session") download("session.json", saved(state), "application/json");
       else if (what === "results") asText("results", tables.resultRows(state));
       else if (what === "readings") asText("readings", tables.readingRows(entries));
       else if (what === "fitted") asText("curves", tables.curveRows(entries));
-      else if (what === "workbook") download("results.xlsx", workbook(tables.sheetsOf(state)), WORKBOOK);
+      else if (what === "workbook") download("results.xlsx", await this.fits.run({ kind: "workbook", sheets: tables.sheetsOf(state) }, "workbook"), WORKBOOK);
       else this.report();
     });
   }

@@ -2,11 +2,11 @@
 import { curveFigure } from "../figure/curve_figure";
 import { Child, Markup, h } from "../figure/markup";
 import { LIGHT } from "../figure/palette";
+import type { Rows } from "../figure/spreadsheet";
 import { mainPicture, pictureOf } from "./pictures";
 import { resultView, table } from "./result_view";
 import { State } from "./state";
 import { comparisonRows, settingRows, warningRows } from "./tables";
-import type { Rows } from "./tables";
 
 const MOST_CURVES = 200;
 
