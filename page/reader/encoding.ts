@@ -15,6 +15,9 @@ const JSON_TEXT = pattern(String.raw`^\s*[{\[]\s*["{\[]`);
 const WEB_PAGE = pattern(String.raw`^\s*<(!doctype|html|\?xml|table)`, "i");
 const UPPER_CONTROLS = "€\ufffd‚ƒ„…†‡ˆ‰Š‹Œ\ufffdŽ\ufffd\ufffd‘’“”•–—˜™š›œ\ufffdžŸ"; // 0x80 to 0x9f
 const SAMPLE = 200_000; // bytes that tell the encoding
+// Letters of UTF-8 beside each broken one that tell a damaged text from another encoding, in which hardly
+// any letters would be sound.
+const SOUND_BESIDE_BROKEN = 4;
 const SEEN = 100_000; // characters that are looked at for what does not belong in a text
 
 /** True for bytes that begin with the characters given, each a byte. */
@@ -49,12 +52,15 @@ function decoded(source: string, raw: Uint8Array): string {
   if (startsWith(raw, "\xff\xfe")) return new TextDecoder("utf-16le").decode(raw);
   if (startsWith(raw, "\xfe\xff")) return new TextDecoder("utf-16be").decode(raw);
   if (raw.includes(0)) return wideText(source, raw);
-  try {
-    return new TextDecoder("utf-8", { fatal: true }).decode(raw);
-  } catch {
-    const encoding = likelyEncoding(raw.subarray(0, SAMPLE));
-    return encoding === null ? western(raw) : new TextDecoder(encoding).decode(raw);
+  const text = new TextDecoder("utf-8").decode(raw);
+  let broken = 0, sound = 0;
+  for (const letter of text) {
+    if (letter === "\ufffd") ++broken;
+    else if (letter > "\x7f") ++sound;
   }
+  if (broken * SOUND_BESIDE_BROKEN <= sound) return text;
+  const encoding = likelyEncoding(raw.subarray(0, SAMPLE));
+  return encoding === null ? western(raw) : new TextDecoder(encoding).decode(raw);
 }
 
 /** Windows-1252 by a table, for some runtimes take it for Latin 1. Five of its bytes are no letters. */

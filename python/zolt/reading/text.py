@@ -53,16 +53,21 @@ def _binary(source):
     return ReadError(f"{source}: expected a text table, found binary data.")
 
 
+# Letters of UTF-8 beside each broken one that tell a damaged text from another encoding, in which
+# hardly any letters would be sound.
+_SOUND_BESIDE_BROKEN = 4
+
+
 def _decoded(source, raw):
     for mark, encoding in _BOMS:
         if raw.startswith(mark):
             return raw.decode(encoding, errors="replace")
     if b"\0" in raw:
         return _wide_text(source, raw)
-    try:
-        return raw.decode("utf-8")
-    except UnicodeDecodeError:
-        pass
+    text = raw.decode("utf-8", errors="replace")
+    broken = text.count("\ufffd")
+    if broken * _SOUND_BESIDE_BROKEN <= sum(c > "\x7f" for c in text) - broken:
+        return text
     # Single bytes of the upper half among ASCII are a degree, a micro or an accent: Western.
     runs = re.findall(rb"[\x80-\xff]+", raw)
     if sum(map(len, runs)) > 1.5 * len(runs):
