@@ -15,9 +15,6 @@ const JSON_TEXT = pattern(String.raw`^\s*[{\[]\s*["{\[]`);
 const WEB_PAGE = pattern(String.raw`^\s*<(!doctype|html|\?xml|table)`, "i");
 const UPPER_CONTROLS = "€\ufffd‚ƒ„…†‡ˆ‰Š‹Œ\ufffdŽ\ufffd\ufffd‘’“”•–—˜™š›œ\ufffdžŸ"; // 0x80 to 0x9f
 const SAMPLE = 200_000; // bytes that tell the encoding
-// Letters of UTF-8 beside each broken one that tell a damaged text from another encoding, in which hardly
-// any letters would be sound.
-const SOUND_BESIDE_BROKEN = 4;
 const SEEN = 100_000; // characters that are looked at for what does not belong in a text
 
 /** True for bytes that begin with the characters given, each a byte. */
@@ -58,7 +55,8 @@ function decoded(source: string, raw: Uint8Array): string {
     if (letter === "\ufffd") ++broken;
     else if (letter > "\x7f") ++sound;
   }
-  if (broken * SOUND_BESIDE_BROKEN <= sound) return text;
+  // A damaged text, or none of UTF-8, where few letters would happen to be sound.
+  if (broken <= sound) return text;
   const encoding = likelyEncoding(raw.subarray(0, SAMPLE));
   return encoding === null ? western(raw) : new TextDecoder(encoding).decode(raw);
 }

@@ -53,11 +53,6 @@ def _binary(source):
     return ReadError(f"{source}: expected a text table, found binary data.")
 
 
-# Letters of UTF-8 beside each broken one that tell a damaged text from another encoding, in which
-# hardly any letters would be sound.
-_SOUND_BESIDE_BROKEN = 4
-
-
 def _decoded(source, raw):
     for mark, encoding in _BOMS:
         if raw.startswith(mark):
@@ -66,7 +61,8 @@ def _decoded(source, raw):
         return _wide_text(source, raw)
     text = raw.decode("utf-8", errors="replace")
     broken = text.count("\ufffd")
-    if broken * _SOUND_BESIDE_BROKEN <= sum(c > "\x7f" for c in text) - broken:
+    # A damaged text, or none of UTF-8, where few letters would happen to be sound.
+    if broken <= sum(c > "\x7f" for c in text) - broken:
         return text
     # Single bytes of the upper half among ASCII are a degree, a micro or an accent: Western.
     runs = re.findall(rb"[\x80-\xff]+", raw)
