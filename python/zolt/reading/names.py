@@ -10,11 +10,12 @@ from .numbers import cell_of
 from .spellings import header_of, words_of
 
 _REPLICATE = re.compile(
-    r"(.*?)[\s_\-.,(\[]*\b(?:rep|replicate|replica|repeat|run|trial|replikat|n\s*=)"
+    r"(.*?)[\s_\-.,(\[]*\b(?:replicate|replica|replikat|repeat|rep|run|trial|n\s*=)"
     r"[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)",
     re.I,
 )
-_NUMBERED = re.compile(r"(.+?)(?:\.|\s*\()(\d{1,2})\)?")
+# As programs number what is called alike: 'WT', 'WT.1', 'WT.2'. In 'pH 7', 'pH 7.4' the number is no such one.
+_NUMBERED = re.compile(r"(.*[^\d\s.])(?:\.|\s*\()(\d{1,2})\)?")
 
 
 def signal_names(table, signals):
@@ -83,19 +84,41 @@ def _replicate_of(name, table):
         rest = " ".join(filter(None, [match[1].strip(" ,-"), match[3].strip(" ,-")]))
         return rest or "replicates", plain_value(match[2])
     names = [column.name for column in table.of("y")]
-    if match := _NUMBERED.fullmatch(name):
-        twins = [
-            n
-            for n in names
-            if n != name and (n == match[1] or (m := _NUMBERED.fullmatch(n)) and m[1] == match[1])
-        ]
-        if twins:
-            return match[1], float(match[2])
-    if any((m := _NUMBERED.fullmatch(n)) and m[1] == name for n in names):
-        return name, None
-    if names.count(name) > 1 and header_of(name).role is None:
+    match = _NUMBERED.fullmatch(name)
+    stem = match[1] if match else name
+    if stem in names and (numbers := _numbers_of(stem, names)):
+        if numbers in (list(range(1, len(numbers) + 1)), list(range(2, len(numbers) + 2))):
+            return stem, float(match[2]) if match else None
+    if names.count(name) > 1 and header_of(name).role is None and not _told_apart_above(name, table):
         return name, None
     return None, None
+
+
+def _numbers_of(stem, names):
+    """The numbers behind the names that begin with `stem`, ascending."""
+    found = (_NUMBERED.fullmatch(name) for name in names)
+    return sorted(int(match[2]) for match in found if match and match[1] == stem)
+
+
+def _told_apart_above(name, table):
+    """True where a row above the names says more of the columns: then equal names are no replicates."""
+    marks = list(table.marks.values())
+    for row in range(table.rows[0] - 1, -1, -1):
+        cells = table.grid.rows[row]
+        if not any(cells) or cell_of(cells[0]).kind == "number":
+            return False  # the end of this table, or another one
+        if name in map(tidy_name, cells) or cells in marks or _is_of_units(cells, table):
+            continue
+        if any(cells[1:]):
+            return True
+    return False
+
+
+def _is_of_units(cells, table):
+    return any(
+        c.unit_text and c.place < len(cells) and cells[c.place].strip("()[] ") == c.unit_text
+        for c in table.columns
+    )
 
 
 def number_replicates(curves):
