@@ -58,6 +58,7 @@ export function inputCautions(entry: Entry, { settings }: State): Caution[] {
   const { notes, temperatureAssumed, temperature } = entry;
   const texts = new Map<string, string[]>();
   for (const { code, sentence } of notes) {
+    if (table.no_matter.includes(code)) continue;
     const own = code in TEXTS ? code : "other_note";
     texts.set(own, [...(texts.get(own) ?? []), sentence]);
   }

@@ -40,6 +40,7 @@ class Page {
   private due = false;    // a drawing is due with the next frame
   private shown = 0;      // when everything was drawn last
   private turn = 0;       // of what is opened; a later one goes before
+  private work: Promise<unknown> = Promise.resolve();  // what is read and fitted; what is taken along waits for it
 
   constructor(private readonly pool: Pool) {
     this.fits = new Fits(pool, this.state, () => this.render());
@@ -47,7 +48,7 @@ class Page {
 
   start() {
     this.listen();
-    void this.open([{ name: EXAMPLE.name, bytes: new TextEncoder().encode(EXAMPLE.text) }], WELCOME);
+    this.work = this.open([{ name: EXAMPLE.name, bytes: new TextEncoder().encode(EXAMPLE.text) }], WELCOME);
   }
 
   // What is shown.
@@ -139,6 +140,7 @@ class Page {
   private async fitAll() {
     await this.fits.fitAll();
     if (this.state.view === "overlay") await this.look("overlay");
+    performance.mark("fitted");
   }
 
   private async reopen(name: string, text: string) {
@@ -157,14 +159,14 @@ class Page {
   private refitAll() {
     for (const entry of this.state.entries) Object.assign(entry, { answer: null, detail: null, fault: null });
     this.forgetSet();
-    void this.fitAll();
+    this.work = this.fitAll();
     this.render();
   }
 
   private refit(entry: Entry) {
     this.forgetSet();
     this.render();
-    void this.fits.refit(entry);
+    this.work = this.fits.refit(entry);
   }
 
   private forgetSet() {
@@ -178,7 +180,7 @@ class Page {
     const files = byId("files") as HTMLInputElement;
     byId("open").addEventListener("click", () => files.click());
     files.addEventListener("change", () => {
-      void this.openChosen([...(files.files ?? [])]);
+      this.work = this.openChosen([...(files.files ?? [])]);
       files.value = "";
     });
     addEventListener("dragover", (event) => {
@@ -189,14 +191,14 @@ class Page {
     addEventListener("drop", (event) => {
       event.preventDefault();
       document.body.classList.remove("over");
-      void this.openChosen([...(event.dataTransfer?.files ?? [])]);
+      this.work = this.openChosen([...(event.dataTransfer?.files ?? [])]);
     });
     document.addEventListener("paste", (event) => {
       if (event.target instanceof HTMLInputElement) return;
       const chosen = [...(event.clipboardData?.files ?? [])];
       const text = event.clipboardData?.getData("text/plain") ?? "";
-      if (text.trim()) void this.open([{ name: "pasted table", bytes: new TextEncoder().encode(text) }]);
-      else if (chosen.length) void this.openChosen(chosen);
+      if (text.trim()) this.work = this.open([{ name: "pasted table", bytes: new TextEncoder().encode(text) }]);
+      else if (chosen.length) this.work = this.openChosen(chosen);
     });
     byId("stop").addEventListener("click", () => this.fits.stop());
     byId("read").addEventListener("toggle", () => this.render());
@@ -330,7 +332,7 @@ class Page {
       const told = words === "" ? null : name === "temperature" ? (Number.isFinite(number) ? number : null) : words;
       return { ...one, choices: { ...choices, [name!]: told } };
     });
-    void this.read(sources);
+    this.work = this.read(sources);
   }
 
   private hover(target: Element) {
@@ -371,6 +373,7 @@ class Page {
     return this.quietly(async () => {
       const { state } = this, { entries } = state;
       const name = chosenEntry(state)?.name ?? "zolt";
+      await this.work;
       if (what === "svg" || what === "png") {
         const picture = this.picture(false);
         if (picture) await downloadPicture(picture, state.view === "curve" ? name : state.view, what);
