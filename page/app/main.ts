@@ -4,35 +4,32 @@ import { serve } from "../engine/worker";
 import { readingWords } from "../figure/curve_figure";
 import type { Markup } from "../figure/markup";
 import { DARK, LIGHT } from "../figure/palette";
-import { Rows, csv } from "../figure/spreadsheet";
-import type { Reading, SourceFile } from "../reader/index";
+import type { Reading, Role, SourceFile } from "../reader/index";
 import type { Refusal, Source } from "../reader/sources";
+import { Word, applyChoice, withWord } from "./changes";
 import { choicesView, exportsView, viewsView } from "./choices_view";
-import { ORIGIN, download, downloadPicture } from "./download";
 import { EXAMPLE } from "./example";
 import { Fits } from "./fits";
 import { listenToFigure } from "./gestures";
 import { faultsView } from "./faults_view";
 import { listView } from "./list_view";
-import { CAL_PER_UNIT, EnergyUnit } from "./numbers";
+import type { EnergyUnit } from "./numbers";
 import { regroup, sourcesFrom, sourcesOf, take } from "./opening";
 import { mainPicture, overlaid, pictureOf } from "./pictures";
 import { byId, replace } from "./place";
-import { reportView } from "./report_view";
 import { resultView } from "./result_view";
-import { SessionError, changedSince, restore, saved, unknownSettings } from "./session";
+import { SessionError, changedSince, restore, unknownSettings } from "./session";
 import { setView } from "./set_view";
 import { compare, failed, trend } from "./set_work";
 import { Entry, SetResult, State, View, chosenEntry, isOut, newState } from "./state";
-import * as tables from "./tables";
 import { tablesView } from "./tables_view";
+import { takeAlong } from "./taking";
 
 /** Left here by the loader. */
 declare const zoltModule: WebAssembly.Module;
 
 const REDRAW = 1000;  // ms between drawings of everything while many curves are fitted
 const WELCOME = "An example is fitted below: drop a file with your own curves anywhere, or paste a table.";
-const WORKBOOK = "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet";
 
 class Page {
   private readonly state: State = newState();
@@ -85,7 +82,7 @@ class Page {
     replace("choices", choicesView(state));
     replace("curves", [many && listView(state)]);
     replace("views", viewsView(state));
-    replace("picture", [this.picture(true)]);
+    replace("picture", [this.picture()]);
     replace("exports", exportsView());
     replace("results", [resultView(state)]);
     replace("set", [many && setView(state)]);
@@ -95,10 +92,10 @@ class Page {
     if (state.entries.some(({ answer }) => answer)) performance.mark("fit shown");
   }
 
-  private picture(live: boolean): Markup | null {
-    const width = live ? Math.min(Math.max(byId("picture").clientWidth, 420), 900) : 760;
-    const dark = live && matchMedia("(prefers-color-scheme: dark)").matches;
-    return mainPicture(this.state, width, dark ? DARK : LIGHT, live);
+  private picture(): Markup | null {
+    const width = Math.min(Math.max(byId("picture").clientWidth, 420), 900);
+    const dark = matchMedia("(prefers-color-scheme: dark)").matches;
+    return mainPicture(this.state, width, dark ? DARK : LIGHT, true);
   }
 
   // What is opened.
@@ -262,7 +259,7 @@ class Page {
   private change(input: HTMLInputElement) {
     const { state } = this, { dataset, value } = input;
     if (dataset.set) this.set(dataset.set, input);
-    else if (dataset.role) return this.tell(Number(dataset.place), { table: dataset.table, column: Number(dataset.role), role: value });
+    else if (dataset.role) return this.tell(Number(dataset.place), { table: dataset.table!, column: Number(dataset.role), role: value as Role });
     else if (dataset.readingChoice) return this.tell(Number(dataset.place), { name: dataset.readingChoice, value });
     else if (dataset.choice === "unit") state.unit = value as EnergyUnit;
     else if (dataset.choice === "quantity") state.quantity = value as State["quantity"];
@@ -287,52 +284,15 @@ class Page {
     }
   }
 
-  /** A choice that the fits depend on. */
   private choice(name: string, value: string) {
-    const { settings, unit, entries } = this.state;
-    const number = Number(value);
-    if (name === "replicates") {
-      settings.replicates = value as "pooled" | "each";
-      regroup(this.state);
-    } else if (name === "m") {
-      settings.shareM = value === "shared";
-      // An m to begin with is that of the chosen curve.
-      const own = chosenEntry(this.state)?.answer?.fit.m[0] ?? 0;
-      settings.heldM = value === "given" ? Number((own > 0 ? own : CAL_PER_UNIT.kcal).toPrecision(3)) : null;
-    } else if (name === "heldM") {
-      if (number > 0) settings.heldM = number * CAL_PER_UNIT[unit];
-    } else if (name === "weights") {
-      settings.weights = value === "known" ? "sd" : (value as "sd" | "sem" | "none");
-      settings.sdKnown = value === "known";
-    } else if (name === "states") settings.states = value === "auto" ? "auto" : (number as 2 | 3 | 4);
-    else if (name === "residues") settings.residues = number >= 1 ? Math.round(number) : null;
-    else if (name === "level") settings.level = number;
-    else if (name === "method") settings.intervals.method = value as "profile" | "bootstrap";
-    else if (name === "native" || name === "denatured") {
-      const kind = value as "line" | "flat" | "given", own = chosenEntry(this.state)?.answer?.fit.baseline;
-      const at = name === "native" ? 0 : 2;
-      // Likewise a baseline to begin with.
-      if (kind === "given" && settings[name] !== "given" && own && entries.length)
-        settings.baseline.splice(at, 2, ...own.slice(at, at + 2).map((part) => Number(part.toPrecision(4))));
-      settings[name] = kind;
-    }
+    applyChoice(this.state, name, value);
+    if (name === "replicates") regroup(this.state);
     this.refitAll();
   }
 
-  /** A person's word on a file: the role of a column, or what holds for all of it. */
-  private tell(place: number, { table, column, role, name, value = "" }: { table?: string; column?: number; role?: string; name?: string; value?: string }) {
-    const sources = sourcesOf(this.state).map((one, i) => {
-      if (i !== place) return one;
-      const { choices } = one;
-      if (role) {
-        const others = (choices.roles ?? []).filter((told) => told.table !== table || told.column !== column);
-        return { ...one, choices: { ...choices, roles: [...others, { table: table!, column: column!, role: role as any }] } };
-      }
-      const words = value.trim(), number = Number(words.replace(",", "."));
-      const told = words === "" ? null : name === "temperature" ? (Number.isFinite(number) ? number : null) : words;
-      return { ...one, choices: { ...choices, [name!]: told } };
-    });
-    this.work = this.read(sources);
+  /** A person's word on a file. */
+  private tell(place: number, word: Word) {
+    this.work = this.read(withWord(sourcesOf(this.state), place, word));
   }
 
   private hover(target: Element) {
@@ -371,28 +331,9 @@ class Page {
 
   private export(what: string) {
     return this.quietly(async () => {
-      const { state } = this, { entries } = state;
-      const name = chosenEntry(state)?.name ?? "zolt";
       await this.work;
-      if (what === "svg" || what === "png") {
-        const picture = this.picture(false);
-        if (picture) await downloadPicture(picture, state.view === "curve" ? name : state.view, what);
-        return;
-      }
-      await this.fits.detailAll(entries);
-      const asText = (file: string, rows: Rows) => download(`${file}.csv`, csv(rows), "text/csv;charset=utf-8");
-      if (what === "session") download("session.json", saved(state), "application/json");
-      else if (what === "results") asText("results", tables.resultRows(state));
-      else if (what === "readings") asText("readings", tables.readingRows(entries));
-      else if (what === "fitted") asText("curves", tables.curveRows(entries));
-      else if (what === "workbook") download("results.xlsx", await this.fits.run({ kind: "workbook", sheets: tables.sheetsOf(state) }, "workbook"), WORKBOOK);
-      else this.report();
+      await takeAlong(what, this.state, this.fits);
     });
-  }
-
-  private report() {
-    replace("report", reportView(this.state, ORIGIN));
-    window.print();
   }
 
   private async check() {

@@ -78,7 +78,7 @@ function numbers(state: State): Markup {
     if (fit.transitions > 1) rows.push(cells(`share${n}`, withError(fit.weight[t], fit.weight_se[t]), "", ""));
   }
   return h("div", {},
-    table(["", "value ± standard error", "", `${level} interval`], rows,
+    table(["", "value ± standard error", "", `${level} interval, ${ends?.method === records.BOOTSTRAP ? "bootstrap" : "profile"}`], rows,
           `${fit.transitions + 1} states${entry.part ? `, ${new Set(entry.part).size} replicates together` : ""}`),
     entry.answer!.shared !== undefined && h("p", { class: "faint" }, entry.answer!.sentence));
 }

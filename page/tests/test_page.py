@@ -193,10 +193,14 @@ def test_tab_reaches_everything_and_goes_on(page):
 
 
 def test_a_comparison_can_be_stopped(page):
-    page.give(example("series.csv"))
-    page.run("""const shown = new MutationObserver(() => { if (/comparing/.test(document.getElementById('count').textContent)) document.getElementById('stop').click(); });
-      shown.observe(document.getElementById('count'), { childList: true });""")
+    page.give(("plate.csv", curves.plate_of_curves()))
+    page.run("""const count = document.getElementById('count');
+      new MutationObserver(() => {
+        if (/comparing/.test(count.textContent)) { document.getElementById('stop').click(); window.ended = true; }
+      }).observe(count, { childList: true });""")
     page.click("#compare")
+    page.until(lambda: page.run("return window.ended"))
+    page.drawn()
     page.until(lambda: page.run("return document.getElementById('progress').hidden"))
     assert "One m for all" not in page.text("set") and page.text("faults") == ""
     page.choose("unit", "kJ")
