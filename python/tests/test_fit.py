@@ -87,9 +87,9 @@ def test_a_number_of_states_forces_a_fit_that_is_doubted():
 def test_the_engine_is_heard_beside_least_squares():
     x, y = simulate(FKBP12, 48, noise=0.005)
     fit = zolt.fit(x, y)
-    assert np.array_equal(fit.engine.vector, engine.analyse(x, y, 25.0, 2))
+    assert np.array_equal(fit.engine.result, engine.analyse(x, y, 25.0, 2))
     assert fit.engine.dG[0] != fit.dG[0] and fit.code == fit.engine.code
-    far = replace(fit, engine=EngineAnswer(fit.engine.vector * np.where(np.arange(24) == 4, 2.0, 1.0)))
+    far = replace(fit, engine=EngineAnswer(fit.engine.result * np.where(np.arange(24) == 4, 2.0, 1.0)))
     assert [c.code for c in far.warnings] == ["temperature_assumed", "engine_apart"]
     assert "far away in dG, m (its dG is" in far.warnings[1].sentence
     three = zolt.fit(*simulate(THREE, 48, noise=0.005))

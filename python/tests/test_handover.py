@@ -219,6 +219,8 @@ def test_the_report_has_warnings_first_and_the_order_of_the_input(run, table, tm
                           "Logbook"]  # fmt: skip
     assert page.reached == [] and "<script>" not in text
     assert [name for name in page.captions if name in NASTY] == NASTY[:5] + NASTY[6:]
+    rows = re.findall(r'<td><a href="#curve-(\d)">', text)
+    assert rows == sorted(rows) and len(rows) == 8
     assert "read 192 readings" in text and "Evidence for the states" in text and "temperature_assumed" in text
 
 

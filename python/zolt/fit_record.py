@@ -20,7 +20,7 @@ FEWEST_POINTS_MIDPOINT = 6
 
 
 @dataclass(frozen=True, eq=False, repr=False)
-class Fit:
+class Fit(model.Unfolding):
     """A fitted curve. Energies are in cal/mol, concentrations in M, temperatures in °C.
 
     `x` and `y` are the readings, ascending and without blanks; `kept` tells which of them the fit
@@ -65,11 +65,6 @@ class Fit:
     def options(self):
         """The choices as the inference library takes them."""
         return self.settings.options()
-
-    @cached_property
-    def states(self):
-        """Number of states of the model that the engine used: 2, 3 or 4."""
-        return model.states_of(self.result)
 
     @property
     def code(self):
@@ -141,36 +136,6 @@ class Fit:
         if n > MOST_POINTS:
             return "too many points", f"The curve has {n} readings; the engine takes at most {MOST_POINTS}."
         return "", ""
-
-    @cached_property
-    def ok(self):
-        """True where the result holds a fit."""
-        return model.holds_fit(self.result)
-
-    @cached_property
-    def _transitions(self):
-        rows = model.transitions(self.result)
-        return rows if self.ok else tuple(np.full(row.shape, np.nan) for row in rows)
-
-    @property
-    def dG(self):
-        """Free energy of unfolding in water of each transition, cal/mol."""
-        return self._transitions[0]
-
-    @property
-    def Cm(self):
-        """Midpoint of each transition, M."""
-        return self._transitions[1]
-
-    @property
-    def m(self):
-        """m-value of each transition, dG/Cm, cal/mol/M."""
-        return self.dG / self.Cm
-
-    @property
-    def weights(self):
-        """Share of each transition in the signal change; they add up to 1."""
-        return self._transitions[2]
 
     def dG_in(self, unit="kcal"):
         """dG per transition in `cal`, `kcal` or `kJ` per mol."""
