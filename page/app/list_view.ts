@@ -24,7 +24,8 @@ export function listView(state: State): Markup {
       h("td", {}, fit ? told(fit.Cm[0], fit.Cm_se[0]) : ""),
       h("td", {}, fit ? told(fit.dG[0] / per, fit.dG_se[0] / per) : ""),
       h("td", {}, cautions.length ? h("span", {
-        role: "img", class: "warned", "aria-label": `${cautions.length} warning${cautions.length > 1 ? "s" : ""}`, title: cautions.map(({ sentence }) => sentence).join(" "),
+        role: "img", class: "warned", "aria-label": `${cautions.length} warning${cautions.length > 1 ? "s" : ""}`,
+        title: cautions.map(({ sentence }) => sentence).join(" "),
       }, "⚠") : ""),
     ];
   });

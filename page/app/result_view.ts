@@ -84,7 +84,8 @@ function numbers(state: State): Markup {
 }
 
 const quality = (entry: Entry, fit: records.Fit) => h("p", { class: "faint" },
-  `R² ${short(fit.r_squared, 6)}, scatter about the fit ${short(fit.residual_sd, 3)}, Durbin-Watson ${short(fit.durbin_watson, 3)}, ${fit.readings} readings, ${fit.free_parameters} parameters, ${entry.temperature} °C`);
+  [`R² ${short(fit.r_squared, 6)}`, `scatter about the fit ${short(fit.residual_sd, 3)}`, `Durbin-Watson ${short(fit.durbin_watson, 3)}`,
+    `${fit.readings} readings`, `${fit.free_parameters} parameters`, `${entry.temperature} °C`].join(", "));
 
 /** The models one below the other; what became of each stands under its name. */
 function evidence(found: records.Evidence, sentence: string, fitted: boolean): Markup {
