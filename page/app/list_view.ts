@@ -42,6 +42,7 @@ export function listView(state: State): Markup {
 /** All curves, those with a warning, or those with one of the warnings that there are. */
 function filters(state: State): Markup[] {
   const counts = new Map<string, number>();
+  if (!["", "any"].includes(state.warned)) counts.set(state.warned, 0);  // what is chosen stays to be seen
   let any = 0;
   for (const entry of state.entries) {
     const cautions = cautionsOf(entry, state), codes = new Set(cautions.map(({ code }) => code));

@@ -115,3 +115,8 @@ test("the list marks warnings of the fit, and not what was assumed of the file",
   const told = words(listView(state({ entries: rows, chosen: rows[0].key })));
   same([told.split("⚠").length - 1, told.includes("with a warning (1)"), told.includes("temperature assumed (1)")], [1, true, true]);
 });
+
+test("a filter that no curve meets any more is still shown as chosen", () => {
+  const now = state({ entries: [entry()], warned: "hardly_determined" });
+  ok(words(listView(now)).includes("hardly determined (0)") && words(listView(now)).includes("0 of 1 curves"));
+});
