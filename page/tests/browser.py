@@ -70,6 +70,7 @@ class Browser:
     def choose(self, name, value):
         self.run("const e = document.getElementById(arguments[0]); e.value = arguments[1];"
                  "e.dispatchEvent(new Event('change', {bubbles: true}))", name, value)  # fmt: skip
+        self.drawn()  # from here on the page shows whether it is at work
 
     def press(self, *keys):
         """Presses keys one by one, wherever the focus is by then."""
