@@ -93,7 +93,7 @@ export const newState = (): State => ({
 let keys = 0;
 export const entryKey = () => ++keys;
 
-type Given = Pick<Curve, "name" | "x" | "y" | "sd" | "n" | "temperature" | "temperatureAssumed" | "denaturant" | "unit" | "label" | "replicate" | "group" | "notes">;
+type Given = Omit<Curve, "details">;
 
 export function entryOf(curve: Given, file: string, well: string): Entry {
   const { name, x, y, sd, n, temperature, temperatureAssumed, denaturant, unit, label, replicate, group, notes } = curve;

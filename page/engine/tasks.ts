@@ -64,7 +64,7 @@ function optionsOf(engine: Engine, choices: Choices): records.Options {
   options.native_kind = KINDS[choices.native];
   options.denatured_kind = KINDS[choices.denatured];
   options.baseline = choices.baseline;
-  options.sd_known = choices.weights === "sd" && choices.sdKnown ? 1 : 0;
+  options.sd_known = choices.weights !== "none" && choices.sdKnown ? 1 : 0;
   if (choices.heldM !== null) options.m = options.m.map(() => choices.heldM as number);
   return options;
 }

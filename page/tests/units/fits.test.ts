@@ -79,6 +79,20 @@ test("what is left out goes as a gap, beside all signals", async () => {
   same(task.all, one.y);
 });
 
+test("an answer to readings of before comes too late", async () => {
+  const { pool, fits, now } = work([fresh()]);
+  const [one] = now.entries;
+  void fits.fitAll();
+  const late = pool.take("fit");
+  one.out[3] = true;
+  void fits.refit(one);
+  pool.take("fit").resolve(answerOf({ readings: 20 }));
+  await settled();
+  late.resolve(answerOf({ readings: 21 }));
+  await settled();
+  same(one.answer!.fit.readings, 20);
+});
+
 test("intervals of a fit that is gone are dropped", async () => {
   const { pool, fits, now } = work([entry()]);
   void fits.look();

@@ -1,6 +1,7 @@
 // What is told of a fit: the views as text, and the tables that are taken along.
 import { choicesView, exportsView } from "../../app/choices_view";
 import { listView } from "../../app/list_view";
+import { reportView, settingsWords } from "../../app/report_view";
 import { resultView } from "../../app/result_view";
 import { setView } from "../../app/set_view";
 import * as tables from "../../app/tables";
@@ -92,8 +93,30 @@ test("sheets of a workbook: the comparison where there is one, the origin with t
   same(Object.fromEntries(tables.settingRows(state()) as any).zolt, "1.2.3");
 });
 
+table("settings in words", (settings: object, unit: string, ...wanted: string[]) => wanted.filter((part) => !settingsWords(state({ unit: unit as any }, settings)).includes(part)), [
+  [{}, "kcal", "States by the evidence; native baseline line, denatured line; m free; replicates fitted together;", "95 % intervals by profile.", []],
+  [{ states: 3, native: "given", baseline: [1, 0.5, 0, 0] }, "kcal", "States given as 3", "native baseline given as 1 and 0.5 a M", []],
+  [{ heldM: 1000 }, "kJ", "m held at 4.184 kJ/mol/M", []],
+  [{ shareM: true, weights: "none", level: 0.9 }, "kcal", "m one for all curves", "all readings weigh alike", "90 % intervals", []],
+  [{ sdKnown: true, residues: 99, intervals: { method: "bootstrap", rounds: 500, seed: 3 } }, "kcal", "true sizes", "(500 rounds, seed 3)", "99 residues", []],
+] as any);
+
+test("the report says each warning once, with its curves, and folds nothing", () => {
+  const rows = [entry({ name: "a", temperatureAssumed: true }), entry({ name: "b", temperatureAssumed: true, answer: answerOf({ durbin_watson: 0.5 }) })];
+  const report = h("div", {}, ...reportView(state({ entries: rows, chosen: rows[0].key }), "ZOLT 1, module 2")), told = words(report);
+  ok(told.includes("all No temperature is stated; 25 °C is assumed.") && /b The residuals wave/.test(told));
+  ok(told.includes("a 2 6.00 ± 0.20 4.000 ± 0.020 1.500 ± 0.050") && told.includes("ZOLT 1, module 2."));
+  const folded = (view: Markup): boolean => (view.tag === "details" && !view.attributes.open) || view.children.some((child) => child && typeof child === "object" && folded(child));
+  ok(!folded(report));
+});
+
 test("the list marks warnings of the fit, and not what was assumed of the file", () => {
   const rows = [entry({ temperatureAssumed: true }), entry({ answer: answerOf({ durbin_watson: 0.5 }) })];
   const told = words(listView(state({ entries: rows, chosen: rows[0].key })));
   same([told.split("⚠").length - 1, told.includes("with a warning (1)"), told.includes("temperature assumed (1)")], [1, true, true]);
+});
+
+test("a filter that no curve meets any more is still shown as chosen", () => {
+  const now = state({ entries: [entry()], warned: "hardly_determined" });
+  ok(words(listView(now)).includes("hardly determined (0)") && words(listView(now)).includes("0 of 1 curves"));
 });
