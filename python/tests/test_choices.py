@@ -259,6 +259,7 @@ def test_what_is_no_session_is_told(run, tmp_path, text, said):
         (["--exclude", "p9@1"], "p9@1: no reading"),
         (["--exclude", "all"], "tells no reading"),
         (["--m", "-1"], "shared, free or a number above 0 in kcal/mol/M"),
+        (["--m", "1400"], "of proteins it lies between"),
         (["--m", "shared", "--midpoint"], "no midpoint fits"),
         (["--m", "shared", "--intervals", "--method", "linear"], "intervals are profiles"),
     ],

@@ -120,6 +120,7 @@ def test_given_baselines_are_held_and_a_midpoint_takes_few_points(curve):
     assert flat.baselines[1] == 0.0 and np.isnan(flat.se["baselines"][1])
     short = simulate(FKBP12, 9, native=(0.0, 0.0), denatured=(1.0, 0.0))
     fit = zolt.fit(*short, midpoint_only=True)
+    assert np.isnan(zolt.fit(short[0][:5], short[1][:5]).fraction_denatured(5)[1]).all()  # no line of zeros
     assert zolt.fit(short[0][:5], short[1][:5], midpoint_only=True).status == "too few points"
     assert zolt.fit(short[0][1:8], short[1][1:8], midpoint_only=True).status != "too few points"
     assert fit.status == "midpoint fitted" and fit.Cm[0] == pytest.approx(3.867, abs=0.1)

@@ -52,6 +52,12 @@ def test_replicates_of_other_scale_are_not_averaged(scales, count, told):
     assert warned == {told}
 
 
+def test_replicates_of_another_midpoint_are_not_averaged():
+    near, far = ([Curve(f"WT {Cm}", *simulate([(5000.0, Cm, 1.0)], 24, noise=0.005), 25.0, group="WT") for Cm in pair]
+                 for pair in ((3.9, 3.95), (3.9, 4.3)))  # fmt: skip
+    assert len(zolt.pooled(near)) == 1 and len(zolt.pooled(far)) == 2
+
+
 def test_what_belongs_to_other_conditions_stays_apart():
     warm = [Curve(c.name + " warm", c.x, c.y, 40.0, group="WT") for c in replicates(1.0, 1.0)]
     sd = np.full(20, 0.01)

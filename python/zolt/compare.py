@@ -66,6 +66,13 @@ class Comparison:
 
     def advice(self, units="kcal"):
         """Which of the three ways is right for these curves, in sentences."""
+        temperatures = sorted({fit.temperature for fit in self.fits})
+        if len(temperatures) > 1:
+            degrees = ", ".join(f"{value:g}" for value in temperatures)
+            return (
+                f"The curves stand at different temperatures ({degrees} °C): what differs between them is not "
+                "what differs between the proteins. Compare curves of one temperature."
+            )
         if not self.ok:
             return f"No global fit: {inference.sentence(self.record.status)}"
         scale = CAL_PER_UNIT[units]

@@ -156,17 +156,21 @@ class Fit(model.Unfolding):
 
     # Curves and points.
 
+    def _drawn(self, kind, n):
+        x, values = engine.fitted_curve(kind, self.x, self.result, n)
+        return x, values if self.ok else np.full(values.size, np.nan)
+
     def curve(self, n=200):
         """Concentrations (M) and fitted signal on an even grid of n points."""
-        return engine.fitted_curve("signal", self.x, self.result, n)
+        return self._drawn("signal", n)
 
     def fraction_denatured(self, n=200):
         """Concentrations (M) and fraction denatured on an even grid of n points."""
-        return engine.fitted_curve("fraction", self.x, self.result, n)
+        return self._drawn("fraction", n)
 
     def first_derivative(self, n=200):
         """Concentrations (M) and slope of the fraction denatured (1/M) at n points."""
-        return engine.fitted_curve("derivative", self.x, self.result, n)
+        return self._drawn("derivative", n)
 
     def band(self, n=200, level=0.95):
         """Concentrations (M), fitted signal and half-width of its confidence band at n points."""

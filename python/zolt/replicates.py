@@ -13,6 +13,7 @@ from .reading.grid import Note
 
 GROUP = "replicate_of"  # the detail of a fit that names its group
 _QUANTITIES = ("dG", "Cm", "m")
+_MOST_NAMED = 6
 _GRID = 60  # places at which replicates are compared
 
 
@@ -54,6 +55,14 @@ def gathered(curves, settings):
     return curves if settings.replicates == "each" else pooled(curves, settings.replicates == "across")
 
 
+def told_together(curves):
+    """A sentence that names the curves which are several replicates; empty where there are none."""
+    together = [f"{c.name} ({c.details['replicates']})" for c in curves if c.details.get("replicates", 1) > 1]
+    more = f" and {len(together) - _MOST_NAMED} more" if len(together) > _MOST_NAMED else ""
+    named = ", ".join(together[:_MOST_NAMED])
+    return f"replicates fitted together: {named}{more}" if together else ""
+
+
 def _with_note(curve, apart):
     text = (
         f"replicates of '{curve.group}' differ by {100.0 * apart:.0f} % of the signal; each is fitted alone"
@@ -63,7 +72,7 @@ def _with_note(curve, apart):
 
 
 def _apart(curves):
-    """How far a replicate lies from the mean of the others at either end of the curve, over the span."""
+    """How far a replicate lies from the mean of the others over a sixth of the curve, over the span."""
     sound = [(c.x[there], c.y[there]) for c in curves for there in [np.isfinite(c.x) & np.isfinite(c.y)]]
     if min(x.size for x, _ in sound) < 2:
         return 0.0
@@ -74,8 +83,8 @@ def _apart(curves):
     rows = np.array([np.interp(np.linspace(low, high, _GRID), *means_at(x, y)) for x, y in sound])
     others = (rows.sum(axis=0) - rows) / (len(rows) - 1)
     off = rows - others
-    third = _GRID // 3
-    return max(np.abs(off[:, :third].mean(axis=1)).max(), np.abs(off[:, -third:].mean(axis=1)).max()) / span
+    windows = np.lib.stride_tricks.sliding_window_view(off, _GRID // 6, axis=1)
+    return np.abs(windows.mean(axis=-1)).max() / span
 
 
 def _together(curves, ambiguous):

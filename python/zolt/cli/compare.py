@@ -5,7 +5,6 @@ import sys
 import click
 
 from ..output import print_cautions
-from ..replicates import gathered
 from ..writing import TABLES, write_table
 from .choices import check_exclusions, choices_of, settings_from
 from .delivery import Delivery
@@ -58,7 +57,7 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
     settings = settings_from({**choices, "states": "2"}, units, temperature)
     source = Input(files, layout, reading, temperature)
     source.need_curves()
-    curves = gathered(source.curves, settings)
+    curves = source.gathered(settings)
     check_exclusions(settings, curves)
     try:
         result = compared(curves, reference or 0, level=level, settings=settings)

@@ -8,7 +8,6 @@ import click
 
 from ..batch import fit_each, table_of
 from ..output import print_fits, print_replicates
-from ..replicates import gathered
 from ..writing import TABLES
 from .choices import check_exclusions, fit_choices, settings_from
 from .cluster import cluster
@@ -77,7 +76,7 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     with cluster(scheduler) as client:
         source = Input(files, layout, reading, temperature, quiet)
         source.need_curves()
-        curves = gathered(source.curves, settings)
+        curves = source.gathered(settings)
         check_exclusions(settings, curves)
         started = time.perf_counter()
         try:
