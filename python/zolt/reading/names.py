@@ -19,7 +19,7 @@ _NUMBERED = re.compile(r"(.+?)(?:\.|\s*\()(\d{1,2})\)?")
 
 def signal_names(table, signals):
     """Names of the signals from header and group; equal ones of one protein are told apart later."""
-    names = []
+    names, counts, many = [], Counter(c.name for c in signals), len(table.of("x")) > 1
     for i, column in enumerate(signals, start=1):
         general = header_of(column.name).role in ("y", "deviation") or not column.name
         group = column.group if column.group != column.name else ""
@@ -30,24 +30,27 @@ def signal_names(table, signals):
             names.append(re.sub(r"[\s_\-.]*y$", "", column.name, flags=re.I))
         elif general and group:
             names.append(group)
-        elif group and [c.name for c in signals].count(column.name) > 1:
+        elif group and counts[column.name] > 1:
             names.append(f"{group} {column.name}")
-        elif group and len(table.of("x")) > 1:
+        elif group and many:
             names.append(group if column.of.name == group else f"{group} {column.name}")
         elif column.name:
             names.append(column.name)
         else:
-            over = column.of.name if len(table.of("x")) > 1 and header_of(column.of.name).role is None else ""
+            over = column.of.name if many and header_of(column.of.name).role is None else ""
             names.append(over or f"curve {i}")
     return names
 
 
-def names_of(base, named, many, table, temperature):
-    """Name, label, replicate and group of a curve from its keys and the name of its signal."""
+def names_of(base, named, names, temperature):
+    """Name, label, replicate and group of a curve from its keys and the name of its signal.
+
+    `names` are the `SignalNames` of its table.
+    """
     texts = {role: text for (role, _), text in named.items()}
     label, replicate = (plain_value(texts[r]) if r in texts else None for r in ("label", "replicate"))
     if not named:
-        group, found = _replicate_of(base, table)
+        group, found = _replicate_of(base, names)
         return _short(base), None, found, group
     parts = [texts.get("curve", "")]
     parts += [f"{role} {texts[role]}" for role in ("label", "replicate") if texts.get(role)]
@@ -57,11 +60,11 @@ def names_of(base, named, many, table, temperature):
         elif role == "part":
             parts.append(text if cell_of(text).kind == "text" else f"{tidy_name(header)} {text}")
             label = plain_value(text) if label is None else label
-    if many or not any(parts):
+    if names.counts.total() > 1 or not any(parts):
         parts.append(base)
     name = tidy_name(" ".join(filter(None, parts)))
     group = None
-    within, number = _replicate_of(base, table)
+    within, number = _replicate_of(base, names)
     if texts.get("replicate"):
         group = (
             tidy_name(" ".join(part for part in parts if part and not part.startswith("replicate "))) or base
@@ -77,23 +80,33 @@ def _short(name):
     return name if len(name) <= LONGEST_NAME else name[: LONGEST_NAME - 1] + "…"
 
 
-def _replicate_of(name, table):
+class SignalNames:
+    """The names of all signals of a table, looked through once for those that are numbered alike."""
+
+    def __init__(self, names):
+        self.counts, self._stems = Counter(names), {}
+        for name in self.counts:
+            if match := _NUMBERED.fullmatch(name):
+                self._stems.setdefault(match[1], []).append(name)
+
+    def has_twin(self, name, stem):
+        """True where another name is the stem, or the stem with another number."""
+        return stem in self.counts or any(other != name for other in self._stems.get(stem, ())[:2])
+
+    def is_stem(self, name):
+        return name in self._stems
+
+
+def _replicate_of(name, names):
     """Group and replicate that the name of a column states: 'WT rep 2', 'WT (2)', 'WT.2' or 'WT' twice."""
     if match := _REPLICATE.fullmatch(name.replace("_", " ")):
         rest = " ".join(filter(None, [match[1].strip(" ,-"), match[3].strip(" ,-")]))
         return rest or "replicates", plain_value(match[2])
-    names = [column.name for column in table.of("y")]
-    if match := _NUMBERED.fullmatch(name):
-        twins = [
-            n
-            for n in names
-            if n != name and (n == match[1] or (m := _NUMBERED.fullmatch(n)) and m[1] == match[1])
-        ]
-        if twins:
-            return match[1], float(match[2])
-    if any((m := _NUMBERED.fullmatch(n)) and m[1] == name for n in names):
+    if (match := _NUMBERED.fullmatch(name)) and names.has_twin(name, match[1]):
+        return match[1], float(match[2])
+    if names.is_stem(name):
         return name, None
-    if names.count(name) > 1 and header_of(name).role is None:
+    if names.counts[name] > 1 and header_of(name).role is None:
         return name, None
     return None, None
 
