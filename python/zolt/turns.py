@@ -70,8 +70,8 @@ def _far_result(client, submit, work, task, future):
         if len(task) == 1:
             fault = RuntimeError("The workers of the cluster died at this curve, one after the other.")
             return [work.lost(task[0], fault)]
-    alone = [([curve], submit(work, [curve])) for curve in task]
-    return [answer for one, future in alone for answer in _far_result(client, submit, work, one, future)]
+    # One after the other: those that wait at a worker that dies are suspected with the one at work.
+    return [_far_result(client, submit, work, [curve], submit(work, [curve]))[0] for curve in task]
 
 
 def _awaited(client, future):

@@ -13,7 +13,7 @@ from ..writing import TABLES
 from .choices import check_exclusions, fit_choices, settings_from
 from .cluster import cluster
 from .delivery import Delivery
-from .files import DRAWN, Run, write_all
+from .files import DRAWN, Run, check_sheets, write_all
 from .help import GroupedCommand
 from .input import Input
 from .options import (
@@ -86,6 +86,7 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
         if settings.replicates != "each":
             curves = pooled(curves, settings.replicates == "across")
         check_exclusions(settings, curves)
+        check_sheets(curves, out, reading_file, curve_file, wide)
         whole = (settings.shares_m or settings.replicates == "each" or delivery.asked(*_OF_FITS)
                  or (out is not None and out.suffix.lower() != ".csv"))  # fmt: skip
         with kept_rows(len(curves), out, whole) as kept:
