@@ -113,6 +113,20 @@ def test_places_are_looked_at_before_the_work(run, table, tmp_path, option, plac
     assert result.exit_code == 2 and said in result.stderr and "read 192" not in result.stderr
 
 
+def test_what_no_sheet_holds_is_refused_before_the_work(run, table, tmp_path, monkeypatch):
+    for limits, options, size in (
+        ((1000, 99), ["--curves", tmp_path / "c.xlsx"], "1600 rows of 1 columns"),
+        ((1000, 8), ["--curves", tmp_path / "c.xlsx", "--wide"], "200 rows of 9 columns"),
+        ((192, 99), ["--out", tmp_path / "o.xlsx"], "192 rows of 9 columns"),
+        ((192, 99), ["--readings", tmp_path / "r.xlsx"], "192 rows of 1 columns"),
+    ):
+        monkeypatch.setattr("zolt.workbook._MOST_ROWS", limits[0])
+        monkeypatch.setattr("zolt.workbook._MOST_COLUMNS", limits[1])
+        result = run("fit", table, *options)
+        assert result.exit_code == 2 and f"has {size}, more than a sheet holds; write .csv" in result.stderr
+        assert "curves fitted" not in result.stdout
+
+
 @pytest.mark.parametrize(
     "option, said",
     [
@@ -149,6 +163,7 @@ def test_a_full_disk_keeps_the_older_file_and_costs_that_file_alone(table, tmp_p
         assert done.returncode == 2 and "not written, file too large." in done.stderr
         assert "Traceback" not in done.stderr and "8 curves fitted" in done.stdout
         assert (tmp_path / f"o{suffix}").read_text() == "older"
+        assert suffix != ".csv" or "o.csv.partial: not written, file too large; the run goes on" in done.stderr
     assert not [name for name in os.listdir(tmp_path) if name.startswith(".")]
 
 

@@ -4,6 +4,7 @@ import io
 import json
 import os
 import random
+import time
 import zipfile
 from pathlib import Path
 
@@ -306,3 +307,37 @@ def test_a_blank_column_is_a_curve_without_readings(tmp_path):
     a, b = read_curves(tmp_path / "f.csv")
     assert [note.text for note in a.notes] == ["no unit of concentration is stated; M assumed"]
     assert b.name == "b" and b.x.size == 0 and np.array_equal(a.y, [1, 2])
+
+
+def test_a_file_that_changes_while_it_is_read_is_refused(tmp_path, monkeypatch):
+    path = tmp_path / "growing.csv"
+    path.write_text("urea_M,a\n" + "".join(f"{i},{i}\n" for i in range(9)))
+    read = Path.read_bytes
+
+    def read_bytes(path):
+        with open(path, "a") as file:
+            file.write("9,9\n")
+        return read(path)
+
+    monkeypatch.setattr(Path, "read_bytes", read_bytes)
+    with pytest.raises(ReadError, match="growing.csv: the file changed while it was read; run again"):
+        read_file(path)
+
+
+def test_the_time_of_reading_grows_with_the_size(tmp_path):
+    """Curves under each other with notes and deviations, and columns of equal names in two files."""
+
+    def seconds(count):
+        rows = [f"w{c},{i},{i % 7 or 'NA'},0.1" for c in range(count) for i in range(6)]
+        (tmp_path / "long.csv").write_text("\n".join(["frob,urea_M,signal,sd", *rows]))
+        signals = np.random.default_rng(1).normal(size=(9, count))
+        for name in ("one.csv", "two.csv"):
+            names = [f"v{c} rep {c % 9}" if c % 2 else f"u{c // 9} ({c % 9 + 1})" for c in range(count)]
+            pd.DataFrame(signals, range(9), names).to_csv(tmp_path / name, index_label="urea_M")
+        started = time.process_time()
+        found = read_together([tmp_path / name for name in ("long.csv", "one.csv", "two.csv")])
+        assert [len(reading.curves) for _, reading in found] == 3 * [count]
+        return time.process_time() - started
+
+    seconds(50)
+    assert seconds(2000) < 9.0 * seconds(500)  # 4 times where it is linear, 16 where it is the square

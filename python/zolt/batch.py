@@ -1,10 +1,7 @@
 """Many curves at once: on the threads of this machine or on a dask cluster."""
 
-import os
 import re
-from concurrent.futures import ThreadPoolExecutor
-from dataclasses import replace
-from functools import partial
+from dataclasses import dataclass, replace
 
 import numpy as np
 import pandas as pd
@@ -18,6 +15,7 @@ from .reading.curve import identical_curves
 from .replicates import GROUP, gathered
 from .settings import Settings, settings_of
 from .sheets import warnings_of
+from .turns import in_turn
 
 _QUANTITIES = ("dG", "Cm", "m", "weight")
 _PER_TRANSITION = re.compile(r"(dG|Cm|m|weight)(\d)")
@@ -25,7 +23,7 @@ _CLOSING = (
     "bootstrap_used", "R_squared", "durbin_watson", "replicate_sd", "lack_of_fit_p", "code", "reason",
     "warnings", "warnings_in_words", "settings", "spikes", "outliers", "left_out", "aN", "bN_per_M", "aU", "bU_per_M",
 )  # fmt: skip
-_MOST_PER_TASK = 16  # Large enough to hide what a task costs, small enough to share evenly.
+_COUNTS = ("states", "code", "points", "replicates", "spikes", "outliers", "left_out", "bootstrap_used")
 
 
 def as_curves(curves):
@@ -82,8 +80,25 @@ def with_intervals(fitted):
     return fitted, fitted.intervals(**intervals)
 
 
-def _outcomes(curves, settings):
-    return [_outcome(curve, settings) for curve in curves]
+@dataclass(frozen=True)
+class FitAll:
+    """The work on a list of curves: a pair of `Fit` (or the exception) and `Intervals` (or None) for each.
+
+    With `units` it is what `row_of` makes of the pair, which is small and of plain values.
+    """
+
+    settings: Settings
+    units: str = None
+
+    def __call__(self, curves):
+        return [self._answer(curve, _outcome(curve, self.settings)) for curve in curves]
+
+    def lost(self, curve, fault):
+        """The answer for a curve that could not be worked on."""
+        return self._answer(curve, (fault, None))
+
+    def _answer(self, curve, outcome):
+        return outcome if self.units is None else row_of(curve, outcome, self.units)
 
 
 def fit_each(curves, *, workers=None, client=None, progress=False, settings=None, **options):
@@ -101,20 +116,9 @@ def fit_each(curves, *, workers=None, client=None, progress=False, settings=None
 
         fits = with_one_m([fit_curve(curve, alone(settings)) for curve in curves], settings)
         return [with_intervals(fitted) for fitted in fits]
-    workers = workers or os.cpu_count() or 1
-    size = min(_MOST_PER_TASK, 1 + len(curves) // (4 * workers))
-    tasks = [curves[i : i + size] for i in range(0, len(curves), size)]
-    work = partial(_outcomes, settings=settings)
     done = []
-    with (
-        tqdm(total=len(curves), unit="curve", disable=None if progress else True) as bar,
-        ThreadPoolExecutor(workers) as pool,
-    ):
-        if client is None:
-            results = pool.map(work, tasks)
-        else:
-            results = (future.result() for future in client.map(work, tasks, pure=False))
-        for outcomes in results:
+    with tqdm(total=len(curves), unit="curve", disable=None if progress else True) as bar:
+        for outcomes in in_turn(FitAll(settings), curves, workers, client):
             done += outcomes
             bar.update(len(outcomes))
     return done
@@ -122,32 +126,33 @@ def fit_each(curves, *, workers=None, client=None, progress=False, settings=None
 
 def table_of(outcomes, curves, units="kcal"):
     """A tidy DataFrame, one row per curve in the order of `outcomes`."""
-    rows = []
-    for curve, (fitted, intervals) in zip(curves, outcomes, strict=True):
-        if isinstance(fitted, Exception):
-            rows.append(
-                {
-                    "curve": curve.name,
-                    **curve.details,
-                    "status": "error",
-                    "reason": str(fitted),
-                    "warnings": "",
-                }
-            )
-            continue
-        row = fitted.to_dict(units)
-        if intervals is not None:
-            row.update(intervals.to_dict(units))
-            said = warnings_of(fitted, intervals)
-            row["warnings"], row["warnings_in_words"] = codes_of(said), text_of(said)
-        rows.append(row)
+    rows = [row_of(curve, outcome, units)[0] for curve, outcome in zip(curves, outcomes, strict=True)]
+    frame = frame_of(rows)
+    return frame[sorted(frame, key=column_place)]
+
+
+def row_of(curve, outcome, units="kcal"):
+    """The row of a curve in the table as a dictionary of plain values, and its warnings."""
+    fitted, intervals = outcome
+    if isinstance(fitted, Exception):
+        row = {"curve": curve.name, **curve.details, "status": "error", "reason": str(fitted), "warnings": ""}
+        return row, ()
+    row, said = fitted.to_dict(units), warnings_of(fitted, intervals)
+    if intervals is not None:
+        row.update(intervals.to_dict(units))
+        row["warnings"], row["warnings_in_words"] = codes_of(said), text_of(said)
+    return row, said
+
+
+def frame_of(rows):
+    """A DataFrame of rows, in which counts stay whole numbers where some rows have none."""
     frame = pd.DataFrame(rows)
-    counts = [name for name in ("states", "code") if name in frame]
+    counts = [name for name in _COUNTS if name in frame]
     frame[counts] = frame[counts].astype("Int64")
-    return frame[sorted(frame, key=_place)]
+    return frame
 
 
-def _place(column):
+def column_place(column):
     """Sorts the columns: what a curve is, its transitions one after the other, the rest."""
     if match := _PER_TRANSITION.match(column):
         return 1, match[2], _QUANTITIES.index(match[1])

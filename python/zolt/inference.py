@@ -159,6 +159,11 @@ _ARGUMENTS = {
 }  # fmt: skip
 
 
+def library_path():
+    """Where the library was loaded from."""
+    return _library()._name
+
+
 @lru_cache(maxsize=1)
 def _library():
     handle, path = open_library("ZOLTInference", "ZOLT_INFERENCE_LIBRARY")

@@ -4,15 +4,18 @@ import click
 import pandas as pd
 
 from .replicates import replicate_means
-from .sheets import warnings_of
 
 MOST_PRINTED = 60
 LONGEST_NAME = 48  # letters
 MOST_ALIKE = 3  # sentences of one warning that are printed one by one
 
 
-def print_fits(table, units, fits=(), intervals=None):
-    """The columns that one looks at first; then, once each, what was said of the curves."""
+def print_fits(table, units, said=(), total=None):
+    """The columns that one looks at first; then, once each, what was said of the curves.
+
+    `said` are pairs of the name of a curve and its warnings, `total` counts the curves where the table holds only
+    the first of them.
+    """
     shown = table.head(MOST_PRINTED)
     head = pd.DataFrame()
     if "file" in shown and shown["file"].nunique() > 1:
@@ -39,9 +42,9 @@ def print_fits(table, units, fits=(), intervals=None):
     click.echo(f"dG in {units}/mol, Cm in M, m = dG/Cm in {units}/mol/M.")
     for (status, text), names in _groups(shown, ["status", "reason"]):
         click.echo(f"  {status}: {text} ({names})")
-    print_cautions(fits, intervals)
-    if len(table) > len(shown):
-        click.echo(f"... and {len(table) - len(shown)} more curves; --out writes them all.")
+    print_cautions(said)
+    if (more := (total or len(table)) - len(shown)) > 0:
+        click.echo(f"... and {more} more curves; --out writes them all.")
 
 
 def _own_codes(cells):
@@ -60,12 +63,12 @@ def _estimate(values, digits):
     return text if pd.isna(lower) else f"{text} [{lower:.{digits}f}, {upper:.{digits}f}]"
 
 
-def print_cautions(fits, intervals=None):
-    """The warnings of all fits, code by code: sentences with their curves, then once what to do."""
+def print_cautions(said):
+    """The warnings of all curves, code by code: sentences with their curves, then once what to do."""
     codes = {}
-    for fit, spans in zip(fits, intervals or [None] * len(fits)):
-        for caution in warnings_of(fit, spans):
-            codes.setdefault(caution.code, {}).setdefault(caution.sentence, []).append((fit.name, caution.advice))
+    for name, cautions in said:
+        for caution in cautions:
+            codes.setdefault(caution.code, {}).setdefault(caution.sentence, []).append((name, caution.advice))
     for code, sentences in codes.items():
         shown = list(sentences.items())[:MOST_ALIKE]
         others = sum(len(names) for names in sentences.values()) - sum(len(names) for _, names in shown)

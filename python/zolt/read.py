@@ -59,7 +59,7 @@ def read_file(path, layout=None, sheet=None, **options):
         raise ReadError(f"{path}: found no readings.")
     curves, renamed = tell_apart(curves)
     notes += renamed + identical_curves(curves)
-    return Reading(str(path), [_with_notes(curve, notes) for curve in curves], notes)
+    return Reading(str(path), _with_notes(curves, notes), notes)
 
 
 def read_together(paths, layout=None, temperature=None, **options):
@@ -80,7 +80,7 @@ def read_together(paths, layout=None, temperature=None, **options):
             results.append((path, ReadError(text)))
     readings = [found for _, found in results if isinstance(found, Reading)]
     curves, notes = tell_apart([curve for reading in readings for curve in reading.curves])
-    notes += identical_curves(curves)
+    notes = _by_curve(notes + identical_curves(curves))
     curves = iter(curves)
     for i, (path, found) in enumerate(results):
         if isinstance(found, Reading):
@@ -91,8 +91,8 @@ def read_together(paths, layout=None, temperature=None, **options):
                 silent = f"{temperature:g} °C is for curves whose file is silent"
                 text = f"{stated} °C of the file kept; {silent}"
                 found.notes.append(Note("temperature_kept", text))
-            names = {curve.name for curve in own}
-            more = [note for note in notes if note.curve in names and note not in found.notes]
+            said = set(found.notes)
+            more = [note for name in {c.name: None for c in own} for note in notes.get(name, ()) if note not in said]
             results[i] = path, Reading(found.source, own, found.notes + more)
     return results
 
@@ -113,13 +113,17 @@ def _grids(path, sheet, skip_rows=0):
     if not path.is_file():
         raise ReadError(f"{path}: there is no such file.")
     try:
-        if path.stat().st_size > MOST_BYTES:
+        before = path.stat()
+        if before.st_size > MOST_BYTES:
             raise ReadError(
                 f"{path}: the file has more than {MOST_BYTES / 1e6:.0f} MB; keep the table alone."
             )
         raw = path.read_bytes()
+        after = path.stat()
     except OSError as fault:
         raise ReadError(f"{path}: the file cannot be opened ({fault.strerror}).") from None
+    if (len(raw), after.st_mtime_ns) != (before.st_size, before.st_mtime_ns):
+        raise ReadError(f"{path}: the file changed while it was read; run again once it is written.")
     if not is_workbook(raw):
         if path.suffix.lower() == ".xlsx":
             raise ReadError(f"{path}: expected an Excel workbook, found other data.")
@@ -170,14 +174,26 @@ def _curves_of_sheets(grids, options, notes):
     return curves
 
 
-def _with_notes(curve, notes):
-    """The curve with the notes that concern it: its own, and those on all numbers of the file."""
-    return replace(
-        curve, notes=tuple(n for n in notes if n.curve == curve.name or (n.curve is None and n.code in _ON_ALL))
-    )
+def _with_notes(curves, notes):
+    """The curves with the notes that concern them: their own, and those on all numbers of the file."""
+    places = {note: place for place, note in enumerate(notes)}
+    own = _by_curve(notes)
+    on_all = [note for note in own.pop(None, ()) if note.code in _ON_ALL]
+    return [
+        replace(curve, notes=tuple(sorted([*on_all, *own.get(curve.name, ())], key=places.get)))
+        for curve in curves
+    ]
+
+
+def _by_curve(notes):
+    """The notes by the name of their curve."""
+    names = {}
+    for note in notes:
+        names.setdefault(note.curve, []).append(note)
+    return names
 
 
 def _with_own(curve, notes):
     """The curve with those of further notes that name it."""
-    more = [n for n in notes if n.curve == curve.name and n not in curve.notes]
+    more = [note for note in notes.get(curve.name, ()) if note not in curve.notes]
     return replace(curve, notes=(*curve.notes, *more)) if more else curve

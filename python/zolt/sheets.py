@@ -97,6 +97,11 @@ def warnings_of(fit, spans=None):
     return (*fit.warnings, *(spans.warnings if spans is not None else ()))
 
 
+def said_of(fits, intervals=None):
+    """Pairs of the name of a fit and its warnings."""
+    return [(fit.name, warnings_of(fit, spans)) for fit, spans in zip(fits, intervals or [None] * len(fits))]
+
+
 def workbook_sheets(table, fits, intervals=None, settings=None, problems=()):
     """All tables of a run by the names of their sheets; `table` is that of the results."""
     return {

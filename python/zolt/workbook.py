@@ -23,15 +23,21 @@ def write_workbook(sheets, path):
     import xlsxwriter
 
     for name, table in sheets.items():
-        if len(table) >= _MOST_ROWS or table.shape[1] > _MOST_COLUMNS:
-            size = f"{len(table)} rows of {table.shape[1]} columns"
-            raise ValueError(f"'{name}' has {size}, more than a sheet holds; write .csv.")
+        check_sheet(f"'{name}'", *table.shape)
     whole = io.BytesIO()  # so that a full disk is met by one write, not within the library
     with xlsxwriter.Workbook(whole, {"in_memory": True}) as book:
         bold, text = book.add_format({"bold": True, "num_format": "@"}), book.add_format({"num_format": "@"})
         for name, table in sheets.items():
             _write_sheet(book.add_worksheet(name), table, bold, text)
     Path(path).write_bytes(whole.getbuffer())
+
+
+def check_sheet(what, rows, columns):
+    """Raise ValueError for a table that no sheet can hold; `what` names it."""
+    if rows >= _MOST_ROWS or columns > _MOST_COLUMNS:
+        raise ValueError(
+            f"{what} has {rows} rows of {columns} columns, more than a sheet holds; write .csv."
+        )
 
 
 def _write_sheet(sheet, table, bold, text):

@@ -1,6 +1,7 @@
 """Files are written whole or not at all, and their places are looked at before any work is done."""
 
 import os
+from collections import Counter
 from contextlib import contextmanager
 from pathlib import Path
 
@@ -102,14 +103,14 @@ def harmless(table):
 
 def file_names(fits, tail=""):
     """A name without suffix for every fit, after its file and curve; no two are equal."""
-    used, names = set(), []
+    used, names, counts = set(), [], Counter()
     for fit in fits:
         stem = Path(str(fit.details.get("file", "curve"))).stem
         whole = "".join(c if c.isalnum() or c in "-_." else "_" for c in f"{stem}_{fit.name}")
         base = name = whole.encode()[:_LONGEST_STEM].decode(errors="ignore") + tail
-        k = 2
         while name.casefold() in used:  # some file systems do not tell a from A
-            name, k = f"{base}_{k}", k + 1
+            counts[base.casefold()] += 1
+            name = f"{base}_{counts[base.casefold()] + 1}"
         used.add(name.casefold())
         names.append(name)
     return names

@@ -5,6 +5,7 @@ import sys
 import click
 
 from ..output import print_cautions
+from ..sheets import said_of
 from ..writing import TABLES, write_table
 from .choices import check_exclusions, choices_of, settings_from
 from .delivery import Delivery
@@ -76,7 +77,7 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
     click.echo(f"Each less {result.fits[result.reference].name}; {units}/mol and M, ± standard error, "
                f"[{100 * level:g} % interval].")  # fmt: skip
     click.echo(result.advice(units))
-    print_cautions(result.fits)
+    print_cautions(said_of(result.fits))
     source.problems += delivery.problems
     source.finish()
 

@@ -16,7 +16,7 @@ class Delivery:
 
     def __init__(self, sources):
         self._taken = {os.path.realpath(path): "is read" for path in sources if path is not None}
-        self._places, self.problems = {}, []
+        self._places, self.problems, self.written = {}, [], set()
 
     def file(self, what, path, suffixes):
         if path is None:
@@ -35,8 +35,8 @@ class Delivery:
         _or_usage(check_folder, path, what)
         self._places[what] = path
 
-    def asked(self, what):
-        return what in self._places
+    def asked(self, *options):
+        return any(what in self._places for what in options)
 
     def write(self, what, write):
         """Call `write` with the path, if the option was given."""
@@ -49,6 +49,7 @@ class Delivery:
             else:
                 with replacing(path) as part:
                     write(part)
+            self.written.add(what)
         except (OSError, ValueError) as fault:
             words = reason(fault) if isinstance(fault, OSError) else str(fault)
             self.problems.append(f"{what} {path}: not written, {words.rstrip('.')}.")

@@ -2,13 +2,14 @@
 
 from dataclasses import dataclass
 
+import click
 from tqdm import tqdm
 
 from ..replicates import replicate_means
 from ..session import save
 from ..settings import Settings
-from ..sheets import curve_table, readings_table, wide_curves, workbook_sheets
-from ..workbook import write_workbook
+from ..sheets import CURVE_POINTS, curve_table, readings_table, wide_curves, workbook_sheets
+from ..workbook import check_sheet, write_workbook
 from ..writing import file_names, write_table
 
 DRAWN = ("fit", "energy", "profile")
@@ -34,6 +35,21 @@ class Run:
     @property
     def intervals(self):
         return [spans for fit, spans in self.outcomes if not isinstance(fit, Exception)]
+
+
+def check_sheets(curves, out, reading_file, curve_file, wide):
+    """An error of usage, before the work, where a workbook is asked for that no program could hold."""
+    readings, count = sum(curve.x.size for curve in curves), len(curves)
+    long_or_wide = (CURVE_POINTS, count + 1) if wide else (CURVE_POINTS * count, 1)
+    for what, path, sizes in (
+        ("--out", out, (readings, count + 1)), ("--readings", reading_file, (readings, 1)),
+        ("--curves", curve_file, long_or_wide),
+    ):  # fmt: skip
+        if path is not None and path.suffix.lower() == ".xlsx":
+            try:
+                check_sheet(f"{what} {path}", *sizes)
+            except ValueError as fault:
+                raise click.UsageError(str(fault)) from None
 
 
 def write_all(delivery, run, *, wide, kinds, picture, overlay_of, look):

@@ -6,23 +6,25 @@ from functools import partial
 
 import click
 
-from ..batch import fit_each, table_of
-from ..output import print_fits, print_replicates
+from ..batch import table_of
+from ..output import MOST_PRINTED, print_fits, print_replicates
 from ..writing import TABLES
 from .choices import check_exclusions, fit_choices, settings_from
 from .cluster import cluster
 from .delivery import Delivery
-from .files import DRAWN, Run, write_all
+from .files import DRAWN, Run, check_sheets, write_all
 from .help import GroupedCommand
 from .input import Input
 from .options import (
     FILE, FILES, LAYOUT, OUT, PICTURES, TEMPERATURE, UNITS, check_look, check_temperature, look_options,
     option, reading_options,
 )  # fmt: skip
+from .work import fit_all, kept_rows
 
 errors, results, figures, machine = (
     partial(option, group=group) for group in ("Errors", "Results", "Figures", "Machine")
 )
+_OF_FITS = ("--readings", "--curves", "--plots", "--overlay", "--report")  # tables alone are made of rows
 
 
 @click.command(name="fit", cls=GroupedCommand)
@@ -37,6 +39,7 @@ errors, results, figures, machine = (
 @errors("--rounds", type=click.IntRange(20), default=1000, metavar="N", help="Of the bootstrap.  [1000, 0]")
 @errors("--seed", type=int, default=0, metavar="N", beside=True)
 @OUT
+@results("--resume", is_flag=True, help="Go on with a run that was stopped.")
 @results("--readings", "reading_file", type=FILE, metavar="FILE",
          help="Residuals, fraction folded: .csv, .xlsx")
 @results("--curves", "curve_file", type=FILE, metavar="FILE", help="Fitted curves; wide: a column per curve.")
@@ -55,7 +58,7 @@ errors, results, figures, machine = (
 @machine("--workers", type=click.IntRange(1), metavar="N", help="Threads.  [one per processor]")
 @machine("--scheduler", metavar="ADDRESS", help="A dask scheduler that does the work.")
 def fit_command(files, temperature, intervals, method, rounds, seed, units, layout, workers, scheduler, out,
-                reading_file, curve_file, wide, plots, draw, picture, overlay, overlay_of, report, quiet,
+                reading_file, curve_file, wide, plots, draw, picture, overlay, overlay_of, report, resume, quiet,
                 reading, look, choices):
     """Fit every curve of the FILES and print a table. The exit status is 0, or 2
     when a file could not be read or written.
@@ -73,28 +76,40 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     delivery.file("--overlay", overlay, PICTURES)
     delivery.file("--report", report, (".html", ".htm"))
     delivery.folder("--plots", plots)
+    if resume and (out is None or out.suffix.lower() != ".csv"):
+        raise click.UsageError("--resume goes with --out and a .csv file, beside which finished curves are kept.")
     with cluster(scheduler) as client:
         source = Input(files, layout, reading, temperature, quiet)
         source.need_curves()
         curves = source.gathered(settings)
         check_exclusions(settings, curves)
-        started = time.perf_counter()
-        try:
-            outcomes = fit_each(curves, workers=workers, client=client, progress=not quiet, settings=settings)
-        except ValueError as fault:  # of all curves together; one curve's faults stay its own
-            click.echo(f"zolt: {fault}", err=True)
-            sys.exit(2)
-        elapsed = time.perf_counter() - started
-    table = table_of(outcomes, curves, units)
-    logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)), **reading,
-               **settings.words(units), "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
-    run = Run(outcomes, table, settings, units, logbook, source.read, source.problems)
-    write_all(delivery, run, wide=wide, kinds=kinds, picture=picture, overlay_of=overlay_of, look=look)
+        check_sheets(curves, out, reading_file, curve_file, wide)
+        whole = (settings.shares_m or settings.replicates == "each" or delivery.asked(*_OF_FITS)
+                 or (out is not None and out.suffix.lower() != ".csv"))  # fmt: skip
+        with kept_rows(len(curves), out, whole) as kept:
+            started = time.perf_counter()
+            try:
+                outcomes = fit_all(curves, settings, units, kept, whole=whole, resume=resume, workers=workers,
+                                   client=client, progress=not quiet)  # fmt: skip
+            except ValueError as fault:  # of all curves together; one curve's faults stay its own
+                click.echo(f"zolt: {fault}", err=True)
+                sys.exit(2)
+            elapsed = time.perf_counter() - started
+            if whole:
+                logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)), **reading,
+                           **settings.words(units), "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
+                run = Run(outcomes, table_of(outcomes, curves, units), settings, units, logbook, source.read, source.problems)
+                write_all(delivery, run, wide=wide, kinds=kinds, picture=picture, overlay_of=overlay_of, look=look)
+            else:
+                delivery.write("--out", kept.write_csv)
+            head = kept.head(MOST_PRINTED)
+            kept.close(written="--out" in delivery.written)
     if not quiet:
-        print_fits(table, units, run.fits, run.intervals)
-        print_replicates(run.fits, units)
-        good = int((table["status"].isin(["fitted", "midpoint fitted"])).sum())
-        click.echo(f"{good} of {len(table)} curves fitted in {elapsed:.2f} s.")
+        said = ((curve.name, cautions) for curve, cautions in zip(curves, kept.said))
+        print_fits(head, units, said, len(curves))
+        if whole:
+            print_replicates(run.fits, units)
+        click.echo(f"{kept.fitted} of {len(curves)} curves fitted in {elapsed:.2f} s.")
     source.problems += delivery.problems
     source.finish()
 

@@ -6,6 +6,7 @@ from pathlib import Path
 import click
 
 from ..output import print_fits, print_replicates
+from ..sheets import said_of
 from ..writing import TABLES
 from .delivery import Delivery
 from .files import Run, write_page, write_results
@@ -44,7 +45,7 @@ def rerun(file, out, report):
     run = Run(again.outcomes, table, again.settings, again.units, logbook, [f"session {file}"], [])
     delivery.write("--out", lambda path: write_results(run, path))
     write_page(delivery, run)
-    print_fits(table, again.units, run.fits, run.intervals)
+    print_fits(table, again.units, said_of(run.fits, run.intervals))
     print_replicates(run.fits, again.units)
     click.echo(f"Settings: {again.settings.line(again.units)}.")
     click.echo(again.verdict)

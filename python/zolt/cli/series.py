@@ -6,6 +6,7 @@ from functools import partial
 import click
 
 from ..output import print_fits
+from ..sheets import said_of
 from ..writing import TABLES, write_table
 from .delivery import Delivery
 from .help import GroupedCommand
@@ -76,7 +77,7 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
         delivery.write(
             "--plot", lambda path: save_figure(result.plot(units=units, **look), path, look.get("width"))
         )
-    print_fits(table, units, result.fits)
+    print_fits(table, units, said_of(result.fits))
     click.echo("\n" + result.label_table(units).to_string(index=False, float_format="{:.3f}".format, na_rep=""))
     click.echo(result.verdict_in(units))
     if (together := result.shared_m()) is not None:

@@ -5,7 +5,7 @@ import pandas as pd
 
 from .. import engine
 from ..points import pick_states
-from ..writing import TABLES, write_table
+from ..writing import TABLES, harmless, write_table
 from .delivery import Delivery
 from .input import Input
 from .options import FILES, LAYOUT, OUT, reading_options
@@ -56,6 +56,6 @@ def smooth(files, width, out):
     table = pd.concat(parts, ignore_index=True)
     delivery.write("--out", lambda path: write_table(table, path))
     if not out:
-        click.echo(table.to_csv(index=False), nl=False)
+        click.echo(harmless(table).to_csv(index=False), nl=False)
     source.problems += delivery.problems
     source.finish()

@@ -6,6 +6,7 @@ import numpy as np
 from matplotlib.ticker import MaxNLocator
 
 from .. import model
+from ..writing import replacing
 from .look import (
     BASELINE, GRID, denaturant_label, dress, is_narrow, limits, new_figure, palette, shortened, styled,
 )  # fmt: skip
@@ -161,4 +162,5 @@ def save_fit(fit, path, draw=plot_fit, *, width=None, **options):
 
 
 def save_figure(figure, path, width=None):
-    figure.savefig(path, dpi=_DOTS_PER_INCH if width is None else _JOURNAL_DOTS_PER_INCH)
+    with replacing(path) as part:  # two runs may draw into one folder
+        figure.savefig(part, dpi=_DOTS_PER_INCH if width is None else _JOURNAL_DOTS_PER_INCH)

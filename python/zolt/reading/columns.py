@@ -45,6 +45,7 @@ class Column:
     unit_text: str = ""  # of the row of units below the header
     denaturant: str = None
     of: object = None  # of a deviation or a count: its signal; of a signal: its concentrations
+    beside: list = field(default_factory=list)  # of a signal: its deviations and counts
     numbers: np.ndarray = None
 
     def __str__(self):

@@ -33,7 +33,7 @@ class Grid:
     column_names: list = None
     sheet: str = None
     delimiter: str = None
-    notes: list = field(default_factory=list)
+    notes: dict = field(default_factory=dict)  # its keys are the notes, in order, each once
     widths: list = None  # of the rows with their blank ends, where the source tells
 
     def __post_init__(self):
@@ -59,9 +59,7 @@ class Grid:
         return cells[column] if column < len(cells) else ""
 
     def note(self, code, text, curve=None):
-        note = Note(code, text, curve)
-        if note not in self.notes:
-            self.notes.append(note)
+        self.notes[Note(code, text, curve)] = None
 
     def transposed(self, rows):
         """The chosen rows as columns."""

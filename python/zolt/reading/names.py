@@ -20,7 +20,7 @@ _NUMBERED = re.compile(r"(.*[^\d\s.])(?:\.|\s*\()(\d{1,2})\)?")
 
 def signal_names(table, signals):
     """Names of the signals from header and group; equal ones of one protein are told apart later."""
-    names = []
+    names, counts, many = [], Counter(c.name for c in signals), len(table.of("x")) > 1
     for i, column in enumerate(signals, start=1):
         general = header_of(column.name).role in ("y", "deviation") or not column.name
         group = column.group if column.group != column.name else ""
@@ -31,24 +31,27 @@ def signal_names(table, signals):
             names.append(re.sub(r"[\s_\-.]*y$", "", column.name, flags=re.I))
         elif general and group:
             names.append(group)
-        elif group and [c.name for c in signals].count(column.name) > 1:
+        elif group and counts[column.name] > 1:
             names.append(f"{group} {column.name}")
-        elif group and len(table.of("x")) > 1:
+        elif group and many:
             names.append(group if column.of.name == group else f"{group} {column.name}")
         elif column.name:
             names.append(column.name)
         else:
-            over = column.of.name if len(table.of("x")) > 1 and header_of(column.of.name).role is None else ""
+            over = column.of.name if many and header_of(column.of.name).role is None else ""
             names.append(over or f"curve {i}")
     return names
 
 
-def names_of(base, named, many, table, temperature):
-    """Name, label, replicate and group of a curve from its keys and the name of its signal."""
+def names_of(base, named, names, temperature):
+    """Name, label, replicate and group of a curve from its keys and the name of its signal.
+
+    `names` are the `SignalNames` of its table.
+    """
     texts = {role: text for (role, _), text in named.items()}
     label, replicate = (plain_value(texts[r]) if r in texts else None for r in ("label", "replicate"))
     if not named:
-        group, found = _replicate_of(base, table)
+        group, found = _replicate_of(base, names)
         return _short(base), None, found, group
     parts = [texts.get("curve", "")]
     parts += [f"{role} {texts[role]}" for role in ("label", "replicate") if texts.get(role)]
@@ -58,11 +61,11 @@ def names_of(base, named, many, table, temperature):
         elif role == "part":
             parts.append(text if cell_of(text).kind == "text" else f"{tidy_name(header)} {text}")
             label = plain_value(text) if label is None else label
-    if many or not any(parts):
+    if names.counts.total() > 1 or not any(parts):
         parts.append(base)
     name = tidy_name(" ".join(filter(None, parts)))
     group = None
-    within, number = _replicate_of(base, table)
+    within, number = _replicate_of(base, names)
     if texts.get("replicate"):
         group = (
             tidy_name(" ".join(part for part in parts if part and not part.startswith("replicate "))) or base
@@ -78,26 +81,36 @@ def _short(name):
     return name if len(name) <= LONGEST_NAME else name[: LONGEST_NAME - 1] + "…"
 
 
-def _replicate_of(name, table):
+class SignalNames:
+    """The names of the signals of a table, counted once for all of its columns."""
+
+    def __init__(self, table):
+        self.counts, self._table, self._numbers = Counter(c.name for c in table.of("y")), table, {}
+        for name in self.counts:
+            if match := _NUMBERED.fullmatch(name):
+                self._numbers.setdefault(match[1], []).append(int(match[2]))
+
+    def are_numbered(self, stem):
+        """True where 'WT' stands beside 'WT.1', 'WT.2', ... without a gap."""
+        numbers = sorted(self._numbers.get(stem, ()))
+        counted = (list(range(first, first + len(numbers))) for first in (1, 2))
+        return bool(numbers) and stem in self.counts and numbers in counted
+
+    def are_replicates(self, name):
+        """True where the name stands more than once and nothing tells its columns apart."""
+        return self.counts[name] > 1 and header_of(name).role is None and not _told_apart_above(name, self._table)
+
+
+def _replicate_of(name, names):
     """Group and replicate that the name of a column states: 'WT rep 2', 'WT (2)', 'WT.2' or 'WT' twice."""
     if match := _REPLICATE.fullmatch(name.replace("_", " ")):
         rest = " ".join(filter(None, [match[1].strip(" ,-"), match[3].strip(" ,-")]))
         return rest or "replicates", plain_value(match[2])
-    names = [column.name for column in table.of("y")]
     match = _NUMBERED.fullmatch(name)
     stem = match[1] if match else name
-    if stem in names and (numbers := _numbers_of(stem, names)):
-        if numbers in (list(range(1, len(numbers) + 1)), list(range(2, len(numbers) + 2))):
-            return stem, float(match[2]) if match else None
-    if names.count(name) > 1 and header_of(name).role is None and not _told_apart_above(name, table):
-        return name, None
-    return None, None
-
-
-def _numbers_of(stem, names):
-    """The numbers behind the names that begin with `stem`, ascending."""
-    found = (_NUMBERED.fullmatch(name) for name in names)
-    return sorted(int(match[2]) for match in found if match and match[1] == stem)
+    if names.are_numbered(stem):
+        return stem, float(match[2]) if match else None
+    return (name, None) if names.are_replicates(name) else (None, None)
 
 
 def _told_apart_above(name, table):

@@ -171,7 +171,7 @@ def plate_curves(grid, layout, options):
         for signal, wells in signals.items():
             curves.append(_curve(grid, layout, table, roles, key, rows, molar, places, wells, stated,
                                  signal if len(signals) > 1 else ""))  # fmt: skip
-    grid.notes.extend(layout.notes)
+    grid.notes.update(layout.notes)
     return curves
 
 

@@ -54,17 +54,23 @@ def _take_parting_columns(table):
         counts = Counter(values)
         if not 1 < len(counts) <= len(values) // 3 or min(counts.values()) < 3 or "" in counts:
             continue
-        if all(_comes_again(x, values, value) for value in counts):
+        if _come_again(x, values):
             column.role = "part"
             if not words:
                 table.grid.note("labels_taken", f"{column} parts the curves")
 
 
-def _comes_again(x, values, value):
-    """True where most concentrations of one value of a column are found with other values too."""
-    inside = np.array([v == value for v in values])
-    here, there = np.unique(x[inside & ~np.isnan(x)]), np.unique(x[~inside & ~np.isnan(x)])
-    return here.size > 1 and np.isin(here, there).mean() > 0.5
+def _come_again(x, values):
+    """True where most concentrations of every value of a column are found with other values too."""
+    known = ~np.isnan(x)
+    kinds = {kind: number for number, kind in enumerate(dict.fromkeys(values))}
+    value = np.array([kinds[kind] for kind in values])
+    levels, level = np.unique(x[known], return_inverse=True)
+    pairs = np.unique(value[known] * levels.size + level)  # every concentration of a value once
+    own, shared = np.divmod(pairs, max(levels.size, 1))
+    again = np.bincount(shared, minlength=levels.size)[shared] > 1
+    count = np.bincount(own, minlength=len(kinds))
+    return bool((count > 1).all() and (np.bincount(own, again, len(kinds)) > 0.5 * count).all())
 
 
 def part_signals(table):
@@ -102,9 +108,10 @@ def _leave_out_means(table):
     """A column 'mean' beside the replicates that it is the mean of would count them twice."""
     signals = table.of("y")
     for column in signals:
-        words = set(words_of(column.name))
+        if not set(words_of(column.name)).intersection(SPELLINGS["mean_words"]):
+            continue
         others = [c for c in signals if c is not column]
-        if len(others) < 2 or not words.intersection(SPELLINGS["mean_words"]):
+        if len(others) < 2:
             continue
         values = np.array([read_numbers(table, c) for c in others])
         if (~np.isnan(values)).any(axis=0).all():
@@ -173,3 +180,4 @@ def attach(table):
             table.leave_out(column, "it holds no numbers")
         else:
             column.of = (same or before[-1:] or signals[:1])[0]
+            column.of.beside.append(column)

@@ -12,7 +12,7 @@ from .concentrations import concentrations, need_concentrations
 from .curve import Curve
 from .grid import shown, tidy_name
 from .numbers import cell_of
-from .names import names_of, plain_value, signal_names
+from .names import SignalNames, names_of, plain_value, signal_names
 from .roles import assign_roles
 from .signals import runs_like_concentration
 from .spellings import SPELLINGS, denaturant_of, header_of, plain, unit_of
@@ -132,7 +132,7 @@ def _curves_of_table(table, options):
         groups.setdefault(tuple(column.cells[i].text for column in keys), []).append(i)
     molar = {id(x): concentrations(table, x, options) for x in table.of("x")}
     signals = table.of("y")
-    base = signal_names(table, signals)
+    base, names = signal_names(table, signals), SignalNames(table)
     curves = []
     for key, rows in groups.items():
         named = dict(zip([(c.role, c.header.text) for c in keys], key))
@@ -141,17 +141,17 @@ def _curves_of_table(table, options):
             table.grid.note("row_left_out", f"rows of '{shown(sample)}' are no curve")
             continue
         for signal, name in zip(signals, base):
-            curves.append(_curve(table, signal, name, rows, named, molar, temperatures, len(signals) > 1))
+            curves.append(_curve(table, signal, name, rows, named, molar, temperatures, names))
     return curves
 
 
-def _curve(table, signal, base, rows, named, molar, temperatures, many):
+def _curve(table, signal, base, rows, named, molar, temperatures, names):
     grid = table.grid
     x_column = signal.of
     x_all, y_all = molar[id(x_column)], read_numbers(table, signal)
     x, y = x_all[rows], y_all[rows]
     temperature = temperature_of(table, signal, temperatures, rows)
-    name, label, replicate, group = names_of(base, named, many, table, temperature)
+    name, label, replicate, group = names_of(base, named, names, temperature)
     label = _mark(table, "label", signal) if label is None else label
     replicate = _mark(table, "replicate", signal) if replicate is None else replicate
     for i, cell in zip(rows, (signal.cells[i] for i in rows)):
@@ -169,10 +169,10 @@ def _curve(table, signal, base, rows, named, molar, temperatures, many):
     order = np.argsort(x[given], kind="stable")
     take = np.asarray(rows)[given][order]
     sd = n = None
-    for column in table.columns:
-        if column.of is signal and column.role == "deviation":
+    for column in signal.beside:
+        if column.role == "deviation":
             sd = _deviation(table, column, take, name)
-        elif column.of is signal and column.role == "n":
+        elif column.role == "n":
             n = read_numbers(table, column)[take]
     denaturant = next(filter(None, map(denaturant_of, named.values())), None) or x_column.denaturant
     details = {"file": Path(grid.source).name}
