@@ -7,7 +7,7 @@ number of curves; results come in the order of the curves.
 import os
 import sys
 from collections import deque
-from concurrent.futures import ThreadPoolExecutor
+from concurrent.futures import CancelledError, ThreadPoolExecutor
 
 _AHEAD = 3  # tasks under way for every thread
 _MOST_PER_TASK = 16  # Large enough to hide what a task costs, small enough to share evenly.
@@ -23,23 +23,34 @@ class ClusterLost(Exception):
 def in_turn(work, curves, workers=None, client=None):
     """Lists of answers of `work`, which takes a list of curves, in order.
 
-    `work.lost(curve, fault)` is the answer for a curve at which the workers of a cluster died.
+    `work.lost(curve, fault)` is the answer for a curve at which the workers of a cluster died. Raises
+    ClusterLost where no worker, or no scheduler, is left.
     """
     if client is None:
-        workers = workers or os.cpu_count() or 1
-        with ThreadPoolExecutor(workers) as pool:
-            try:
-                tasks = _tasks(curves, workers, _MOST_PER_TASK)
-                yield from (future.result() for _, future in _under_way(pool.submit, work, tasks, _AHEAD * workers))
-            finally:
-                pool.shutdown(cancel_futures=True)
+        yield from _on_threads(work, curves, workers or os.cpu_count() or 1)
         return
-    threads = max(sum(client.nthreads().values()), 1)
-    tasks = _tasks(curves, threads, _MOST_PER_FAR_TASK)
+    try:
+        yield from _on_cluster(work, curves, client)
+    except (CancelledError, OSError):
+        raise ClusterLost("the scheduler does not answer any more") from None
 
+
+def _on_threads(work, curves, workers):
+    with ThreadPoolExecutor(workers) as pool:
+        try:
+            tasks = _tasks(curves, workers, _MOST_PER_TASK)
+            for _, future in _under_way(pool.submit, work, tasks, _AHEAD * workers):
+                yield future.result()
+        finally:
+            pool.shutdown(cancel_futures=True)
+
+
+def _on_cluster(work, curves, client):
     def submit(work, task):
         return client.submit(work, task, pure=False)
 
+    threads = max(sum(client.nthreads().values()), 1)
+    tasks = _tasks(curves, threads, _MOST_PER_FAR_TASK)
     for task, future in _under_way(submit, work, tasks, _AHEAD * threads):
         yield _far_result(client, submit, work, task, future)
 
@@ -75,21 +86,15 @@ def _far_result(client, submit, work, task, future):
 
 
 def _awaited(client, future):
-    """The result of a future; ClusterLost where no worker is left to make it, or no scheduler."""
-    from concurrent.futures import CancelledError
-
+    """The result of a future; ClusterLost where for some time no worker is there to make it."""
     from distributed import TimeoutError
 
     empty = 0
     while True:
         try:
             return future.result(timeout=_PATIENCE)
-        except CancelledError:
-            raise ClusterLost("the scheduler does not answer any more") from None
         except TimeoutError:
             empty = 0 if client.nthreads() else empty + 1
-        except OSError as fault:
-            raise ClusterLost(f"the scheduler does not answer any more ({fault})") from None
         if empty == 1:
             print("zolt: the cluster has no worker left; waiting for one.", file=sys.stderr)
         if empty >= _MOST_LOOKS:

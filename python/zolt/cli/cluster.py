@@ -1,5 +1,6 @@
 """A dask cluster for the time of the work."""
 
+import logging
 from contextlib import contextmanager
 from pydoc import locate
 
@@ -24,9 +25,13 @@ def cluster(address):
         client = Client(address, timeout=_PATIENCE)
     except (OSError, ValueError) as fault:
         raise click.UsageError(f"--scheduler {address}: no answer ({fault}).") from None
-    with client:
-        _check_workers(client, address)
-        yield client
+    logging.disable(logging.ERROR)  # of dask: what is lost is said in a sentence of our own
+    try:
+        with client:
+            _check_workers(client, address)
+            yield client
+    finally:
+        logging.disable(logging.NOTSET)
 
 
 def _check_workers(client, address):
