@@ -112,18 +112,21 @@ void assessCurve(const Setup& setup, const Solution& solution, int share, double
     variance = r.sdKnown ? 1.0 / r.sseUnit : solution.sse / result.degrees;
   }
   result.variance = variance;
+  result.condition = -1.0;
+  if (columns == 0) {
+    return;  // everything is held or at a bound: there is nothing to be uncertain of, and no fit
+  }
 
   const Eigen::HouseholderQR<SmallMatrix<kMostReadings, kMostParameters>> qr(J);
   const Covariance R = qr.matrixQR().topRows(columns).triangularView<Eigen::Upper>();
   const Eigen::JacobiSVD<Covariance> singular(R);
   const auto& values = singular.singularValues();
   result.rank = static_cast<int>((values.array() > kRankTolerance * values[0]).count());
-  result.condition = values[0] / values[columns - 1];
   result.determined = result.rank == columns && J.allFinite();
   if (!result.determined) {
-    result.condition = -1.0;
     return;
   }
+  result.condition = values[0] / values[columns - 1];
   // J = Q R, so that Q = J inverse(R) row by row, and the leverages are the squares of its rows.
   const Covariance inverse =
       R.triangularView<Eigen::Upper>().solve(Covariance::Identity(columns, columns));

@@ -126,6 +126,18 @@ TEST(Hostile, ChoicesThatCannotBeAreRefused) {
             ZOLTI_BAD_ARGUMENT);
 }
 
+// With both baselines given and all of a transition held there is nothing left to fit.
+TEST(Hostile, NothingLeftToFitIsNoFit) {
+  ZOLTI_Options options = usual();
+  options.native_kind = options.denatured_kind = ZOLTI_GIVEN;
+  options.baseline[2] = 1.0;
+  options.Cm[0] = 3.9;
+  options.m[0] = 1400.0;
+  const Data data = sample(kOne, 24, 0.01);
+  EXPECT_EQ(fit(data, 1, options).status, ZOLTI_UNDETERMINED);
+  EXPECT_EQ(decide(data, 2, options).fit.status, ZOLTI_UNDETERMINED);
+}
+
 // The longest curves through the deepest calls, on as small a stack as is promised.
 TEST(Hostile, AHalfMebibyteOfStackIsEnough) {
   const auto callAll = [](void*) -> void* {
