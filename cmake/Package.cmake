@@ -56,7 +56,7 @@ zolt_debian_package(development libzoltfittingengine-dev libdevel
   "What is needed to compile programs against both libraries." DEPENDS "${engine} ${same}, ${inference} ${same}")
 zolt_debian_package(python python3-zolt python
   "The Python package zolt and the command of that name." ANY_PROCESSOR
-  DEPENDS "python3 (>= 3.10), python3-numpy, python3-pandas, python3-matplotlib, python3-click, python3-tqdm, python3-openpyxl, python3-chardet, ${inference} (>= ${PROJECT_VERSION})")
+  DEPENDS "python3 (>= 3.10), python3-numpy, python3-pandas, python3-matplotlib, python3-click, python3-tqdm, python3-openpyxl, python3-xlsxwriter, python3-chardet, ${inference} (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS zolt-page)
 zolt_debian_package(page zolt-page science
   "The analysis in a browser: one file that needs no network." ANY_PROCESSOR)

@@ -1,6 +1,6 @@
-// Included before each file of a library that must load on systems older than the one it is built on:
-// the oldest versions of the functions that the C library has had anew since. They differ in how they
-// set errno, which nobody reads here.
+// Included before each file of a library that must load on systems older than the one it is built
+// on: the oldest versions of the functions that the C library has had anew since. They differ in
+// how they set errno, which nobody reads here.
 #if defined(__x86_64__)
 #define ZOLT_OLDEST "GLIBC_2.2.5"
 #elif defined(__aarch64__)

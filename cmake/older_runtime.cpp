@@ -1,5 +1,5 @@
-// For libraries that must load on systems older than the one they are built on: what the C++ runtime
-// has had only since GCC 11, so that nobody asks for that runtime.
+// For libraries that must load on systems older than the one they are built on: what the C++
+// runtime has had only since GCC 11, so that nobody asks for that runtime.
 #include <vector>
 
 namespace std {

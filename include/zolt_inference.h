@@ -387,7 +387,8 @@ ZOLTI_API int32_t ZOLTI_evidence_sentence(const ZOLTI_Evidence* evidence, char* 
  *           draws           room for 9 doubles a round, or null: dG, Cm, m of the three
  *                           transitions of each round, NaN in rounds without a sound fit
  * Returned: the status, which also stands in intervals; intervals.
- * Notes:    Profile and linear half-widths are widened by the ratio of the standard error that
+ * Notes:    An end of dG that only the bounds of m would set is infinite, as that of m is.
+ *           Profile and linear half-widths are widened by the ratio of the standard error that
  *           holds under unequal scatter (HC2) to that of the model, where it is above 1.
  */
 ZOLTI_API int32_t ZOLTI_intervals(const ZOLTI_Curve* curve, const ZOLTI_Options* options,

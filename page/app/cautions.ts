@@ -50,7 +50,11 @@ function all(entry: Entry, answer: FitAnswer, state: State): Caution[] {
   const fit = fitOf(entry);
   const kept = entry.x.map((_, i) => i).filter((i) => !isOut(entry, i) && Number.isFinite(entry.x[i]) && Number.isFinite(entry.y[i]));
   const looked = fit && { entry, answer, fit, state, kept };
-  return [...inputCautions(entry, state).map((said) => ({ ...said, input: true })), ...(looked ? RULES.flatMap((rule) => rule(looked)) : []), ...readings(entry, answer, state, kept)];
+  return [
+    ...inputCautions(entry, state).map((said) => ({ ...said, input: true })),
+    ...(looked ? RULES.flatMap((rule) => rule(looked)) : []),
+    ...readings(entry, answer, state, kept),
+  ];
 }
 
 /** What was already to be said of the readings before they were fitted. */
@@ -58,6 +62,7 @@ export function inputCautions(entry: Entry, { settings }: State): Caution[] {
   const { notes, temperatureAssumed, temperature } = entry;
   const texts = new Map<string, string[]>();
   for (const { code, sentence } of notes) {
+    if (table.no_matter.includes(code)) continue;
     const own = code in TEXTS ? code : "other_note";
     texts.set(own, [...(texts.get(own) ?? []), sentence]);
   }
@@ -83,8 +88,11 @@ function states({ answer, fit, state: { settings } }: Looked): Caution[] {
   const chosen = rows.find((row) => row.states === fitted);
   if (told || !chosen) return [];
   // A smaller model that AICc puts hardly behind, or a larger one that it puts clearly before.
-  const asGood = ({ sound, states, aicc_difference: other }: records.EvidenceRow) => sound && other >= 0 && chosen.aicc_difference >= 0 &&
-    other - chosen.aicc_difference < (states < chosen.states ? LIMITS.aicc : -LIMITS.aicc);
+  // A larger model counts only where noise alone speaks against it.
+  const asGood = ({ sound, states, outcome, aicc_difference: other }: records.EvidenceRow) =>
+    sound && other >= 0 && chosen.aicc_difference >= 0 && (states < chosen.states
+      ? other - chosen.aicc_difference < LIMITS.aicc
+      : outcome === records.SMALL_GAIN && other - chosen.aicc_difference < -LIMITS.aicc);
   const others = rows.filter((row) => row !== chosen && (row.outcome === records.ONE_READING || asGood(row)));
   return others.length ? [caution("states_indistinguishable", { states: NUMBERS[fitted], others: others.map((row) => NUMBERS[row.states]).join(" or ") })] : [];
 }
@@ -218,10 +226,13 @@ function readings(entry: Entry, answer: FitAnswer, { settings }: State, kept: nu
   const { sd } = deviationsOf(entry, settings.weights);
   const fitted = fit.status === records.FITTED;
   const off = kept.filter((i) => looks.off[i]).length, spikes = kept.filter((i) => looks.spikes[i] && (!fitted || looks.off[i])).length;
-  if (isTold(answer, settings) && answer.evidence.status === records.NO_TRANSITION) said.push(caution("no_transition_evident", { evidence: answer.evidenceSentence }));
-  if (fitted && off > LIMITS.off_share * kept.length) said.push(caution("many_readings_off", { count: off, readings: kept.length }));
+  if (isTold(answer, settings) && answer.evidence.status === records.NO_TRANSITION)
+    said.push(caution("no_transition_evident", { evidence: answer.evidenceSentence }));
+  if (fitted && off > LIMITS.off_share * kept.length)
+    said.push(caution("many_readings_off", { count: off, readings: kept.length }));
   if (spikes) said.push(caution("spikes", { count: `${spikes} reading${spikes > 1 ? "s leap" : " leaps"}` }));
-  if (sd?.length && Math.max(...sd) > LIMITS.sd_ratio * Math.min(...sd)) said.push(caution("weights_uneven", { ratio: (Math.max(...sd) / Math.min(...sd)).toFixed(0) }));
+  const ratio = sd?.length ? Math.max(...sd) / Math.min(...sd) : 1;
+  if (ratio > LIMITS.sd_ratio) said.push(caution("weights_uneven", { ratio: ratio.toFixed(0) }));
   const there = entry.x.filter((x, i) => Number.isFinite(x) && Number.isFinite(entry.y[i])).length;
   if (kept.length < there) said.push(caution("readings_left_out", { count: there - kept.length, readings: there }));
   return said;

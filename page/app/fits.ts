@@ -8,6 +8,7 @@ const FEWEST_READINGS = 8;
 export class Fits {
   private job = new AbortController();
   private detailJob = new AbortController();
+  private readonly asked = new WeakMap<Entry, symbol>();  // the last fit of each that was asked for
 
   constructor(private readonly pool: Pool, private readonly state: State, private readonly changed: () => void) {}
 
@@ -57,11 +58,14 @@ export class Fits {
       entry.fault = `The curve has ${count} readings; this analysis needs at least ${FEWEST_READINGS}.`;
       return;
     }
+    const turn = Symbol();
+    this.asked.set(entry, turn);
+    const isLast = () => this.asked.get(entry) === turn;  // an answer to readings or choices of before does not count
     try {
-      entry.answer = await this.pool.run<FitAnswer>(
-        { kind: "fit", curve, all: entry.y, choices: this.choices() }, { signal, first });
+      const answer = await this.pool.run<FitAnswer>({ kind: "fit", curve, all: entry.y, choices: this.choices() }, { signal, first });
+      if (isLast()) entry.answer = answer;
     } catch (fault) {
-      if (!isStop(fault)) entry.fault = (fault as Error).message;
+      if (!isStop(fault) && isLast()) entry.fault = (fault as Error).message;
     }
   }
 

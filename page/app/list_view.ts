@@ -24,7 +24,8 @@ export function listView(state: State): Markup {
       h("td", {}, fit ? told(fit.Cm[0], fit.Cm_se[0]) : ""),
       h("td", {}, fit ? told(fit.dG[0] / per, fit.dG_se[0] / per) : ""),
       h("td", {}, cautions.length ? h("span", {
-        role: "img", class: "warned", "aria-label": `${cautions.length} warning${cautions.length > 1 ? "s" : ""}`, title: cautions.map(({ sentence }) => sentence).join(" "),
+        role: "img", class: "warned", "aria-label": `${cautions.length} warning${cautions.length > 1 ? "s" : ""}`,
+        title: cautions.map(({ sentence }) => sentence).join(" "),
       }, "⚠") : ""),
     ];
   });
@@ -41,6 +42,7 @@ export function listView(state: State): Markup {
 /** All curves, those with a warning, or those with one of the warnings that there are. */
 function filters(state: State): Markup[] {
   const counts = new Map<string, number>();
+  if (!["", "any"].includes(state.warned)) counts.set(state.warned, 0);  // what is chosen stays to be seen
   let any = 0;
   for (const entry of state.entries) {
     const cautions = cautionsOf(entry, state), codes = new Set(cautions.map(({ code }) => code));

@@ -4,40 +4,40 @@ import { serve } from "../engine/worker";
 import { readingWords } from "../figure/curve_figure";
 import type { Markup } from "../figure/markup";
 import { DARK, LIGHT } from "../figure/palette";
-import { ReadError } from "../reader/index";
+import type { Reading, Role, SourceFile } from "../reader/index";
+import type { Refusal, Source } from "../reader/sources";
+import { Word, applyChoice, withWord } from "./changes";
 import { choicesView, exportsView, viewsView } from "./choices_view";
-import { ORIGIN, download, downloadPicture } from "./download";
 import { EXAMPLE } from "./example";
 import { Fits } from "./fits";
 import { listenToFigure } from "./gestures";
 import { faultsView } from "./faults_view";
 import { listView } from "./list_view";
-import { CAL_PER_UNIT, EnergyUnit } from "./numbers";
-import { openFiles, readSources, regroup, sourcesOf } from "./opening";
+import type { EnergyUnit } from "./numbers";
+import { regroup, sourcesFrom, sourcesOf, take } from "./opening";
 import { mainPicture, overlaid, pictureOf } from "./pictures";
 import { byId, replace } from "./place";
-import { reportView } from "./report_view";
 import { resultView } from "./result_view";
-import { SessionError, changedSince, restore, saved, unknownSettings } from "./session";
+import { SessionError, changedSince, restore, unknownSettings } from "./session";
 import { setView } from "./set_view";
 import { compare, failed, trend } from "./set_work";
 import { Entry, SetResult, State, View, chosenEntry, isOut, newState } from "./state";
-import * as tables from "./tables";
 import { tablesView } from "./tables_view";
-import { csv, workbook } from "./workbook";
+import { takeAlong } from "./taking";
 
 /** Left here by the loader. */
 declare const zoltModule: WebAssembly.Module;
 
 const REDRAW = 1000;  // ms between drawings of everything while many curves are fitted
 const WELCOME = "An example is fitted below: drop a file with your own curves anywhere, or paste a table.";
-const WORKBOOK = "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet";
 
 class Page {
   private readonly state: State = newState();
   private readonly fits: Fits;
   private due = false;    // a drawing is due with the next frame
   private shown = 0;      // when everything was drawn last
+  private turn = 0;       // of what is opened; a later one goes before
+  private work: Promise<unknown> = Promise.resolve();  // what is read and fitted; what is taken along waits for it
 
   constructor(private readonly pool: Pool) {
     this.fits = new Fits(pool, this.state, () => this.render());
@@ -45,7 +45,7 @@ class Page {
 
   start() {
     this.listen();
-    void this.open([{ name: EXAMPLE.name, bytes: new TextEncoder().encode(EXAMPLE.text) }], WELCOME);
+    this.work = this.open([{ name: EXAMPLE.name, bytes: new TextEncoder().encode(EXAMPLE.text) }], WELCOME);
   }
 
   // What is shown.
@@ -82,7 +82,7 @@ class Page {
     replace("choices", choicesView(state));
     replace("curves", [many && listView(state)]);
     replace("views", viewsView(state));
-    replace("picture", [this.picture(true)]);
+    replace("picture", [this.picture()]);
     replace("exports", exportsView());
     replace("results", [resultView(state)]);
     replace("set", [many && setView(state)]);
@@ -92,26 +92,40 @@ class Page {
     if (state.entries.some(({ answer }) => answer)) performance.mark("fit shown");
   }
 
-  private picture(live: boolean): Markup | null {
-    const width = live ? Math.min(Math.max(byId("picture").clientWidth, 420), 900) : 760;
-    const dark = live && matchMedia("(prefers-color-scheme: dark)").matches;
-    return mainPicture(this.state, width, dark ? DARK : LIGHT, live);
+  private picture(): Markup | null {
+    const width = Math.min(Math.max(byId("picture").clientWidth, 420), 900);
+    const dark = matchMedia("(prefers-color-scheme: dark)").matches;
+    return mainPicture(this.state, width, dark ? DARK : LIGHT, true);
   }
 
   // What is opened.
 
-  private async open(files: { name: string; bytes: Uint8Array }[], message = "") {
+  private async open(files: SourceFile[], message = "") {
     const { state } = this;
     state.faults = [];
+    if (files.length !== 1 || !/\.json$/i.test(files[0].name)) return this.read(sourcesFrom(state, files), message);
     try {
-      if (files.length === 1 && /\.json$/i.test(files[0].name)) return await this.reopen(files[0].name, new TextDecoder().decode(files[0].bytes));
-      openFiles(state, files);
+      await this.reopen(files[0].name, new TextDecoder().decode(files[0].bytes));
+    } catch (fault) {
+      if (!(fault instanceof SessionError)) throw fault;
+      state.faults = [fault.message];
+      this.render();
+    }
+  }
+
+  /** Reads files and fits what they hold, unless something else was opened meanwhile. */
+  private async read(sources: Source[], message = "") {
+    const { state } = this, turn = ++this.turn;
+    try {
+      const readings = await this.pool.run<(Reading | Refusal)[]>({ kind: "read", sources }, { first: true });
+      if (turn !== this.turn) return;
+      take(state, sources.map((source, i) => ({ ...source, reading: readings[i] })));
       if (message) state.message = message;
     } catch (fault) {
-      if (!(fault instanceof ReadError || fault instanceof SessionError)) throw fault;
-      state.faults = [fault.message];
+      state.faults = [`${sources.map(({ file }) => file.name).join(", ")}: the page failed to read this (${(fault as Error).message}).`];
     }
-    this.afterReading();
+    this.render();
+    await this.fitAll();
   }
 
   /** The table of what was read, where a person tells the columns. */
@@ -120,19 +134,16 @@ class Page {
     byId("read").scrollIntoView();
   }
 
-  private afterReading() {
-    this.render();
-    void this.fitAll();
-  }
-
   private async fitAll() {
     await this.fits.fitAll();
     if (this.state.view === "overlay") await this.look("overlay");
+    performance.mark("fitted");
   }
 
   private async reopen(name: string, text: string) {
     const { state } = this;
     const before = restore(state, name, text), unknown = unknownSettings(text);
+    ++this.turn;
     await this.fitAll();
     const changed = changedSince(before, state.entries);
     state.message = changed === 0 ? `${name}: the session is open, with the numbers it was saved with.`
@@ -145,14 +156,14 @@ class Page {
   private refitAll() {
     for (const entry of this.state.entries) Object.assign(entry, { answer: null, detail: null, fault: null });
     this.forgetSet();
-    void this.fitAll();
+    this.work = this.fitAll();
     this.render();
   }
 
   private refit(entry: Entry) {
     this.forgetSet();
     this.render();
-    void this.fits.refit(entry);
+    this.work = this.fits.refit(entry);
   }
 
   private forgetSet() {
@@ -166,7 +177,7 @@ class Page {
     const files = byId("files") as HTMLInputElement;
     byId("open").addEventListener("click", () => files.click());
     files.addEventListener("change", () => {
-      void this.openChosen([...(files.files ?? [])]);
+      this.work = this.openChosen([...(files.files ?? [])]);
       files.value = "";
     });
     addEventListener("dragover", (event) => {
@@ -177,14 +188,14 @@ class Page {
     addEventListener("drop", (event) => {
       event.preventDefault();
       document.body.classList.remove("over");
-      void this.openChosen([...(event.dataTransfer?.files ?? [])]);
+      this.work = this.openChosen([...(event.dataTransfer?.files ?? [])]);
     });
     document.addEventListener("paste", (event) => {
       if (event.target instanceof HTMLInputElement) return;
       const chosen = [...(event.clipboardData?.files ?? [])];
       const text = event.clipboardData?.getData("text/plain") ?? "";
-      if (text.trim()) void this.open([{ name: "pasted table", bytes: new TextEncoder().encode(text) }]);
-      else if (chosen.length) void this.openChosen(chosen);
+      if (text.trim()) this.work = this.open([{ name: "pasted table", bytes: new TextEncoder().encode(text) }]);
+      else if (chosen.length) this.work = this.openChosen(chosen);
     });
     byId("stop").addEventListener("click", () => this.fits.stop());
     byId("read").addEventListener("toggle", () => this.render());
@@ -248,7 +259,7 @@ class Page {
   private change(input: HTMLInputElement) {
     const { state } = this, { dataset, value } = input;
     if (dataset.set) this.set(dataset.set, input);
-    else if (dataset.role) return this.tell(Number(dataset.place), { table: dataset.table, column: Number(dataset.role), role: value });
+    else if (dataset.role) return this.tell(Number(dataset.place), { table: dataset.table!, column: Number(dataset.role), role: value as Role });
     else if (dataset.readingChoice) return this.tell(Number(dataset.place), { name: dataset.readingChoice, value });
     else if (dataset.choice === "unit") state.unit = value as EnergyUnit;
     else if (dataset.choice === "quantity") state.quantity = value as State["quantity"];
@@ -273,53 +284,15 @@ class Page {
     }
   }
 
-  /** A choice that the fits depend on. */
   private choice(name: string, value: string) {
-    const { settings, unit, entries } = this.state;
-    const number = Number(value);
-    if (name === "replicates") {
-      settings.replicates = value as "pooled" | "each";
-      regroup(this.state);
-    } else if (name === "m") {
-      settings.shareM = value === "shared";
-      // An m to begin with is that of the chosen curve.
-      const own = chosenEntry(this.state)?.answer?.fit.m[0] ?? 0;
-      settings.heldM = value === "given" ? Number((own > 0 ? own : CAL_PER_UNIT.kcal).toPrecision(3)) : null;
-    } else if (name === "heldM") {
-      if (number > 0) settings.heldM = number * CAL_PER_UNIT[unit];
-    } else if (name === "weights") {
-      settings.weights = value === "known" ? "sd" : (value as "sd" | "sem" | "none");
-      settings.sdKnown = value === "known";
-    } else if (name === "states") settings.states = value === "auto" ? "auto" : (number as 2 | 3 | 4);
-    else if (name === "residues") settings.residues = number >= 1 ? Math.round(number) : null;
-    else if (name === "level") settings.level = number;
-    else if (name === "method") settings.intervals.method = value as "profile" | "bootstrap";
-    else if (name === "native" || name === "denatured") {
-      const kind = value as "line" | "flat" | "given", own = chosenEntry(this.state)?.answer?.fit.baseline;
-      const at = name === "native" ? 0 : 2;
-      // Likewise a baseline to begin with.
-      if (kind === "given" && settings[name] !== "given" && own && entries.length)
-        settings.baseline.splice(at, 2, ...own.slice(at, at + 2).map((part) => Number(part.toPrecision(4))));
-      settings[name] = kind;
-    }
+    applyChoice(this.state, name, value);
+    if (name === "replicates") regroup(this.state);
     this.refitAll();
   }
 
-  /** A person's word on a file: the role of a column, or what holds for all of it. */
-  private tell(place: number, { table, column, role, name, value = "" }: { table?: string; column?: number; role?: string; name?: string; value?: string }) {
-    const sources = sourcesOf(this.state).map((one, i) => {
-      if (i !== place) return one;
-      const { choices } = one;
-      if (role) {
-        const others = (choices.roles ?? []).filter((told) => told.table !== table || told.column !== column);
-        return { ...one, choices: { ...choices, roles: [...others, { table: table!, column: column!, role: role as any }] } };
-      }
-      const words = value.trim(), number = Number(words.replace(",", "."));
-      const told = words === "" ? null : name === "temperature" ? (Number.isFinite(number) ? number : null) : words;
-      return { ...one, choices: { ...choices, [name!]: told } };
-    });
-    readSources(this.state, sources);
-    this.afterReading();
+  /** A person's word on a file. */
+  private tell(place: number, word: Word) {
+    this.work = this.read(withWord(sourcesOf(this.state), place, word));
   }
 
   private hover(target: Element) {
@@ -358,27 +331,9 @@ class Page {
 
   private export(what: string) {
     return this.quietly(async () => {
-      const { state } = this, { entries } = state;
-      const name = chosenEntry(state)?.name ?? "zolt";
-      if (what === "svg" || what === "png") {
-        const picture = this.picture(false);
-        if (picture) await downloadPicture(picture, state.view === "curve" ? name : state.view, what);
-        return;
-      }
-      await this.fits.detailAll(entries);
-      const asText = (file: string, rows: tables.Rows) => download(`${file}.csv`, csv(rows), "text/csv;charset=utf-8");
-      if (what === "session") download("session.json", saved(state), "application/json");
-      else if (what === "results") asText("results", tables.resultRows(state));
-      else if (what === "readings") asText("readings", tables.readingRows(entries));
-      else if (what === "fitted") asText("curves", tables.curveRows(entries));
-      else if (what === "workbook") download("results.xlsx", workbook(tables.sheetsOf(state)), WORKBOOK);
-      else this.report();
+      await this.work;
+      await takeAlong(what, this.state, this.fits);
     });
-  }
-
-  private report() {
-    replace("report", reportView(this.state, ORIGIN));
-    window.print();
   }
 
   private async check() {

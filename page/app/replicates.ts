@@ -34,8 +34,9 @@ export function together(original: Entry[]): Entry[] {
 const DIFFER = "replicates_differ";
 const withoutNote = (entry: Entry): Entry => ({ ...entry, notes: entry.notes.filter(({ code }) => code !== DIFFER) });
 const GRID = 60;  // places at which replicates are compared
+const WINDOW = GRID / 6;
 
-/** How far a replicate lies from the mean of the others at either end of the curve, over the span of the signal. */
+/** How far a replicate lies from the mean of the others over a sixth of the curve, over the span of the signal. */
 function distance(all: Entry[]): number {
   const curves = all.map(({ x, y }) => meansAt(x, y));
   if (curves.some((levels) => levels.length < 2)) return 0;
@@ -47,7 +48,7 @@ function distance(all: Entry[]): number {
   const mean = (values: number[]) => values.reduce((sum, value) => sum + value, 0) / values.length;
   return Math.max(...rows.map((row) => {
     const off = row.map((value, i) => value - (rows.reduce((sum, other) => sum + other[i], 0) - value) / (rows.length - 1));
-    return Math.max(Math.abs(mean(off.slice(0, GRID / 3))), Math.abs(mean(off.slice(-GRID / 3))));
+    return Math.max(...off.slice(WINDOW - 1).map((_, i) => Math.abs(mean(off.slice(i, i + WINDOW)))));
   })) / span;
 }
 

@@ -78,13 +78,14 @@ function numbers(state: State): Markup {
     if (fit.transitions > 1) rows.push(cells(`share${n}`, withError(fit.weight[t], fit.weight_se[t]), "", ""));
   }
   return h("div", {},
-    table(["", "value ± standard error", "", `${level} interval`], rows,
+    table(["", "value ± standard error", "", `${level} interval, ${ends?.method === records.BOOTSTRAP ? "bootstrap" : "profile"}`], rows,
           `${fit.transitions + 1} states${entry.part ? `, ${new Set(entry.part).size} replicates together` : ""}`),
     entry.answer!.shared !== undefined && h("p", { class: "faint" }, entry.answer!.sentence));
 }
 
 const quality = (entry: Entry, fit: records.Fit) => h("p", { class: "faint" },
-  `R² ${short(fit.r_squared, 6)}, scatter about the fit ${short(fit.residual_sd, 3)}, Durbin-Watson ${short(fit.durbin_watson, 3)}, ${fit.readings} readings, ${fit.free_parameters} parameters, ${entry.temperature} °C`);
+  [`R² ${short(fit.r_squared, 6)}`, `scatter about the fit ${short(fit.residual_sd, 3)}`, `Durbin-Watson ${short(fit.durbin_watson, 3)}`,
+    `${fit.readings} readings`, `${fit.free_parameters} parameters`, `${entry.temperature} °C`].join(", "));
 
 /** The models one below the other; what became of each stands under its name. */
 function evidence(found: records.Evidence, sentence: string, fitted: boolean): Markup {

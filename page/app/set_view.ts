@@ -31,7 +31,8 @@ function sharedWords({ curves, transitions, shared, shared_se, shared_interval, 
   const per = CAL_PER_UNIT[unit];
   const values = Array.from({ length: transitions }, (_, t) =>
     `${withError(shared[t] / per, shared_se[t] / per)} (${interval(shared_interval[t].map((end) => end / per) as [number, number], shared_se[t] / per)})`);
-  return h("p", {}, `${curves} curves of ${transitions + 1} states fitted with one m: ${values.join(" and ")} ${unit}/mol/M, with ${100 * settings.level} % interval. ` + verdict(F, p));
+  return h("p", {}, `${curves} curves of ${transitions + 1} states fitted with one m: ${values.join(" and ")} ${unit}/mol/M, ` +
+    `with ${100 * settings.level} % interval. ${verdict(F, p)}`);
 }
 
 const verdict = (F: number, p: number) => `Shared against free m: F ${short(F, 3)}, p ${probability(p)}. ` +

@@ -2,7 +2,8 @@
 import type { Drawing, Readings, Shared, Trend } from "../engine/engine";
 import type { Choices, Detail, FitAnswer } from "../engine/tasks";
 import type * as records from "../generated/records";
-import type { Choices as ReadingChoices, Curve, Note, ReadError, Reading, SourceFile } from "../reader/index";
+import type { Curve, Note, Reading } from "../reader/index";
+import type { Refusal, Source } from "../reader/sources";
 import type { Quantity } from "../figure/curve_figure";
 import { wellPlace } from "../figure/plate_figure";
 import type { EnergyUnit } from "./numbers";
@@ -33,13 +34,8 @@ export interface Entry {
 }
 
 /** A file with what a person said of it, and what it gave: a reading, or why there is none. */
-export interface Source {
-  file: SourceFile;
-  choices: ReadingChoices;
-}
-
 export interface Opened extends Source {
-  reading: Reading | ReadError;
+  reading: Reading | Refusal;
 }
 
 export interface SetResult {
@@ -97,7 +93,7 @@ export const newState = (): State => ({
 let keys = 0;
 export const entryKey = () => ++keys;
 
-type Given = Pick<Curve, "name" | "x" | "y" | "sd" | "n" | "temperature" | "temperatureAssumed" | "denaturant" | "unit" | "label" | "replicate" | "group" | "notes">;
+type Given = Omit<Curve, "details">;
 
 export function entryOf(curve: Given, file: string, well: string): Entry {
   const { name, x, y, sd, n, temperature, temperatureAssumed, denaturant, unit, label, replicate, group, notes } = curve;

@@ -1,13 +1,11 @@
 // What is taken along as tables: results, readings, curves, the comparison of models, the settings.
+import type { Cell, Rows, Sheet } from "../figure/spreadsheet";
 import * as records from "../generated/records";
 import { BUILD } from "./build";
 import { cautionsOf } from "./cautions";
 import { CAL_PER_UNIT } from "./numbers";
 import { MODELS, outcomeWords } from "./result_view";
 import { Entry, State, fitOf, isOut } from "./state";
-
-export type Cell = string | number | null;
-export type Rows = Cell[][];
 
 const BUILD_HEADER = ["zolt", "module"], BUILD_CELLS = [BUILD.version, BUILD.module];
 const orNull = (value: number) => (value >= 0 ? value : null);  // -1: there is none
@@ -100,9 +98,11 @@ export const settingRows = ({ settings, unit }: State): Rows => [["setting", "va
     .map(([name, value]): Cell[] => [name, Array.isArray(value) ? value.join(" ") : typeof value === "number" ? value : value === null ? null : String(value)]),
   ["energies", `${unit}/mol`], ...BUILD_HEADER.map((name, i) => [name, BUILD_CELLS[i]])];
 
-/** The sheets of the workbook. */
-export const sheetsOf = (state: State): [string, Rows][] => ([
-  ["results", resultRows(state)], ["readings", readingRows(state.entries)], ["curves", curveRows(state.entries)],
-  ["evidence", evidenceRows(state.entries)], ["comparison", comparisonRows(state)], ["warnings", warningRows(state)],
-  ["settings", settingRows(state)],
-] as [string, Rows][]).filter(([name, rows]) => name !== "comparison" || rows.length > 1);
+const withoutOrigin = (rows: Rows): Rows => rows.map((row) => row.slice(0, -BUILD_HEADER.length));
+
+/** The sheets of the workbook; the origin of long ones stands with the results and the settings. */
+export const sheetsOf = (state: State): Sheet[] => ([
+  ["results", resultRows(state)], ["readings", withoutOrigin(readingRows(state.entries))],
+  ["curves", withoutOrigin(curveRows(state.entries))], ["evidence", evidenceRows(state.entries)],
+  ["comparison", comparisonRows(state)], ["warnings", warningRows(state)], ["settings", settingRows(state)],
+] as Sheet[]).filter(([name, rows]) => name !== "comparison" || rows.length > 1);

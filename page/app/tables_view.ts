@@ -1,6 +1,7 @@
 // What was read, column by column, with the role of each to be changed.
 import { Markup, h } from "../figure/markup";
-import { ColumnShown, Curve, ReadError, Role, TableShown } from "../reader/index";
+import type { ColumnShown, Curve, Role, TableShown } from "../reader/index";
+import { isRefusal } from "../reader/sources";
 import { sourcesOf } from "./opening";
 import { table } from "./result_view";
 import { Opened, State } from "./state";
@@ -21,8 +22,8 @@ export function tablesView(state: State): Markup {
 }
 
 function said({ reading }: Opened): (Markup | false)[] {
-  if (reading instanceof ReadError)
-    return [h("p", { class: "warnings" }, reading.message),
+  if (isRefusal(reading))
+    return [h("p", { class: "warnings" }, reading.refused),
       reading.tables.length > 0 && h("p", {}, "Say below what each column is; the file is then read again.")];
   return [h("p", {}, `${reading.summary}.`),
     reading.remarks.length > 0 && h("ul", {}, ...reading.remarks.map((words) => h("li", {}, words)))];
@@ -30,7 +31,7 @@ function said({ reading }: Opened): (Markup | false)[] {
 
 /** What holds for the whole file: as it was told, with what was read in grey. */
 function fields({ choices, reading, file }: Opened, place: number): (Markup | false)[] {
-  const curves = reading instanceof ReadError ? [] : reading.curves;
+  const curves = isRefusal(reading) ? [] : reading.curves;
   const read = (of: (curve: Curve) => string | number | null) =>
     [...new Set(curves.map(of))].map((value) => value ?? "not stated").join(", ");
   const field = (name: "temperature" | "denaturant" | "unit" | "decimal" | "sheet", words: string, found = "") =>

@@ -1,5 +1,7 @@
 // What a worker is asked and what it answers. Requests and answers are plain data.
+import { Sheet, workbook } from "../figure/spreadsheet";
 import * as records from "../generated/records";
+import { Source, readSources } from "../reader/sources";
 import { Looks, looksOf, vectorOf } from "./looks";
 import { Drawing, Engine, OneFit, Readings } from "./engine";
 
@@ -49,7 +51,9 @@ export type Task =
   | {kind: "share"; curves: SharedCurve[]; choices: Choices}
   | {kind: "compare"; curves: Readings[]; choices: Choices; reference: number}
   | {kind: "trend"; labels: number[]; fits: records.Fit[]}
-  | {kind: "hash"};
+  | {kind: "hash"}
+  | {kind: "read"; sources: Source[]}
+  | {kind: "workbook"; sheets: Sheet[]};
 
 const KINDS = {line: records.LINE, flat: records.FLAT, given: records.GIVEN};
 const METHODS = {profile: records.PROFILE, bootstrap: records.BOOTSTRAP};
@@ -60,7 +64,7 @@ function optionsOf(engine: Engine, choices: Choices): records.Options {
   options.native_kind = KINDS[choices.native];
   options.denatured_kind = KINDS[choices.denatured];
   options.baseline = choices.baseline;
-  options.sd_known = choices.weights === "sd" && choices.sdKnown ? 1 : 0;
+  options.sd_known = choices.weights !== "none" && choices.sdKnown ? 1 : 0;
   if (choices.heldM !== null) options.m = options.m.map(() => choices.heldM as number);
   return options;
 }
@@ -116,5 +120,8 @@ export function run(engine: Engine, task: Task): unknown {
                             task.reference, task.choices.level);
     case "trend": return engine.trend(task.labels, task.fits.map(vectorOf));
     case "hash": return engine.resultHash();
+    // What takes long and wants no engine.
+    case "read": return readSources(task.sources);
+    case "workbook": return workbook(task.sheets);
   }
 }

@@ -76,7 +76,7 @@ export function curveFigure(picture: CurvePicture, quantity: Quantity, { width, 
   if (quantity !== "energy") drawn.push(...diamonds(picture, line, upper, palette));
   if (below) drawn.push(residuals(picture, { left, top: top + main + 16, width: inner, height: below }, xs, palette));
   if (live && quantity === "signal") drawn.push(...handles(picture, upper, top, main, palette));
-  const clip = h("clipPath", { id: "panel" }, h("rect", { x: left, y: top - 6, width: inner + 6, height: main + 6 }));
+  const clip = h("clipPath", { id: clipName(upper) }, h("rect", { x: left, y: top - 6, width: inner + 6, height: main + 6 }));
   return sheet(width, height, figureWords(picture), palette,
     h("defs", {}, clip),
     h("text", { x: left, y: 18, "font-size": 15, "font-weight": "bold", fill: palette.ink }, picture.name),
@@ -91,6 +91,10 @@ function figureWords(picture: CurvePicture): string {
   return picture.grid ? `${words}, ${picture.fitTitle}` : words;
 }
 
+/** What the clip of a panel is called: figures beside one another on a page share it only where it is the same. */
+const clipName = ({ x, y }: Panel) => `panel-${[x(x.low), x(x.high), y(y.low), y(y.high)].map(Math.round).join("-")}`;
+const clipping = (at: Panel) => `url(#${clipName(at)})`;
+
 function modelOf(picture: CurvePicture, quantity: Quantity, at: Panel, palette: Palette, bottom: number): Child[] {
   const grid = picture.grid as Drawing;
   const parts: Child[] = [];
@@ -98,12 +102,12 @@ function modelOf(picture: CurvePicture, quantity: Quantity, at: Panel, palette: 
     if (grid.band.every((half) => half >= 0)) {
       const high = grid.signal.map((y, i) => y + grid.band[i]), low = grid.signal.map((y, i) => y - grid.band[i]);
       const back = pathOf([...grid.x].reverse(), low.reverse(), at).replace("M", "L");
-      parts.push(h("path", { d: `${pathOf(grid.x, high, at)}${back}Z`, fill: palette.fit, "fill-opacity": 0.18, "clip-path": "url(#panel)" }));
+      parts.push(h("path", { d: `${pathOf(grid.x, high, at)}${back}Z`, fill: palette.fit, "fill-opacity": 0.18, "clip-path": clipping(at) }));
     }
     for (const baseline of [grid.native, grid.denatured])
       parts.push(h("path", {
         d: pathOf(grid.x, baseline, at), fill: "none", stroke: palette.faint, "stroke-dasharray": "6 4",
-        "clip-path": "url(#panel)",
+        "clip-path": clipping(at),
       }));
   }
   for (const { Cm } of picture.midpoints)

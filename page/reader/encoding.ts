@@ -49,12 +49,16 @@ function decoded(source: string, raw: Uint8Array): string {
   if (startsWith(raw, "\xff\xfe")) return new TextDecoder("utf-16le").decode(raw);
   if (startsWith(raw, "\xfe\xff")) return new TextDecoder("utf-16be").decode(raw);
   if (raw.includes(0)) return wideText(source, raw);
-  try {
-    return new TextDecoder("utf-8", { fatal: true }).decode(raw);
-  } catch {
-    const encoding = likelyEncoding(raw.subarray(0, SAMPLE));
-    return encoding === null ? western(raw) : new TextDecoder(encoding).decode(raw);
+  const text = new TextDecoder("utf-8").decode(raw);
+  let broken = 0, sound = 0;
+  for (const letter of text) {
+    if (letter === "\ufffd") ++broken;
+    else if (letter > "\x7f") ++sound;
   }
+  // A damaged text, or none of UTF-8, where few letters would happen to be sound.
+  if (broken <= sound) return text;
+  const encoding = likelyEncoding(raw.subarray(0, SAMPLE));
+  return encoding === null ? western(raw) : new TextDecoder(encoding).decode(raw);
 }
 
 /** Windows-1252 by a table, for some runtimes take it for Latin 1. Five of its bytes are no letters. */

@@ -9,10 +9,11 @@ import { headerOf, wordsOf } from "./spellings";
 import { asciiDigits, general, pattern, stripped, strippedOf, whole } from "./text_rules";
 
 const REPLICATE = whole(
-  String.raw`(.*?)[\s_\-.,(\[]*\b(?:rep|replicate|replica|repeat|run|trial|replikat|n\s*=)[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)`,
+  String.raw`(.*?)[\s_\-.,(\[]*\b(?:replicate|replica|replikat|repeat|rep|run|trial|n\s*=)[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)`,
   "i",
 );
-const NUMBERED = whole(String.raw`(.+?)(?:\.|\s*\()(\d{1,2})\)?`);
+// As programs number what is called alike: 'WT', 'WT.1', 'WT.2'. In 'pH 7', 'pH 7.4' the number is no such one.
+const NUMBERED = whole(String.raw`(.*[^\d\s.])(?:\.|\s*\()(\d{1,2})\)?`);
 const Y_AT_END = pattern(String.raw`[\s_\-.]*y$`, "i");
 
 type Mark = string | number | null;
@@ -94,12 +95,35 @@ function replicateOf(name: string, table: Table): { group: string; number: Mark 
     return { group: rest.join(" ") || "replicates", number: plainValue(match[2]) };
   }
   const names = table.of("y").map((column) => column.name);
-  const stem = (text: string) => NUMBERED.exec(text)?.[1];
   const numbered = NUMBERED.exec(name);
-  if (numbered && names.some((n) => n !== name && (n === numbered[1] || stem(n) === numbered[1])))
-    return { group: numbered[1], number: Number(asciiDigits(numbered[2])) };
+  const stem = numbered ? numbered[1] : name;
+  const numbers = names.includes(stem) ? numbersOf(stem, names) : [];
+  if (numbers.length && numbers[0] <= 2 && numbers.every((n, i) => n === numbers[0] + i && n > 0))
+    return { group: stem, number: numbered ? Number(asciiDigits(numbered[2])) : null };
   const repeated = names.filter((n) => n === name).length > 1 && headerOf(name).role === null;
-  return repeated || names.some((n) => stem(n) === name) ? { group: name, number: null } : null;
+  return repeated && !toldApartAbove(name, table) ? { group: name, number: null } : null;
+}
+
+/** The numbers behind the names that begin with `stem`, ascending. */
+function numbersOf(stem: string, names: string[]): number[] {
+  const found = names.map((name) => NUMBERED.exec(name)).filter((match) => match !== null && match[1] === stem);
+  return found.map((match) => Number(asciiDigits(match![2]))).sort((a, b) => a - b);
+}
+
+/** True where a row above the names says more of the columns: then equal names are no replicates. */
+function toldApartAbove(name: string, table: Table): boolean {
+  const marks = [...table.marks.values()].map((cells) => cells.join("\0"));
+  for (let row = table.rows[0] - 1; row >= 0; --row) {
+    const cells = table.grid.rows[row];
+    if (!cells.some(Boolean) || cellOf(cells[0]).kind === "number") return false; // the end of this table, or another one
+    if (cells.map(tidyName).includes(name) || marks.includes(cells.join("\0")) || isOfUnits(cells, table)) continue;
+    if (cells.slice(1).some(Boolean)) return true;
+  }
+  return false;
+}
+
+function isOfUnits(cells: string[], table: Table): boolean {
+  return table.columns.some(({ unitText, place }) => unitText && strippedOf(cells[place] ?? "", "()[] ") === unitText);
 }
 
 /** Curves of equal names become numbered replicates of one group. */

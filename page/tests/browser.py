@@ -70,6 +70,7 @@ class Browser:
     def choose(self, name, value):
         self.run("const e = document.getElementById(arguments[0]); e.value = arguments[1];"
                  "e.dispatchEvent(new Event('change', {bubbles: true}))", name, value)  # fmt: skip
+        self.drawn()  # from here on the page shows whether it is at work
 
     def press(self, *keys):
         """Presses keys one by one, wherever the focus is by then."""
@@ -83,11 +84,23 @@ class Browser:
             path = self.folder / name
             path.write_bytes(content if isinstance(content, bytes) else content.encode())
             paths.append(str(path))
-        self.run("document.getElementById('message').textContent = 'unread'")
+        begun = self.fits() if wait else None
+        self.run("document.getElementById('message').textContent = 'unread'; document.getElementById('faults').textContent = ''")
         self.find("#files").send_keys("\n".join(paths))
-        self.until(lambda: self.text("message") != "unread" or self.text("faults"))
         if wait:
-            self.until(self.idle)
+            self.until(lambda: self.fits() > begun)
+            self.drawn()
+        else:
+            self.until(lambda: self.text("message") != "unread" and (self.text("faults") or self.text("message").startswith(files[0][0])
+                                                                     or not self.idle()))  # fmt: skip
+
+    def fits(self):
+        """How often everything that was open has been fitted."""
+        return self.run("return performance.getEntriesByName('fitted').length")
+
+    def drawn(self):
+        """Waits until what is known is drawn."""
+        self.driver.execute_async_script("const done = arguments[0]; requestAnimationFrame(() => requestAnimationFrame(() => done()))")
 
     def idle(self):
         return self.run("return document.getElementById('progress').hidden") and "Fitting …" not in self.text("results")

@@ -76,7 +76,17 @@ def replicates():
     return "\n".join(lines) + "\n"
 
 
+def deviations():
+    """A mean, its standard deviation and how many measurements it is the mean of."""
+    x = np.round(np.linspace(0, 8, 20), 3)
+    sd = np.where(np.arange(20) % 4 == 0, 0.03, 0.005)
+    n = np.where(np.arange(20) % 3 == 0, 9, 3)
+    y = curves.signal(x, [(1500.0, 3.5, 1.0)], 5)
+    return "urea (M),WT,SD,n\n" + "\n".join(f"{a},{b:.6f},{c},{d}" for a, b, c, d in zip(x, y, sd, n)) + "\n"
+
+
 FILES = {
+    "deviations.csv": deviations(),
     "hard.csv": hard_curves(), "replicates.csv": replicates(), "wide.csv": curves.wide(4, 30),
     "series.csv": example("series.csv")[1], "three_state.csv": example("three_state.csv")[1],
 }  # fmt: skip
@@ -85,7 +95,8 @@ FILES = {
 @pytest.mark.parametrize("name, choices", [
     ("hard.csv", {}), ("hard.csv", {"states": 2}), ("replicates.csv", {}), ("replicates.csv", {"replicates": "each"}),
     ("wide.csv", {"native": "flat"}), ("three_state.csv", {"states": 3}), ("series.csv", {"m": "shared"}),
-    ("wide.csv", {"m": 1400.0}), ("wide.csv", {"residues": 107}),
+    ("wide.csv", {"m": 1400.0}), ("wide.csv", {"residues": 107}), ("deviations.csv", {}),
+    ("deviations.csv", {"weights": "sem"}), ("deviations.csv", {"weights": "none"}),
 ])  # fmt: skip
 def test_numbers_and_warnings_are_the_hosts(page, tmp_path, name, choices):
     page.give((name, FILES[name]))

@@ -162,3 +162,82 @@ def test_intervals_by_bootstrap(page):
     assert found["rounds_used"] > 900 and found["Cm"][0] != profile
     assert found["Cm"][0] == pytest.approx(profile, abs=0.02)
 
+
+def test_arrows_walk_over_the_plate_past_empty_wells(page):
+    page.give(("plate.csv", curves.wide(4, 24).replace("c0,c1,c2,c3", "A1,A3,C1,C4")))
+    page.click("#view-plate")
+    page.until(lambda: page.count("#picture .well") == 4)
+    page.run("document.querySelector('.well').focus()")
+    at = "return document.activeElement.getAttribute('aria-label').split(':')[0]"
+    for key, name in [(Keys.ARROW_RIGHT, "A3"), (Keys.ARROW_RIGHT, "A3"), (Keys.ARROW_LEFT, "A1"), (Keys.ARROW_DOWN, "C1"), (Keys.ARROW_RIGHT, "C4")]:
+        page.press(key)
+        assert page.run(at) == name
+    page.press(Keys.ENTER)
+    page.until(lambda: page.run("return document.querySelector('button.row[aria-current]').textContent") == "C4")
+    assert page.run(at) == "C4"  # the focus stays
+
+
+def test_tab_reaches_everything_and_goes_on(page):
+    page.give(example("series.csv"))
+    page.run("document.getElementById('open').focus()")
+    seen = []
+    for _ in range(60):
+        seen.append(page.run("const e = document.activeElement; return e.id || e.dataset.key || e.dataset.reading && 'reading' || e.dataset.range && 'range' || e.tagName"))
+        page.press(Keys.TAB)
+        if "check" in seen:
+            break
+    wanted = "open states native denatured m replicates level method unit residues sort descending warned view-curve quantity"
+    wanted += " reading range export-svg export-session reference compare trend check"
+    assert [name for name in wanted.split() if name not in seen] == []
+    assert seen.count("reading") == 1  # the arrows go on from there
+
+
+def test_a_comparison_can_be_stopped(page):
+    page.give(("plate.csv", curves.plate_of_curves()))
+    page.run("""const count = document.getElementById('count');
+      new MutationObserver(() => {
+        if (/comparing/.test(count.textContent)) { document.getElementById('stop').click(); window.ended = true; }
+      }).observe(count, { childList: true });""")
+    page.click("#compare")
+    page.until(lambda: page.run("return window.ended"))
+    page.drawn()
+    page.until(lambda: page.run("return document.getElementById('progress').hidden"))
+    assert "One m for all" not in page.text("set") and page.text("faults") == ""
+    page.choose("unit", "kJ")
+    page.until(lambda: "kJ/mol" in page.text("results"))  # the page goes on
+
+
+def test_decimal_mark_and_sheet_are_told(page):
+    page.give(("doubt.csv", "urea (M);WT\n" + "".join(f"{i};1,0{10 + (i * i) % 37}\n" for i in range(10))), wait=False)
+    assert "may be a decimal fraction or thousands" in page.text("faults")
+    page.click("#columns")
+    page.until(lambda: page.count("#decimal-0"))
+    page.choose("decimal-0", ",")
+    page.until(lambda: page.text("faults") == "" and page.text("message").startswith("doubt.csv"))
+    assert page.session()["curves"][0]["y"][0] == 1.01
+    book = (TOP / "tests" / "tables" / "workbook_two_tables.xlsx").read_bytes()
+    page.give(("book.xlsx", book))
+    page.until(lambda: page.count("button.row") == 2 and page.count("#sheet-0"))
+    page.choose("sheet-0", "nowhere")
+    page.until(lambda: "there is no sheet 'nowhere'" in page.text("faults"))
+    page.choose("sheet-0", "second")
+    page.until(lambda: page.text("faults") == "" and page.count("button.row") == 0)  # one curve needs no list
+
+
+@pytest.mark.parametrize("quantity, title, readings", [("signal", "Signal", 40), ("fraction", "Fraction denatured", 40), ("energy", "ΔG (kcal/mol)", 0)])
+def test_quantities_of_a_curve(page, quantity, title, readings):
+    page.choose("quantity", quantity)
+    page.until(lambda: title in page.run("return [...document.querySelectorAll('#picture text')].map((e) => e.textContent)"))
+    assert page.count("#picture .reading") == readings
+
+
+def test_given_baselines_begin_with_the_fitted_ones_and_are_held(page):
+    fitted = page.session()["curves"][0]["fit"]["baseline"]
+    page.choose("native", "given")
+    page.until(lambda: "4 parameters" in page.text("results"))
+    began = page.session()["curves"][0]["fit"]["baseline"]
+    assert began[:2] == pytest.approx(fitted[:2], rel=1e-3)
+    page.choose("baseline0", "0.05")
+    now = page.session()["curves"][0]["fit"]["baseline"]  # waits for the fit
+    assert now[:2] == pytest.approx([0.05, began[1]], rel=1e-12)
+

@@ -80,7 +80,17 @@ def test_baselines_in_all_their_forms(text, sides):
 
 
 @pytest.mark.parametrize(
-    "text", ["1,2", "native=", "native=1", "native=flat,native=line", "flat", "native=1,2,3"]
+    "text",
+    [
+        "1,2",
+        "native=",
+        "native=1",
+        "native=flat,native=line",
+        "flat",
+        "native=1,2,3",
+        "native=nan,0",
+        "1,2,3,inf",
+    ],
 )
 def test_baselines_that_are_none_are_refused(text):
     with pytest.raises(click.UsageError, match="--baselines takes"):
@@ -221,6 +231,16 @@ def test_a_session_of_the_page_runs_here(tmp_path):
             '{"format": "zolt session", "formatVersion": 1, "settings": {"states": 7}, "curves": [1]}',
             "settings are damaged",
         ),
+        ('{"format": "zolt session", "formatVersion": 1, "settings": [1], "curves": [1]}', "settings are damaged"),
+        (
+            '{"format": "zolt session", "formatVersion": 1, "curves": [{"x": [1], "y": [1], "temperature": 25, "fit": [3]}]}',
+            "results of the session are damaged",
+        ),
+        (
+            '{"format": "zolt session", "formatVersion": 1, "settings": {"shareM": true}, "curves": '
+            '[{"x": [1], "y": [1], "temperature": 25}]}',
+            "a shared m takes two curves",
+        ),
     ],
 )
 def test_what_is_no_session_is_told(run, tmp_path, text, said):
@@ -239,6 +259,7 @@ def test_what_is_no_session_is_told(run, tmp_path, text, said):
         (["--exclude", "p9@1"], "p9@1: no reading"),
         (["--exclude", "all"], "tells no reading"),
         (["--m", "-1"], "shared, free or a number above 0 in kcal/mol/M"),
+        (["--m", "1400"], "of proteins it lies between"),
         (["--m", "shared", "--midpoint"], "no midpoint fits"),
         (["--m", "shared", "--intervals", "--method", "linear"], "intervals are profiles"),
     ],
@@ -246,3 +267,15 @@ def test_what_is_no_session_is_told(run, tmp_path, text, said):
 def test_choices_without_sense_are_refused(run, table, arguments, said):
     result = run("fit", table, *arguments)
     assert result.exit_code == 2 and said in " ".join(result.stderr.split())
+
+
+@pytest.mark.parametrize(
+    "columns, said", [(["p0"], "two curves or more"), (["p0", "flat"], "Fewer than two of the curves")]
+)
+def test_nothing_to_share_is_one_sentence(run, table, columns, said):
+    frame = pd.read_csv(table).assign(flat=1.0)
+    frame[["urea_M", *columns]].to_csv(table, index=False)
+    result = run("fit", table, "--m", "shared", "--columns", ",".join(columns))
+    assert (
+        result.exit_code == 2 and said in result.stderr.splitlines()[-1] and "Traceback" not in result.output
+    )

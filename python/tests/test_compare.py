@@ -62,6 +62,11 @@ def test_a_curve_without_a_fit_has_no_difference():
     assert len(result.plot().axes[1].get_yticks()) == 2
 
 
+def test_curves_of_two_temperatures_are_not_called_comparable():
+    fits = [zolt.fit(x, y, temperature) for (x, y), temperature in zip(proteins()[:2], (25.0, 37.0))]
+    assert "different temperatures (25, 37 °C)" in zolt.compare(fits).advice()
+
+
 def test_wrong_comparisons_are_refused():
     for arguments, said in (
         ((proteins()[:1],), "two curves or more"),

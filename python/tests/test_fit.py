@@ -87,9 +87,9 @@ def test_a_number_of_states_forces_a_fit_that_is_doubted():
 def test_the_engine_is_heard_beside_least_squares():
     x, y = simulate(FKBP12, 48, noise=0.005)
     fit = zolt.fit(x, y)
-    assert np.array_equal(fit.engine.vector, engine.analyse(x, y, 25.0, 2))
+    assert np.array_equal(fit.engine.result, engine.analyse(x, y, 25.0, 2))
     assert fit.engine.dG[0] != fit.dG[0] and fit.code == fit.engine.code
-    far = replace(fit, engine=EngineAnswer(fit.engine.vector * np.where(np.arange(24) == 4, 2.0, 1.0)))
+    far = replace(fit, engine=EngineAnswer(fit.engine.result * np.where(np.arange(24) == 4, 2.0, 1.0)))
     assert [c.code for c in far.warnings] == ["temperature_assumed", "engine_apart"]
     assert "far away in dG, m (its dG is" in far.warnings[1].sentence
     three = zolt.fit(*simulate(THREE, 48, noise=0.005))
@@ -120,6 +120,7 @@ def test_given_baselines_are_held_and_a_midpoint_takes_few_points(curve):
     assert flat.baselines[1] == 0.0 and np.isnan(flat.se["baselines"][1])
     short = simulate(FKBP12, 9, native=(0.0, 0.0), denatured=(1.0, 0.0))
     fit = zolt.fit(*short, midpoint_only=True)
+    assert np.isnan(zolt.fit(short[0][:5], short[1][:5]).fraction_denatured(5)[1]).all()  # no line of zeros
     assert zolt.fit(short[0][:5], short[1][:5], midpoint_only=True).status == "too few points"
     assert zolt.fit(short[0][1:8], short[1][1:8], midpoint_only=True).status != "too few points"
     assert fit.status == "midpoint fitted" and fit.Cm[0] == pytest.approx(3.867, abs=0.1)

@@ -180,6 +180,22 @@ def test_what_no_curve_can_have_is_passed_over(run, table, tmp_path):
     assert len(drawn) == 8 + 7 + 7 and sum(name.endswith("_profile") for name in drawn) == 7
 
 
+@pytest.mark.parametrize("command, rows", [("series", 3), ("compare", 2)])
+def test_other_commands_write_and_draw_in_the_same_way(run, tmp_path, command, rows):
+    lines = ["label,x,y"]
+    for label in (1, 4, 9):
+        x, y = simulate([(4000.0 + 800.0 * label**0.5, 2.5 + 0.3 * label**0.5, 1.0)], noise=0.004, seed=label)
+        lines += [f"{label},{a},{b}" for a, b in zip(x, y)]
+    source = tmp_path / "s.csv"
+    source.write_text("\n".join(lines))
+    drawn = tmp_path / "d.svg"
+    asked = ["--plot", drawn, "--width", 120, "--font", "DejaVu Serif", "--out", tmp_path / "o.xlsx"]
+    assert run(command, source, *asked).exit_code == 0
+    assert "DejaVu Serif" in drawn.read_text() and len(pd.read_excel(tmp_path / "o.xlsx")) == rows
+    refused = run(command, source, "--out", source)
+    assert refused.exit_code == 2 and "this file is read" in refused.stderr and len(source.read_text()) > 1000
+
+
 def test_names_of_files_are_short_and_unlike():
     fits = [zolt.fit([], [], name=name) for name in ("é" * 420, "é" * 420, "A/B", "a B", "A?B")]
     names = file_names(fits, "_energy")
@@ -218,6 +234,8 @@ def test_the_report_has_warnings_first_and_the_order_of_the_input(run, table, tm
                           "Logbook"]  # fmt: skip
     assert page.reached == [] and "<script>" not in text
     assert [name for name in page.captions if name in NASTY] == NASTY[:5] + NASTY[6:]
+    rows = re.findall(r'<td><a href="#curve-(\d)">', text)
+    assert rows == sorted(rows) and len(rows) == 8
     assert "read 192 readings" in text and "Evidence for the states" in text and "temperature_assumed" in text
 
 

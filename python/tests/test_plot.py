@@ -126,6 +126,8 @@ def test_the_profile_meets_the_ends_of_every_interval(curve):
         # All three quantities rise alike, as far as unequal scatter does not widen one of them.
         at = np.interp(spans.Cm[0, 1], profile["Cm"][0][:, 1], profile["Cm"][0][:, 2])
         assert np.interp(getattr(spans, name)[0, 1], upper, rise) == pytest.approx(at, rel=0.3)
+    lower, upper, rise = profile["Cm"][0].T  # nearly straight, so that the standard error tells all of it
+    assert ((upper - lower) / 2.0 / fit.se["Cm"][0]) ** 2 == pytest.approx(rise, rel=0.05)
     axes = plot.plot_profile(fit).axes
     dotted = [line.get_xdata()[0] for line in axes[0].lines if line.get_linestyle() == ":"]
     assert dotted == pytest.approx(spans.dG[0] / 1000) and len(axes) == 3

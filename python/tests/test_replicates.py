@@ -52,6 +52,12 @@ def test_replicates_of_other_scale_are_not_averaged(scales, count, told):
     assert warned == {told}
 
 
+def test_replicates_of_another_midpoint_are_not_averaged():
+    near, far = ([Curve(f"WT {Cm}", *simulate([(5000.0, Cm, 1.0)], 24, noise=0.005), 25.0, group="WT") for Cm in pair]
+                 for pair in ((3.9, 3.95), (3.9, 4.3)))  # fmt: skip
+    assert len(zolt.pooled(near)) == 1 and len(zolt.pooled(far)) == 2
+
+
 def test_what_belongs_to_other_conditions_stays_apart():
     warm = [Curve(c.name + " warm", c.x, c.y, 40.0, group="WT") for c in replicates(1.0, 1.0)]
     sd = np.full(20, 0.01)
@@ -90,15 +96,21 @@ def test_each_alone_with_mean_and_deviation(tmp_path):
     table.to_csv(tmp_path / "t.csv", index=False)
     curves = zolt.read_curves(tmp_path / "t.csv")
     fits = [fit for fit, _ in zolt.fit_each(curves, states=2)]
-    means = zolt.replicate_means(fits, curves, "kJ")
+    means = zolt.replicate_means(fits, "kJ")
     values = [fit.dG_in("kJ")[0] for fit in fits[:3]]
     assert means[["curve", "replicates", "fitted", "states"]].values.tolist() == [["WT", 3, 3, 2]]
     assert means["dG1_mean_kJ_per_mol"][0] == pytest.approx(np.mean(values))
     assert means["dG1_sd_kJ_per_mol"][0] == pytest.approx(np.std(values, ddof=1))
     each, pooled = (
-        CliRunner().invoke(main, ["fit", str(tmp_path / "t.csv"), "--replicates", how])
+        CliRunner().invoke(
+            main,
+            ["fit", str(tmp_path / "t.csv"), "--replicates", how, "--out", str(tmp_path / f"{how}.xlsx")],
+        )
         for how in ("each", "pooled")
     )
+    sheets = pd.read_excel(tmp_path / "each.xlsx", sheet_name=None)
+    assert sheets["replicates"]["Cm1_mean_M"][0] == pytest.approx(np.mean([fit.Cm[0] for fit in fits[:3]]))
+    assert sheets["results"]["replicate_of"].tolist()[:3] == ["WT"] * 3
     assert "4 of 4 curves" in each.output and "Replicates, each fitted alone" in each.output
     assert "2 of 2 curves" in pooled.output and "each fitted alone" not in pooled.output
     assert len(zolt.fit_many(curves, progress=False)) == 2

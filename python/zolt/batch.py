@@ -12,7 +12,7 @@ from .exclusion import excluded
 from .fit import fit
 from .read import Curve
 from .reading.curve import identical_curves
-from .replicates import pooled
+from .replicates import GROUP, gathered
 from .settings import Settings, settings_of
 from .sheets import warnings_of
 from .turns import in_turn
@@ -54,6 +54,8 @@ def fit_curve(curve, settings=Settings()):
     for role in ("label", "replicate"):
         if getattr(curve, role) is not None:
             details[role] = getattr(curve, role)
+    if curve.group is not None:
+        details[GROUP] = curve.group
     return fit(
         curve.x, curve.y, curve.temperature, settings=settings, name=curve.name, details=details, sd=curve.sd,
         n=curve.n, denaturant=curve.denaturant, part=curve.part,
@@ -165,8 +167,6 @@ def fit_many(curves, *, workers=None, client=None, progress=True, units="kcal", 
     the others: `status` says how each went.
     """
     settings = settings or settings_of(**options)
-    curves = as_curves(curves)
-    if settings.replicates != "each":
-        curves = pooled(curves, settings.replicates == "across")
+    curves = gathered(as_curves(curves), settings)
     outcomes = fit_each(curves, workers=workers, client=client, progress=progress, settings=settings)
     return table_of(outcomes, curves, units)

@@ -13,7 +13,7 @@ _FILE = json.loads(Path(__file__).with_name("cautions.json").read_text(encoding=
 TABLE = _FILE["cautions"]
 LIMITS = SimpleNamespace(**_FILE["limits"])
 _OTHER = "other_note"
-_NO_MATTER = {"renamed", "deviation"}  # notes that raise no doubt
+_NO_MATTER = _FILE["no_matter"]  # codes of notes that raise no doubt
 
 
 @dataclass(frozen=True)

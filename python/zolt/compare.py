@@ -9,7 +9,7 @@ from .batch import as_curves, fit_each
 from .caution import LIMITS
 from .fit_record import Fit
 from .model import CAL_PER_UNIT
-from .replicates import pooled
+from .replicates import gathered
 from .settings import settings_of
 
 # Name in tables, fields of the record, and what the way is called.
@@ -66,6 +66,13 @@ class Comparison:
 
     def advice(self, units="kcal"):
         """Which of the three ways is right for these curves, in sentences."""
+        temperatures = sorted({fit.temperature for fit in self.fits})
+        if len(temperatures) > 1:
+            degrees = ", ".join(f"{value:g}" for value in temperatures)
+            return (
+                f"The curves stand at different temperatures ({degrees} °C): what differs between them is not "
+                "what differs between the proteins. Compare curves of one temperature."
+            )
         if not self.ok:
             return f"No global fit: {inference.sentence(self.record.status)}"
         scale = CAL_PER_UNIT[units]
@@ -112,7 +119,7 @@ def compare(fits, reference=0, *, level=0.95, settings=None, **options):
         fits = list(fits)
     if not (isinstance(fits, list) and all(isinstance(fit, Fit) for fit in fits)):
         settings = settings or settings_of(**{"states": 2, **options})
-        curves = pooled(as_curves(fits))
+        curves = gathered(as_curves(fits), settings)
         fits = [fitted for fitted, _ in fit_each(curves, settings=settings)]
         if fault := next((fit for fit in fits if isinstance(fit, Exception)), None):
             raise fault

@@ -12,25 +12,16 @@ _HELD = 1e-9  # of the size of a given baseline, by which the engine's own may d
 
 
 @dataclass(frozen=True, eq=False, repr=False)
-class EngineAnswer:
-    """The result vector of the engine, and what it holds by name."""
+class EngineAnswer(model.Unfolding):
+    """The result vector of the engine, and the path that it names."""
 
-    vector: np.ndarray
+    result: np.ndarray
     analysis: str = "full"
-
-    @property
-    def states(self):
-        return model.states_of(self.vector)
-
-    @cached_property
-    def ok(self):
-        """True where the vector holds a fit."""
-        return model.holds_fit(self.vector)
 
     @property
     def code(self):
         """Fit code, element 13 of the vector."""
-        return int(self.vector[Element.CODE])
+        return int(self.result[Element.CODE])
 
     @cached_property
     def path(self):
@@ -41,26 +32,6 @@ class EngineAnswer:
     @property
     def sentence(self):
         return self.path.sentence
-
-    @cached_property
-    def _transitions(self):
-        rows = model.transitions(self.vector)
-        return rows if self.ok else tuple(np.full(row.shape, np.nan) for row in rows)
-
-    @property
-    def dG(self):
-        """Free energy of unfolding in water of each transition, cal/mol."""
-        return self._transitions[0]
-
-    @property
-    def Cm(self):
-        """Midpoint of each transition, M."""
-        return self._transitions[1]
-
-    @property
-    def m(self):
-        """m-value of each transition, cal/mol/M."""
-        return self.dG / self.Cm
 
     def __repr__(self):
         return f"<EngineAnswer {self.states} states, code {self.code}. {self.sentence}>"

@@ -20,7 +20,7 @@ FEWEST_POINTS_MIDPOINT = 6
 
 
 @dataclass(frozen=True, eq=False, repr=False)
-class Fit:
+class Fit(model.Unfolding):
     """A fitted curve. Energies are in cal/mol, concentrations in M, temperatures in °C.
 
     `x` and `y` are the readings, ascending and without blanks; `kept` tells which of them the fit
@@ -65,11 +65,6 @@ class Fit:
     def options(self):
         """The choices as the inference library takes them."""
         return self.settings.options()
-
-    @cached_property
-    def states(self):
-        """Number of states of the model that the engine used: 2, 3 or 4."""
-        return model.states_of(self.result)
 
     @property
     def code(self):
@@ -142,36 +137,6 @@ class Fit:
             return "too many points", f"The curve has {n} readings; the engine takes at most {MOST_POINTS}."
         return "", ""
 
-    @cached_property
-    def ok(self):
-        """True where the result holds a fit."""
-        return model.holds_fit(self.result)
-
-    @cached_property
-    def _transitions(self):
-        rows = model.transitions(self.result)
-        return rows if self.ok else tuple(np.full(row.shape, np.nan) for row in rows)
-
-    @property
-    def dG(self):
-        """Free energy of unfolding in water of each transition, cal/mol."""
-        return self._transitions[0]
-
-    @property
-    def Cm(self):
-        """Midpoint of each transition, M."""
-        return self._transitions[1]
-
-    @property
-    def m(self):
-        """m-value of each transition, dG/Cm, cal/mol/M."""
-        return self.dG / self.Cm
-
-    @property
-    def weights(self):
-        """Share of each transition in the signal change; they add up to 1."""
-        return self._transitions[2]
-
     def dG_in(self, unit="kcal"):
         """dG per transition in `cal`, `kcal` or `kJ` per mol."""
         return self.dG / CAL_PER_UNIT[unit]
@@ -191,17 +156,21 @@ class Fit:
 
     # Curves and points.
 
+    def _drawn(self, kind, n):
+        x, values = engine.fitted_curve(kind, self.x, self.result, n)
+        return x, values if self.ok else np.full(values.size, np.nan)
+
     def curve(self, n=200):
         """Concentrations (M) and fitted signal on an even grid of n points."""
-        return engine.fitted_curve("signal", self.x, self.result, n)
+        return self._drawn("signal", n)
 
     def fraction_denatured(self, n=200):
         """Concentrations (M) and fraction denatured on an even grid of n points."""
-        return engine.fitted_curve("fraction", self.x, self.result, n)
+        return self._drawn("fraction", n)
 
     def first_derivative(self, n=200):
         """Concentrations (M) and slope of the fraction denatured (1/M) at n points."""
-        return engine.fitted_curve("derivative", self.x, self.result, n)
+        return self._drawn("derivative", n)
 
     def band(self, n=200, level=0.95):
         """Concentrations (M), fitted signal and half-width of its confidence band at n points."""

@@ -160,11 +160,13 @@ def with_one_m(fits, settings):
 
     The readings are those that the fits kept. A curve without a fit of its own takes no part.
     """
+    if len(fits) < 2:
+        raise ValueError("a shared m takes two curves or more")
     states = alone(settings).states
     whole = global_of([fit.readings for fit in fits], [fit.name for fit in fits], "m", states, settings.options(),
                       level=(settings.intervals or {}).get("level", 0.95))  # fmt: skip
     if not whole.ok:
-        raise ValueError(f"no fit with one m: {whole.reason}")
+        raise ValueError(f"no fit with a shared m: {whole.reason}")
     together = []
     for i, (fit, answer) in enumerate(zip(fits, whole.answers)):
         fitted = answer.status == inference.FITTED

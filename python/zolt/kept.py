@@ -10,7 +10,6 @@ import json
 import os
 from pathlib import Path
 
-import pandas as pd
 
 from . import _library, inference
 from ._version import __version__

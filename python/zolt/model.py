@@ -5,6 +5,8 @@ to the denatured line; the lines are shared by all transitions. Fits come from t
 library and the engine, which evaluate the same equations.
 """
 
+from functools import cached_property
+
 import numpy as np
 
 from ._library import RESULT_LENGTH
@@ -37,6 +39,45 @@ def transitions(result):
     dG, Cm = (result[elements[:count]] for elements in (DG_ELEMENTS, CM_ELEMENTS))
     held = {1: [], 2: [result[Element.WEIGHT1]], 3: result[[Element.WEIGHT1, Element.WEIGHT2]]}[count]
     return dG, Cm, np.append(held, 1.0 - np.sum(held))
+
+
+class Unfolding:
+    """Whatever holds a fit in the layout of the engine's vector, as `result`: what the vector says by name."""
+
+    @cached_property
+    def states(self):
+        """Number of states of the model that was fitted: 2, 3 or 4."""
+        return states_of(self.result)
+
+    @cached_property
+    def ok(self):
+        """True where the result holds a fit."""
+        return holds_fit(self.result)
+
+    @cached_property
+    def _transitions(self):
+        rows = transitions(self.result)
+        return rows if self.ok else tuple(np.full(row.shape, np.nan) for row in rows)
+
+    @property
+    def dG(self):
+        """Free energy of unfolding in water of each transition, cal/mol."""
+        return self._transitions[0]
+
+    @property
+    def Cm(self):
+        """Midpoint of each transition, M."""
+        return self._transitions[1]
+
+    @property
+    def m(self):
+        """m-value of each transition, dG/Cm, cal/mol/M."""
+        return self.dG / self.Cm
+
+    @property
+    def weights(self):
+        """Share of each transition in the signal change; they add up to 1."""
+        return self._transitions[2]
 
 
 def fractions(x, dG, Cm, RT):

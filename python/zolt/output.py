@@ -3,6 +3,8 @@
 import click
 import pandas as pd
 
+from .replicates import replicate_means
+
 MOST_PRINTED = 60
 LONGEST_NAME = 48  # letters
 MOST_ALIKE = 3  # sentences of one warning that are printed one by one
@@ -73,6 +75,14 @@ def print_cautions(said):
         said = [f"{text} ({_named([name for name, _ in names])})" for text, names in shown]
         more = [f"And {others} more curves like these."] if others else []
         click.echo(f"  {code}: {' '.join([*said, *more])} {shown[0][1][0][1]}")
+
+
+def print_replicates(fits, units):
+    """Mean and SD of replicates that were fitted each alone."""
+    table = replicate_means(fits, units)
+    if len(table):
+        click.echo("Replicates, each fitted alone:")
+        click.echo(table.to_string(index=False, float_format="{:.3f}".format, na_rep=""))
 
 
 def _named(names):

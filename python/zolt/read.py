@@ -74,6 +74,10 @@ def read_together(paths, layout=None, temperature=None, **options):
             results.append((path, read_file(path, layout, **options)))
         except ReadError as fault:
             results.append((path, fault))
+        except Exception as fault:  # a fault of ours must not cost the other files
+            kind = type(fault).__name__
+            text = f"{path.name}: the reader fails on this file ({kind}); please send it to the developers."
+            results.append((path, ReadError(text)))
     readings = [found for _, found in results if isinstance(found, Reading)]
     curves, notes = tell_apart([curve for reading in readings for curve in reading.curves])
     notes = _by_curve(notes + identical_curves(curves))

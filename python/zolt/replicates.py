@@ -11,7 +11,9 @@ from .points import means_at
 from .reading.curve import tell_apart
 from .reading.grid import Note
 
+GROUP = "replicate_of"  # the detail of a fit that names its group
 _QUANTITIES = ("dG", "Cm", "m")
+_MOST_NAMED = 6
 _GRID = 60  # places at which replicates are compared
 
 
@@ -48,6 +50,19 @@ def pooled(curves, across=False):
     return tell_apart(brought)[0]
 
 
+def gathered(curves, settings):
+    """The curves with their replicates as the settings have them: pooled, across files too, or each."""
+    return curves if settings.replicates == "each" else pooled(curves, settings.replicates == "across")
+
+
+def told_together(curves):
+    """A sentence that names the curves which are several replicates; empty where there are none."""
+    together = [f"{c.name} ({c.details['replicates']})" for c in curves if c.details.get("replicates", 1) > 1]
+    more = f" and {len(together) - _MOST_NAMED} more" if len(together) > _MOST_NAMED else ""
+    named = ", ".join(together[:_MOST_NAMED])
+    return f"replicates fitted together: {named}{more}" if together else ""
+
+
 def _with_note(curve, apart):
     text = (
         f"replicates of '{curve.group}' differ by {100.0 * apart:.0f} % of the signal; each is fitted alone"
@@ -57,7 +72,7 @@ def _with_note(curve, apart):
 
 
 def _apart(curves):
-    """How far a replicate lies from the mean of the others at either end of the curve, over the span."""
+    """How far a replicate lies from the mean of the others over a sixth of the curve, over the span."""
     sound = [(c.x[there], c.y[there]) for c in curves for there in [np.isfinite(c.x) & np.isfinite(c.y)]]
     if min(x.size for x, _ in sound) < 2:
         return 0.0
@@ -68,8 +83,8 @@ def _apart(curves):
     rows = np.array([np.interp(np.linspace(low, high, _GRID), *means_at(x, y)) for x, y in sound])
     others = (rows.sum(axis=0) - rows) / (len(rows) - 1)
     off = rows - others
-    third = _GRID // 3
-    return max(np.abs(off[:, :third].mean(axis=1)).max(), np.abs(off[:, -third:].mean(axis=1)).max()) / span
+    windows = np.lib.stride_tricks.sliding_window_view(off, _GRID // 6, axis=1)
+    return np.abs(windows.mean(axis=-1)).max() / span
 
 
 def _together(curves, ambiguous):
@@ -115,23 +130,24 @@ def _mark(curve, place):
     return f"{mark:g}" if isinstance(mark, float) else mark
 
 
-def replicate_means(fits, curves, units="kcal"):
+def replicate_means(fits, units="kcal"):
     """A DataFrame with mean and SD of dG, Cm and m of replicates that were fitted each alone.
 
-    A row per group of `curves`, which stand beside `fits`; of its fits those count that are fitted
-    with the number of states that most of them have. A lone fit has no SD.
+    A row per group of replicates; of its fits those count that are fitted with the number of states
+    that most of them have. A lone fit has no SD.
     """
     import pandas as pd
 
     groups = {}
-    for curve, fit in zip(curves, fits, strict=True):
-        if curve.group is not None:
-            groups.setdefault(conditions(curve), []).append(fit)
+    for fit in fits:
+        if GROUP in fit.details:
+            shared = (fit.details.get(name) for name in (GROUP, "file", "label"))
+            groups.setdefault((*shared, fit.temperature, fit.denaturant), []).append(fit)
     rows = []
-    for (name, _, _, label, _), members in groups.items():
+    for (name, _, label, *_), members in groups.items():
         if len(members) < 2:
             continue
-        sound = [fit for fit in members if not isinstance(fit, Exception) and fit.ok]
+        sound = [fit for fit in members if fit.ok]
         states = [fit.states for fit in sound]
         most = max(states, key=states.count) if states else None
         alike = [fit for fit in sound if fit.states == most]

@@ -145,7 +145,7 @@ def load(path):
         )
     if document.get("formatVersion") != FORMAT_VERSION:
         raise SessionError(f"{path}: the session is of another release; open it there.")
-    if not document.get("curves"):
+    if not document.get("curves") or not isinstance(document["curves"], list):
         raise SessionError(f"{path}: the session holds no curves.")
     return document
 
@@ -155,17 +155,23 @@ def rerun(path):
     document = load(path)
     try:
         settings = Settings.from_plain(document.get("settings") or {})
-    except (ValueError, TypeError) as fault:
+    except (ValueError, TypeError, AttributeError) as fault:
         raise SessionError(f"{path}: the settings are damaged: {fault}.") from None
     fits = []
     for i, curve in enumerate(document["curves"], start=1):
         try:
             fits.append(_fitted(curve, settings))
-        except (KeyError, TypeError, ValueError, IndexError) as fault:
+        except (KeyError, TypeError, ValueError, IndexError, AttributeError) as fault:
             raise SessionError(f"{path}: curve {i} of the session is damaged ({fault}).") from None
     if settings.shares_m:
-        fits = with_one_m(fits, settings)
-    apart = [_apart(fit, curve) for fit, curve in zip(fits, document["curves"])]
+        try:
+            fits = with_one_m(fits, settings)
+        except ValueError as fault:
+            raise SessionError(f"{path}: {fault}.") from None
+    try:
+        apart = [_apart(fit, curve) for fit, curve in zip(fits, document["curves"])]
+    except (KeyError, TypeError, ValueError, AttributeError) as fault:
+        raise SessionError(f"{path}: the results of the session are damaged ({fault}).") from None
     units = document.get("unit") if document.get("unit") in ("kcal", "kJ") else "kcal"
     return Rerun(settings, units, [with_intervals(fit) for fit in fits], np.array(apart))
 

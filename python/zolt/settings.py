@@ -2,11 +2,14 @@
 
 from dataclasses import dataclass, fields, replace
 
+import numpy as np
+
 from . import inference
 from .model import CAL_PER_UNIT
 
 STATES = ("auto", "picker", 2, 3, 4)
 WEIGHTS = ("sd", "sem", "none")
+_LEAST_M, _MOST_M = 20, 50_000  # cal/mol/M
 REPLICATES = ("pooled", "across", "each")
 USUAL_TEMPERATURE = 25.0  # °C
 # What the saved form calls the fields that it holds as they are.
@@ -57,6 +60,14 @@ class Settings:
             raise ValueError(f"m is 'free', 'shared' or a number in cal/mol/M, not {self.m!r}")
         if self.m is None:
             object.__setattr__(self, "m", "free")
+        held = () if isinstance(self.m, str) else np.ravel(self.m).astype(float)
+        if any(not _LEAST_M <= value <= _MOST_M for value in held if value == value):
+            raise ValueError(
+                f"m is {held[0]:g} cal/mol/M; of proteins it lies between {_LEAST_M} and {_MOST_M:,}: the command "
+                "line takes m in kcal or kJ, as --units says, Python in cal"
+            )
+        if self.shares_m and self.states == "auto":
+            object.__setattr__(self, "states", 2)  # which is what curves with one m are fitted with
         for side in ("native", "denatured"):
             object.__setattr__(self, side, _side(side, getattr(self, side)))
         if self.shares_m and (self.dG is not None or self.Cm is not None or self.midpoint_only):

@@ -1,4 +1,5 @@
-// Prints the hash of all results, of round 0 or of the rounds from FIRST up to but not including END:
+// Prints the hash of all results, of round 0 or of the rounds from FIRST up to but not including
+// END:
 //   zolt_result_hash [FIRST END]
 #include <cinttypes>
 #include <cstdio>

@@ -72,7 +72,7 @@ const CASES: Case[] = [
   ["standard errors without counts", answerOf(), ["deviations_unused"], { weights: "sem" }, { sd: marked(0).map(() => 0.01) }],
   ["an assumed temperature", answerOf(), ["temperature_assumed"], {}, { temperatureAssumed: true }],
   ["notes of the reader", answerOf(), ["unit_assumed", "other_note"], {},
-    { notes: [{ code: "unit_assumed", sentence: "no unit", curve: null }, { code: "renamed", sentence: "x", curve: null }, { code: "deviation", sentence: "y", curve: null }] }],
+    { notes: [{ code: "unit_assumed", sentence: "no unit", curve: null }, { code: "renamed", sentence: "x", curve: null }, { code: "filled_down", sentence: "y", curve: null }] }],
 ];
 
 for (const [name, answer, wanted, settings = {}, changes = {}] of CASES)

@@ -1,7 +1,7 @@
 // Numbers as they are told: digits by their error, open ends, cells of tables.
 import { strFromU8, unzipSync } from "fflate";
 import { interval, probability, short, withError } from "../../app/numbers";
-import { csv, workbook } from "../../app/workbook";
+import { csv, workbook } from "../../figure/spreadsheet";
 import { fileName } from "../../app/download";
 import { ok, same, table, test } from "./check";
 

@@ -1,7 +1,7 @@
 // Files that are opened: what they replace, what waits for a layout or for a word on its columns.
-import { openFiles, readSources, regroup, sourcesOf } from "../../app/opening";
+import { regroup, sourcesFrom, sourcesOf, take } from "../../app/opening";
 import { listed } from "../../app/order";
-import { ReadError } from "../../reader/index";
+import { Source, isRefusal, readSources } from "../../reader/sources";
 import { answerOf, entry, state } from "./records";
 import { ok, same, table, test } from "./check";
 
@@ -14,11 +14,19 @@ const wide = (...names: string[]) => columns(1, ...names);
 const doubtful = `,WT,V38A\n${rows(10, (i) => [i, signal(i), 2 * signal(i)])}`;
 const plate = `,1,2,3,4,5,6,7,8\n${["A", "B"].map((row, k) => [row, ...Array.from({ length: 8 }, (_, i) => i + k)].join(",")).join("\n")}`;
 const layout = `well,sample,urea (M)\n${["A", "B"].flatMap((row) => Array.from({ length: 8 }, (_, i) => `${row}${i + 1},protein ${row},${i}`)).join("\n")}`;
-const names = ({ entries }: ReturnType<typeof state>) => entries.map(({ name }) => name);
+const names = ({ entries }: Page) => entries.map(({ name }) => name);
+
+type Page = ReturnType<typeof state>;
+
+function read(page: Page, sources: Source[]) {
+  const readings = readSources(sources);
+  take(page, sources.map((source, i) => ({ ...source, reading: readings[i] })));
+}
+const open = (page: Page, ...files: [string, string][]) => read(page, sourcesFrom(page, files.map(([name, text]) => file(name, text))));
 
 function opened(...files: [string, string][]) {
   const fresh = state();
-  openFiles(fresh, files.map(([name, text]) => file(name, text)));
+  open(fresh, ...files);
   return fresh;
 }
 
@@ -33,33 +41,33 @@ table("curves of what is opened", (...files: [string, string][]) => names(opened
 
 test("a file that cannot be read changes nothing but the sentence, and waits", () => {
   const now = opened(["a.csv", wide("WT")]);
-  openFiles(now, [file("doubt.csv", doubtful)]);
+  open(now, ["doubt.csv", doubtful]);
   same([names(now), now.faults.length, sourcesOf(now).map(({ file }) => file.name)], [["WT"], 1, ["doubt.csv"]]);
   const [{ reading }] = sourcesOf(now);
-  ok(reading instanceof ReadError && reading.tables.length === 1 && reading.tables[0].columns.length === 3);
-  readSources(now, sourcesOf(now).map((one) => ({ ...one, choices: { roles: [{ table: "/1", column: 1, role: "concentration" }] } })));
+  ok(isRefusal(reading) && reading.tables.length === 1 && reading.tables[0].columns.length === 3);
+  read(now, sourcesOf(now).map((one) => ({ ...one, choices: { roles: [{ table: "/1", column: 1, role: "concentration" }] } })));
   same([names(now), now.faults, now.attempt], [["WT", "V38A"], [], null]);
 });
 
 test("of several files those that can be read are, and the others are told", () => {
   const now = opened(["a.csv", wide("WT")], ["bad.csv", "some words\nmore words\n"]);
   same([names(now), now.faults.length, now.attempt], [["WT"], 1, null]);
-  same(sourcesOf(now).map(({ reading }) => reading instanceof ReadError), [false, true]);
+  same(sourcesOf(now).map(({ reading }) => isRefusal(reading)), [false, true]);
 });
 
 test("a layout joins the plate that waits, and replaces another layout", () => {
   const now = opened(["plate.csv", plate]);
   ok(now.faults[0].includes("this is a plate"));
-  openFiles(now, [file("layout.csv", layout)]);
+  open(now, ["layout.csv", layout]);
   same(names(now), ["protein A", "protein B"]);
-  openFiles(now, [file("layout2.csv", layout.replaceAll("protein", "mutant"))]);
+  open(now, ["layout2.csv", layout.replaceAll("protein", "mutant")]);
   same(names(now), ["mutant A", "mutant B"]);
 });
 
 test("a person's temperature goes before the file's, and the file's is said to be replaced", () => {
   const now = opened(["a.csv", `# Temp: 37 °C\n${wide("WT")}`]);
   same([now.entries[0].temperature, now.entries[0].temperatureAssumed], [37, false]);
-  readSources(now, sourcesOf(now).map((one) => ({ ...one, choices: { temperature: 10 } })));
+  read(now, sourcesOf(now).map((one) => ({ ...one, choices: { temperature: 10 } })));
   same([now.entries[0].temperature, now.entries[0].temperatureAssumed], [10, false]);
   const [{ reading }] = sourcesOf(now);
   same((reading as any).remarks, ["the temperature of the file is replaced, as told"]);

@@ -1,6 +1,7 @@
 """The choices of a fit as options: which readings, which model, what is held."""
 
 from functools import partial, wraps
+from math import isfinite
 
 import click
 
@@ -97,7 +98,7 @@ def baselines_of(text):
     parts = [part.strip() for part in text.split(",")]
     if "=" not in text:
         try:
-            values = [float(part) for part in parts]
+            values = _finite(parts)
         except ValueError:
             raise wrong from None
         if len(values) != 4:
@@ -122,5 +123,12 @@ def baselines_of(text):
 
 
 def _pair(words):
-    first, second = (float(word) for word in words)
+    first, second = _finite(words)
     return first, second
+
+
+def _finite(words):
+    values = [float(word) for word in words]
+    if not all(map(isfinite, values)):
+        raise ValueError("a number that is none")
+    return values

@@ -5,7 +5,6 @@ import sys
 import click
 
 from ..output import print_cautions
-from ..replicates import pooled
 from ..sheets import said_of
 from ..writing import TABLES, write_table
 from .choices import check_exclusions, choices_of, settings_from
@@ -30,7 +29,7 @@ from .options import (
     group="Model",
     help="Level of the intervals.  [0.95]",
 )
-@choices_of("baselines", "exclude", "weights", "sd_known", "residues", "drop_outliers")
+@choices_of("baselines", "exclude", "weights", "sd_known", "replicates", "residues", "drop_outliers")
 @TEMPERATURE
 @UNITS
 @LAYOUT
@@ -41,7 +40,7 @@ from .options import (
 def compare(files, reference, level, temperature, units, layout, reading, out, plot, look, choices):
     """Compare the curves of the FILES with a reference: differences of dG and Cm with intervals.
 
-    All curves are taken for two states, and replicates are pooled. ddG comes by three ways: a global fit
+    All curves are taken for two states, and replicates of a file are pooled. ddG comes by three ways: a global fit
     with one m, the mean m times the difference of Cm, and the plain difference of dG.
 
     \b
@@ -59,7 +58,7 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
     settings = settings_from({**choices, "states": "2"}, units, temperature)
     source = Input(files, layout, reading, temperature)
     source.need_curves()
-    curves = pooled(source.curves)
+    curves = source.gathered(settings)
     check_exclusions(settings, curves)
     try:
         result = compared(curves, reference or 0, level=level, settings=settings)

@@ -5,6 +5,7 @@ from dataclasses import dataclass
 import click
 from tqdm import tqdm
 
+from ..replicates import replicate_means
 from ..session import save
 from ..settings import Settings
 from ..sheets import CURVE_POINTS, curve_table, readings_table, wide_curves, workbook_sheets
@@ -78,7 +79,10 @@ def write_results(run, path):
     """The results as a table, as a workbook with all that belongs to them, or as a session to run again."""
     if path.suffix.lower() == ".xlsx":
         told = {**run.logbook, "read": "; ".join(run.read)}
-        write_workbook(workbook_sheets(run.table, run.fits, run.intervals, told, run.problems), path)
+        sheets = workbook_sheets(run.table, run.fits, run.intervals, told, run.problems)
+        if len(alike := replicate_means(run.fits, run.units)):
+            sheets["replicates"] = alike
+        write_workbook(sheets, path)
     elif path.suffix.lower() == ".json":
         save(path, run.fits, run.settings, run.units)
     else:

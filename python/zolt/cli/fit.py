@@ -7,8 +7,7 @@ from functools import partial
 import click
 
 from ..batch import table_of
-from ..output import MOST_PRINTED, print_fits
-from ..replicates import pooled, replicate_means
+from ..output import MOST_PRINTED, print_fits, print_replicates
 from ..writing import TABLES
 from .choices import check_exclusions, fit_choices, settings_from
 from .cluster import cluster
@@ -82,17 +81,19 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     with cluster(scheduler) as client:
         source = Input(files, layout, reading, temperature, quiet)
         source.need_curves()
-        curves = source.curves
-        if settings.replicates != "each":
-            curves = pooled(curves, settings.replicates == "across")
+        curves = source.gathered(settings)
         check_exclusions(settings, curves)
         check_sheets(curves, out, reading_file, curve_file, wide)
         whole = (settings.shares_m or settings.replicates == "each" or delivery.asked(*_OF_FITS)
                  or (out is not None and out.suffix.lower() != ".csv"))  # fmt: skip
         with kept_rows(len(curves), out, whole) as kept:
             started = time.perf_counter()
-            outcomes = fit_all(curves, settings, units, kept, whole=whole, resume=resume, workers=workers,
-                               client=client, progress=not quiet)  # fmt: skip
+            try:
+                outcomes = fit_all(curves, settings, units, kept, whole=whole, resume=resume, workers=workers,
+                                   client=client, progress=not quiet)  # fmt: skip
+            except ValueError as fault:  # of all curves together; one curve's faults stay its own
+                click.echo(f"zolt: {fault}", err=True)
+                sys.exit(2)
             elapsed = time.perf_counter() - started
             if whole:
                 logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)), **reading,
@@ -106,11 +107,8 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     if not quiet:
         said = ((curve.name, cautions) for curve, cautions in zip(curves, kept.said))
         print_fits(head, units, said, len(curves))
-        if settings.replicates == "each":
-            alike = replicate_means([fit for fit, _ in outcomes], curves, units)
-            if len(alike):
-                click.echo("Replicates, each fitted alone:")
-                click.echo(alike.to_string(index=False, float_format="{:.3f}".format, na_rep=""))
+        if whole:
+            print_replicates(run.fits, units)
         click.echo(f"{kept.fitted} of {len(curves)} curves fitted in {elapsed:.2f} s.")
     source.problems += delivery.problems
     source.finish()

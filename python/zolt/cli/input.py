@@ -5,6 +5,7 @@ import sys
 import click
 
 from ..read import ReadError, read_together
+from ..replicates import gathered, told_together
 
 
 class Input:
@@ -15,7 +16,7 @@ class Input:
     """
 
     def __init__(self, files, layout=None, reading=None, temperature=None, quiet=False):
-        self.problems, self.read = [], []
+        self.problems, self.read, self.quiet = [], [], quiet
         readings = []
         for path, found in read_together(files, layout, temperature, **(reading or {})):
             if isinstance(found, ReadError):
@@ -28,6 +29,15 @@ class Input:
             if not quiet:
                 click.echo("\n  ".join(lines), err=True)
         self.curves = [curve for found in readings for curve in found.curves]
+
+    def gathered(self, settings):
+        """The curves with their replicates as the settings have them, and a line that names them."""
+        curves = gathered(self.curves, settings)
+        if said := told_together(curves):
+            self.read.append(said)
+            if not self.quiet:
+                click.echo(said, err=True)
+        return curves
 
     def need_curves(self):
         if not self.curves:

@@ -5,7 +5,7 @@ from pathlib import Path
 
 import click
 
-from ..output import print_fits
+from ..output import print_fits, print_replicates
 from ..sheets import said_of
 from ..writing import TABLES
 from .delivery import Delivery
@@ -46,6 +46,7 @@ def rerun(file, out, report):
     delivery.write("--out", lambda path: write_results(run, path))
     write_page(delivery, run)
     print_fits(table, again.units, said_of(run.fits, run.intervals))
+    print_replicates(run.fits, again.units)
     click.echo(f"Settings: {again.settings.line(again.units)}.")
     click.echo(again.verdict)
     sys.exit(2 if delivery.problems else 0 if again.same else 1)

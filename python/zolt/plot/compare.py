@@ -59,4 +59,4 @@ def _draw_curves(comparison, ax):
     ax.set_xlabel(denaturant_label(comparison.fits))
     ax.set_ylabel("Fraction denatured")
     if len(comparison.fits) <= MOST_NAMED:
-        ax.legend()
+        ax.legend(loc="lower center", bbox_to_anchor=(0.5, 1.0), ncols=1)

@@ -74,6 +74,12 @@ def _draw_legend(fit, ax, lowest, alone):
     legend.get_title().set_color(palette().fit)
 
 
+def _said_of(fit, hollow):
+    """What the hollow marks stand for."""
+    words = [word for word, some in (("left out", ~fit.kept), ("spike or outlier", hollow & fit.kept)) if some.any()]
+    return ", ".join(words)
+
+
 def _draw_points(fit, ax, values, size=24):
     """Readings, or their residuals; replicates pale, with mean and SD over them."""
     size = size / 2 if is_narrow() else size
@@ -86,7 +92,7 @@ def _draw_points(fit, ax, values, size=24):
                label="readings", alpha=0.35 if replicates else None, **style)  # fmt: skip
     if hollow.any():
         ax.scatter(fit.x[hollow], values[hollow], facecolors=colours.paper, edgecolors=colours.mark,
-                   label="spike or outlier", **style)  # fmt: skip
+                   label=_said_of(fit, hollow), **style)  # fmt: skip
     bars = dict(color=colours.reading, elinewidth=0.9, capsize=2, zorder=3)
     if replicates:
         mean = mean - np.interp(at, fit.x, fit.y - values)  # no shift for readings, the fit for residuals

@@ -146,7 +146,10 @@ def shortened(name, longest=LONGEST_TITLE):
     text = " ".join(str(name).split()).replace("$", r"\$")  # a dollar would begin a formula
     if text.startswith("_"):
         text = f"\u200a{text}"  # a legend passes over names that begin with an underscore
-    return text if len(text) <= longest else text[: longest - 1] + "…"
+    if len(text) <= longest:
+        return text
+    tail = longest // 3  # names of a set often differ at their ends alone
+    return f"{text[: longest - 1 - tail]}…{text[-tail:]}"
 
 
 def denaturant_label(fits, denaturant=None):

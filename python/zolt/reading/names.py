@@ -10,11 +10,12 @@ from .numbers import cell_of
 from .spellings import header_of, words_of
 
 _REPLICATE = re.compile(
-    r"(.*?)[\s_\-.,(\[]*\b(?:rep|replicate|replica|repeat|run|trial|replikat|n\s*=)"
+    r"(.*?)[\s_\-.,(\[]*\b(?:replicate|replica|replikat|repeat|rep|run|trial|n\s*=)"
     r"[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)",
     re.I,
 )
-_NUMBERED = re.compile(r"(.+?)(?:\.|\s*\()(\d{1,2})\)?")
+# As programs number what is called alike: 'WT', 'WT.1', 'WT.2'. In 'pH 7', 'pH 7.4' the number is no such one.
+_NUMBERED = re.compile(r"(.*[^\d\s.])(?:\.|\s*\()(\d{1,2})\)?")
 
 
 def signal_names(table, signals):
@@ -81,20 +82,23 @@ def _short(name):
 
 
 class SignalNames:
-    """The names of all signals of a table, looked through once for those that are numbered alike."""
+    """The names of the signals of a table, counted once for all of its columns."""
 
-    def __init__(self, names):
-        self.counts, self._stems = Counter(names), {}
+    def __init__(self, table):
+        self.counts, self._table, self._numbers = Counter(c.name for c in table.of("y")), table, {}
         for name in self.counts:
             if match := _NUMBERED.fullmatch(name):
-                self._stems.setdefault(match[1], []).append(name)
+                self._numbers.setdefault(match[1], []).append(int(match[2]))
 
-    def has_twin(self, name, stem):
-        """True where another name is the stem, or the stem with another number."""
-        return stem in self.counts or any(other != name for other in self._stems.get(stem, ())[:2])
+    def are_numbered(self, stem):
+        """True where 'WT' stands beside 'WT.1', 'WT.2', ... without a gap."""
+        numbers = sorted(self._numbers.get(stem, ()))
+        counted = (list(range(first, first + len(numbers))) for first in (1, 2))
+        return bool(numbers) and stem in self.counts and numbers in counted
 
-    def is_stem(self, name):
-        return name in self._stems
+    def are_replicates(self, name):
+        """True where the name stands more than once and nothing tells its columns apart."""
+        return self.counts[name] > 1 and header_of(name).role is None and not _told_apart_above(name, self._table)
 
 
 def _replicate_of(name, names):
@@ -102,13 +106,32 @@ def _replicate_of(name, names):
     if match := _REPLICATE.fullmatch(name.replace("_", " ")):
         rest = " ".join(filter(None, [match[1].strip(" ,-"), match[3].strip(" ,-")]))
         return rest or "replicates", plain_value(match[2])
-    if (match := _NUMBERED.fullmatch(name)) and names.has_twin(name, match[1]):
-        return match[1], float(match[2])
-    if names.is_stem(name):
-        return name, None
-    if names.counts[name] > 1 and header_of(name).role is None:
-        return name, None
-    return None, None
+    match = _NUMBERED.fullmatch(name)
+    stem = match[1] if match else name
+    if names.are_numbered(stem):
+        return stem, float(match[2]) if match else None
+    return (name, None) if names.are_replicates(name) else (None, None)
+
+
+def _told_apart_above(name, table):
+    """True where a row above the names says more of the columns: then equal names are no replicates."""
+    marks = list(table.marks.values())
+    for row in range(table.rows[0] - 1, -1, -1):
+        cells = table.grid.rows[row]
+        if not any(cells) or cell_of(cells[0]).kind == "number":
+            return False  # the end of this table, or another one
+        if name in map(tidy_name, cells) or cells in marks or _is_of_units(cells, table):
+            continue
+        if any(cells[1:]):
+            return True
+    return False
+
+
+def _is_of_units(cells, table):
+    return any(
+        c.unit_text and c.place < len(cells) and cells[c.place].strip("()[] ") == c.unit_text
+        for c in table.columns
+    )
 
 
 def number_replicates(curves):

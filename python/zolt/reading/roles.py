@@ -100,8 +100,9 @@ def _weigh_names(table):
     kept = others or plain_x
     if not kept and letters:
         numeric = [c for c in table.columns if c.is_numeric and c.role != "index"]
-        alone = len(letters) == 1 and numeric[0].role == "y"
-        kept = letters[:1] if letters[0] is numeric[0] or alone else []
+        first = numeric[0] if numeric else None
+        alone = len(letters) == 1 and first is not None and first.role == "y"
+        kept = letters[:1] if letters[0] is first or alone else []
     for column in xs:
         if column not in kept:
             column.role = None

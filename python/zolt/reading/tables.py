@@ -132,7 +132,7 @@ def _curves_of_table(table, options):
         groups.setdefault(tuple(column.cells[i].text for column in keys), []).append(i)
     molar = {id(x): concentrations(table, x, options) for x in table.of("x")}
     signals = table.of("y")
-    base, names = signal_names(table, signals), SignalNames([signal.name for signal in signals])
+    base, names = signal_names(table, signals), SignalNames(table)
     curves = []
     for key, rows in groups.items():
         named = dict(zip([(c.role, c.header.text) for c in keys], key))

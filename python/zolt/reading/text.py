@@ -59,10 +59,11 @@ def _decoded(source, raw):
             return raw.decode(encoding, errors="replace")
     if b"\0" in raw:
         return _wide_text(source, raw)
-    try:
-        return raw.decode("utf-8")
-    except UnicodeDecodeError:
-        pass
+    text = raw.decode("utf-8", errors="replace")
+    broken = text.count("\ufffd")
+    # A damaged text, or none of UTF-8, where few letters would happen to be sound.
+    if broken <= sum(c > "\x7f" for c in text) - broken:
+        return text
     # Single bytes of the upper half among ASCII are a degree, a micro or an accent: Western.
     runs = re.findall(rb"[\x80-\xff]+", raw)
     if sum(map(len, runs)) > 1.5 * len(runs):

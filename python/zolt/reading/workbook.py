@@ -50,7 +50,7 @@ def grids_of_workbook(source, raw, skip_rows=0):
     except ReadError:
         raise
     except Exception as fault:  # the readers of workbooks raise errors of many kinds
-        raise ReadError(f"{source}: this workbook cannot be read ({shown(str(fault), 120)}).") from None
+        raise ReadError(f"{source}: this workbook is damaged ({shown(str(fault), 80)}).") from None
     return grids, hidden
 
 

@@ -1,7 +1,10 @@
 // Tables as text of a spreadsheet and as a workbook. What comes from a file is text there, never a formula.
 import { strToU8, zipSync } from "fflate";
-import { escaped } from "../figure/markup";
-import type { Cell, Rows } from "./tables";
+import { escaped } from "./markup";
+
+export type Cell = string | number | null;
+export type Rows = Cell[][];
+export type Sheet = [name: string, rows: Rows];
 
 /** A cell as text: a spreadsheet must not take a name from a file for a formula. */
 function cellText(cell: Cell): string {
@@ -35,7 +38,7 @@ const sheetXml = (rows: Rows) => `${HEAD}<worksheet xmlns="${MAIN}"><sheetViews>
   rows.map((row, r) => `<row r="${r + 1}">${row.map((cell, c) => sheetCell(cell, `${columnName(c)}${r + 1}`)).join("")}</row>`).join("")}</sheetData></worksheet>`;
 
 /** The bytes of a workbook with the sheets in their order. */
-export function workbook(sheets: [name: string, rows: Rows][]): Uint8Array {
+export function workbook(sheets: Sheet[]): Uint8Array {
   const each = (text: (name: string, n: number) => string) => sheets.map(([name], i) => text(name, i + 1)).join("");
   const parts: Record<string, string> = {
     "[Content_Types].xml": `<Types xmlns="${PACKAGE}/content-types"><Default Extension="rels" ContentType="application/vnd.openxmlformats-package.relationships+xml"/><Default Extension="xml" ContentType="application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml"/>${
