@@ -66,7 +66,7 @@ class KeptRows:
         except BlockingIOError:
             self._file.close()
             raise CannotWrite(
-                f"--out {self.path.with_suffix('')}: another run is writing it; wait for that one, or name another."
+                f"--out {self.path.with_suffix('')}: another run is writing it; wait for it, or name another file."
             ) from None
         except OSError:  # a file system without locks
             return True
@@ -123,7 +123,8 @@ class KeptRows:
         return True
 
     def _give_up(self, fault):
-        self.trouble = f"{self.path}: not written, {reason(fault)}; the run goes on, but could not be resumed."
+        why = f"not written, {reason(fault)}"
+        self.trouble = f"{self.path}: {why}; the run goes on, but could not be resumed."
 
     def head(self, most):
         """The table of the first rows."""
@@ -163,11 +164,12 @@ def keys_of(curves, settings, units):
                  for path in (_library.library().path, inference.library_path())]  # fmt: skip
     common = repr((__version__, libraries, units, sorted(settings.to_plain().items()))).encode()
     for curve in curves:
-        told = (curve.name, curve.temperature, curve.label, curve.replicate, sorted(curve.details.items(), key=str),
-                curve.denaturant, curve.notes)  # fmt: skip
+        details = sorted(curve.details.items(), key=str)
+        told = (curve.name, curve.temperature, curve.label, curve.replicate, details, curve.denaturant, curve.notes)
         whole = hashlib.sha256(common + repr(told).encode())
         for values in (curve.x, curve.y, curve.sd, curve.n, curve.part):
-            whole.update(b"-" if values is None else f"{values.dtype}{values.shape}".encode() + values.tobytes())
+            kind = "" if values is None else f"{values.dtype}{values.shape}"
+            whole.update(kind.encode() + (b"-" if values is None else values.tobytes()))
         yield whole.hexdigest()
 
 

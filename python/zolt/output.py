@@ -13,8 +13,8 @@ MOST_ALIKE = 3  # sentences of one warning that are printed one by one
 def print_fits(table, units, said=(), total=None):
     """The columns that one looks at first; then, once each, what was said of the curves.
 
-    `said` are pairs of the name of a curve and its warnings, `total` counts the curves where the table holds only
-    the first of them.
+    `said` are pairs of the name of a curve and its warnings, `total` counts the curves where the table
+    holds only the first of them.
     """
     shown = table.head(MOST_PRINTED)
     head = pd.DataFrame()

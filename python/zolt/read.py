@@ -92,7 +92,8 @@ def read_together(paths, layout=None, temperature=None, **options):
                 text = f"{stated} °C of the file kept; {silent}"
                 found.notes.append(Note("temperature_kept", text))
             said = set(found.notes)
-            more = [note for name in {c.name: None for c in own} for note in notes.get(name, ()) if note not in said]
+            names = dict.fromkeys(curve.name for curve in own)
+            more = [note for name in names for note in notes.get(name, ()) if note not in said]
             results[i] = path, Reading(found.source, own, found.notes + more)
     return results
 

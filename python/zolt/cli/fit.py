@@ -96,9 +96,10 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
                 sys.exit(2)
             elapsed = time.perf_counter() - started
             if whole:
-                logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)), **reading,
-                           **settings.words(units), "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
-                run = Run(outcomes, table_of(outcomes, curves, units), settings, units, logbook, source.read, source.problems)
+                logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)),
+                           **reading, **settings.words(units), "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
+                table = table_of(outcomes, curves, units)
+                run = Run(outcomes, table, settings, units, logbook, source.read, source.problems)
                 write_all(delivery, run, wide=wide, kinds=kinds, picture=picture, overlay_of=overlay_of, look=look)
             else:
                 delivery.write("--out", kept.write_csv)

@@ -54,7 +54,8 @@ def kept_rows(count, out, whole):
             click.echo(f"{state}. Results are kept as they come with --out and a .csv file.", err=True)
         else:
             alone = ", without pictures, report and the like," if whole else ""
-            click.echo(f"{state} and are in {kept.path}. The same command with --resume{alone} fits the rest.", err=True)
+            further = f"The same command with --resume{alone} fits the rest."
+            click.echo(f"{state} and are in {kept.path}. {further}", err=True)
         sys.exit(2 if lost else 130)
     finally:
         if kept.trouble:
