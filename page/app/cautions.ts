@@ -218,7 +218,11 @@ function unbounded({ fit, entry: { detail } }: Looked): Caution[] {
   return open.length ? [caution("interval_unbounded", { quantities: open.join(" ") })] : [];
 }
 
-const RULES = [states, residuals, replicates, bounds, plateaus, crossing, errors, oneReading, engine, sharedM, chain, unbounded];
+function signal({ entry: { name } }: Looked): Caution[] {
+  return new RegExp(LIMITS.not_linear, "i").test(name) ? [caution("signal_not_linear", { name })] : [];
+}
+
+const RULES = [signal, states, residuals, replicates, bounds, plateaus, crossing, errors, oneReading, engine, sharedM, chain, unbounded];
 
 /** What is said of the readings of any curve, fitted or not. */
 function readings(entry: Entry, answer: FitAnswer, { settings }: State, kept: number[]): Caution[] {

@@ -82,6 +82,7 @@ CASES = {
     "weights_uneven": (lambda: simulate(FKBP12, 32, noise=0.003), dict(sd=np.r_[1e-3, np.full(31, 0.03)])),
     "m_unexpected": (lambda: simulate(FKBP12, 32, noise=0.003), dict(residues=300, denaturant="urea")),
     "m_not_compared": (lambda: simulate(FKBP12, 32, noise=0.003), dict(residues=107)),
+    "signal_not_linear": (lambda: simulate(FKBP12, 32, noise=0.003), dict(name="WT F350/F330")),
     "temperature_assumed": (lambda: simulate(FKBP12, 32, noise=0.003), dict(temperature=None)),
     "baselines_not_used_by_engine": (
         lambda: simulate(FKBP12, 32, noise=0.003, native=(0.0, 0.0)),
@@ -117,6 +118,7 @@ NEAR = {  # curves that a less patient supervisor would warn of, and a word on h
     "hardly_determined": (lambda: simulate(FKBP12, 14, noise=0.03, seed=2), {}),  # an error of 19 %
     "weights_uneven": (lambda: simulate(FKBP12, 32, noise=0.003), dict(sd=np.linspace(0.002, 0.02, 32))),
     "m_unexpected": (lambda: simulate(FKBP12, 32, noise=0.003), dict(residues=140, denaturant="urea")),
+    "signal_not_linear": (lambda: simulate(FKBP12, 32, noise=0.003), dict(name="WT F350 15C, pH 7/8")),
 }
 
 

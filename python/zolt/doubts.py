@@ -3,6 +3,8 @@
 A rule is a function from a fit to cautions; the limits stand in `cautions.json` beside the texts.
 """
 
+import re
+
 import numpy as np
 
 from . import chain, inference, model
@@ -64,6 +66,11 @@ def _as_good(row, chosen):
 
 def _outcome(row):
     return inference.OUTCOMES[row.outcome]
+
+
+def _signal(fit):
+    if re.search(LIMITS.not_linear, fit.name, re.IGNORECASE):
+        yield caution("signal_not_linear", name=fit.name)
 
 
 def _residuals(fit):
@@ -263,6 +270,6 @@ def _which(fit, i):
     return "" if fit.dG.size == 1 else f" {i + 1}"
 
 
-_OF_LEAST_SQUARES = (_states, _residuals, _replicates, _bounds, _plateaus, _crossing, _errors, _one_reading,
+_OF_LEAST_SQUARES = (_signal, _states, _residuals, _replicates, _bounds, _plateaus, _crossing, _errors, _one_reading,
                      _engine, _shared, _chain)  # fmt: skip
 _OF_ALL = (_no_transition, _series, _off, _weights, _left_out)

@@ -70,6 +70,7 @@ const CASES: Case[] = [
   ["uneven weights that are not used", answerOf(), [], { weights: "none" }, { sd: marked(1).map((one) => (one ? 1 : 0.01)) }],
   ["deviations with a gap", answerOf(), ["deviations_unused"], {}, { sd: marked(1).map((one) => (one ? NaN : 0.01)) }],
   ["standard errors without counts", answerOf(), ["deviations_unused"], { weights: "sem" }, { sd: marked(0).map(() => 0.01) }],
+  ["a ratio of two wavelengths", answerOf(), ["signal_not_linear"], {}, { name: "F350/F330" }],
   ["an assumed temperature", answerOf(), ["temperature_assumed"], {}, { temperatureAssumed: true }],
   ["notes of the reader", answerOf(), ["unit_assumed", "other_note"], {},
     { notes: [{ code: "unit_assumed", sentence: "no unit", curve: null }, { code: "renamed", sentence: "x", curve: null }, { code: "filled_down", sentence: "y", curve: null }] }],
