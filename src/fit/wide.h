@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstddef>
+#include <type_traits>
 
 namespace zolt {
 
@@ -16,7 +17,11 @@ namespace zolt {
 #if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && defined(__ELF__) &&      \
     defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && \
     !defined(ZOLT_NO_CLONES)
+#if __GNUC__ >= 12
 #define ZOLT_WIDE __attribute__((target_clones("arch=x86-64-v3", "default")))
+#else  // which cannot choose by the level
+#define ZOLT_WIDE __attribute__((target_clones("avx2", "default")))
+#endif
 #else
 #define ZOLT_WIDE
 #endif
@@ -51,6 +56,18 @@ ZOLT_INLINE Lanes4 gatherLanes(const double* at, std::ptrdiff_t stride) {
   return Lanes4{at[0], at[stride], at[2 * stride], at[3 * stride]};
 }
 
+// The lanes of `a` and `b`, counted through, that stand at `Places`.
+template <int... Places, class Lanes>
+ZOLT_INLINE auto pickLanes(const Lanes& a, const Lanes& b) {
+#if defined(__clang__) || __GNUC__ >= 12
+  return __builtin_shufflevector(a, b, Places...);
+#else
+  using Element = std::decay_t<decltype(a[0])>;
+  using Picked __attribute__((vector_size(sizeof...(Places) * sizeof(Element)))) = Element;
+  return Picked{(Places < kLanes ? a[Places % kLanes] : b[Places % kLanes])...};
+#endif
+}
+
 // The magnitude of each lane.
 ZOLT_INLINE Lanes4 magnitude(const Lanes4& lanes) {
   constexpr long long kAllButSign = 0x7fffffffffffffff;
@@ -59,8 +76,7 @@ ZOLT_INLINE Lanes4 magnitude(const Lanes4& lanes) {
 
 // Whether a comparison holds in any lane.
 ZOLT_INLINE bool anyLane(const Mask4& mask) {
-  const auto half =
-      __builtin_shufflevector(mask, mask, 0, 1) | __builtin_shufflevector(mask, mask, 2, 3);
+  const auto half = pickLanes<0, 1>(mask, mask) | pickLanes<2, 3>(mask, mask);
   return (half[0] | half[1]) != 0;
 }
 
@@ -69,31 +85,29 @@ ZOLT_INLINE Lanes4 greaterOf(const Lanes4& a, const Lanes4& b) { return a > b ? 
 
 // The greatest of the four lanes.
 ZOLT_INLINE double greatestLane(const Lanes4& lanes) {
-  const auto two =
-      __builtin_shufflevector(lanes, lanes, 0, 1) > __builtin_shufflevector(lanes, lanes, 2, 3)
-          ? __builtin_shufflevector(lanes, lanes, 0, 1)
-          : __builtin_shufflevector(lanes, lanes, 2, 3);
+  const auto two = pickLanes<0, 1>(lanes, lanes) > pickLanes<2, 3>(lanes, lanes)
+                       ? pickLanes<0, 1>(lanes, lanes)
+                       : pickLanes<2, 3>(lanes, lanes);
   return two[0] > two[1] ? two[0] : two[1];
 }
 
 // Bit k is set where a comparison holds in lane k.
 ZOLT_INLINE unsigned bitsOf(const Mask4& mask) {
   const Mask4 bits = mask & Mask4{1, 2, 4, 8};
-  const auto half =
-      __builtin_shufflevector(bits, bits, 0, 1) | __builtin_shufflevector(bits, bits, 2, 3);
+  const auto half = pickLanes<0, 1>(bits, bits) | pickLanes<2, 3>(bits, bits);
   return static_cast<unsigned>(half[0] | half[1]);
 }
 
 // Exchanges rows and columns of the four by four doubles that four registers hold.
 ZOLT_INLINE void transposeLanes(Lanes4 (&square)[kLanes]) {
-  const Lanes4 low01 = __builtin_shufflevector(square[0], square[1], 0, 4, 2, 6);
-  const Lanes4 high01 = __builtin_shufflevector(square[0], square[1], 1, 5, 3, 7);
-  const Lanes4 low23 = __builtin_shufflevector(square[2], square[3], 0, 4, 2, 6);
-  const Lanes4 high23 = __builtin_shufflevector(square[2], square[3], 1, 5, 3, 7);
-  square[0] = __builtin_shufflevector(low01, low23, 0, 1, 4, 5);
-  square[1] = __builtin_shufflevector(high01, high23, 0, 1, 4, 5);
-  square[2] = __builtin_shufflevector(low01, low23, 2, 3, 6, 7);
-  square[3] = __builtin_shufflevector(high01, high23, 2, 3, 6, 7);
+  const Lanes4 low01 = pickLanes<0, 4, 2, 6>(square[0], square[1]);
+  const Lanes4 high01 = pickLanes<1, 5, 3, 7>(square[0], square[1]);
+  const Lanes4 low23 = pickLanes<0, 4, 2, 6>(square[2], square[3]);
+  const Lanes4 high23 = pickLanes<1, 5, 3, 7>(square[2], square[3]);
+  square[0] = pickLanes<0, 1, 4, 5>(low01, low23);
+  square[1] = pickLanes<0, 1, 4, 5>(high01, high23);
+  square[2] = pickLanes<2, 3, 6, 7>(low01, low23);
+  square[3] = pickLanes<2, 3, 6, 7>(high01, high23);
 }
 
 }  // namespace zolt
