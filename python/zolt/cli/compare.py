@@ -6,9 +6,9 @@ import click
 
 from ..output import print_cautions
 from ..sheets import said_of
-from ..writing import TABLES, write_table
+from ..writing import TABLES
 from .choices import check_exclusions, choices_of, settings_from
-from .delivery import Delivery
+from .delivery import Delivery, write_result
 from .help import GroupedCommand
 from .input import Input
 
@@ -66,13 +66,7 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
         click.echo(f"zolt: {fault}.", err=True)
         sys.exit(2)
     table = result.table(units)
-    delivery.write("--out", lambda path: write_table(table, path))
-    if delivery.asked("--plot"):
-        from ..plot import save_figure
-
-        delivery.write(
-            "--plot", lambda path: save_figure(result.plot(units, **look), path, look.get("width"))
-        )
+    write_result(delivery, table, lambda: result.plot(units=units, **look), look)
     click.echo(_printed(table, units))
     click.echo(f"Each less {result.fits[result.reference].name}; {units}/mol and M, ± standard error, "
                f"[{100 * level:g} % interval].")  # fmt: skip

@@ -4,7 +4,7 @@ import os
 
 import click
 
-from ..writing import CannotWrite, check_folder, check_place, reason, replacing
+from ..writing import CannotWrite, check_folder, check_place, reason, replacing, write_table
 
 
 class Delivery:
@@ -54,6 +54,15 @@ class Delivery:
             words = reason(fault) if isinstance(fault, OSError) else str(fault)
             self.problems.append(f"{what} {path}: not written, {words.rstrip('.')}.")
             click.echo(f"zolt: {self.problems[-1]}", err=True)
+
+
+def write_result(delivery, table, draw, look):
+    """Write the table and the picture of what curves gave together; `draw` makes the picture if it is asked for."""
+    delivery.write("--out", lambda path: write_table(table, path))
+    if delivery.asked("--plot"):
+        from ..plot import save_figure
+
+        delivery.write("--plot", lambda path: save_figure(draw(), path, look.get("width")))
 
 
 def _or_usage(check, path, what):

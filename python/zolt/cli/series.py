@@ -7,8 +7,8 @@ import click
 
 from ..output import print_fits
 from ..sheets import said_of
-from ..writing import TABLES, write_table
-from .delivery import Delivery
+from ..writing import TABLES
+from .delivery import Delivery, write_result
 from .help import GroupedCommand
 from .input import Input
 from .options import (
@@ -70,13 +70,7 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
         click.echo(f"zolt: {fault}", err=True)
         sys.exit(2)
     table = result.table(units)
-    delivery.write("--out", lambda path: write_table(table, path))
-    if delivery.asked("--plot"):
-        from ..plot import save_figure
-
-        delivery.write(
-            "--plot", lambda path: save_figure(result.plot(units=units, **look), path, look.get("width"))
-        )
+    write_result(delivery, table, lambda: result.plot(units=units, **look), look)
     print_fits(table, units, said_of(result.fits))
     click.echo("\n" + result.label_table(units).to_string(index=False, float_format="{:.3f}".format, na_rep=""))
     click.echo(result.verdict_in(units))
