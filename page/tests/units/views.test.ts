@@ -1,5 +1,5 @@
 // What is told of a fit: the views as text, and the tables that are taken along.
-import { choicesView, exportsView } from "../../app/choices_view";
+import { choicesView, exportsView, viewsView } from "../../app/choices_view";
 import { listView } from "../../app/list_view";
 import { reportView, settingsWords } from "../../app/report_view";
 import { resultView } from "../../app/result_view";
@@ -9,6 +9,7 @@ import type { Entry, State } from "../../app/state";
 import { Markup, h } from "../../figure/markup";
 import type { Rows } from "../../figure/spreadsheet";
 import * as records from "../../generated/records";
+import { withTag } from "./drawn";
 import { answerOf, entry, state } from "./records";
 import { ok, same, table, test } from "./check";
 
@@ -48,6 +49,38 @@ test("the sizes of the choices are those of the unit, and only what can be chose
   ok(of({}, { entries: [entry({ sd: [] })] }).includes("by standard deviations") && of({}, { entries: [entry({ group: "WT" })] }).includes("fitted each alone"));
   same(exportsView().length, 8);
 });
+
+const chosenIn = (views: Markup[]) => Object.fromEntries(views.flatMap((view) => withTag(view, "select")).map((one) =>
+  [one.attributes.id, withTag(one, "option").filter(({ attributes }) => attributes.selected).map(({ attributes }) => attributes.value).join()]));
+table("what is chosen is shown as chosen", (settings: object, wanted: string[]) => {
+  const found = chosenIn(choicesView(showing(entry({ sd: [], group: "WT" }), {}, settings)));
+  return wanted.map((id) => found[id]);
+}, [
+  [{}, ["states", "native", "denatured", "m", "replicates", "weights", "level", "method", "unit"], ["auto", "line", "line", "free", "pooled", "sd", "0.95", "profile", "kcal"]],
+  [{ states: 3, native: "flat", denatured: "given", shareM: true, replicates: "each" }, ["states", "native", "denatured", "m", "replicates"], ["3", "flat", "given", "shared", "each"]],
+  [{ heldM: 1200, weights: "sd", sdKnown: true, level: 0.9 }, ["m", "weights", "level"], ["given", "known", "0.9"]],
+  [{ weights: "none", sdKnown: true }, ["weights"], ["none"]],
+]);
+
+test("given baselines are fields of their own places", () => {
+  const fields = choicesView(showing(entry(), {}, { native: "given", denatured: "given", baseline: [1, 2, 3, 4] })).flatMap((view) => withTag(view, "input"));
+  same(fields.slice(0, 4).map(({ attributes }) => [attributes.id, attributes["data-baseline"], attributes.value]),
+    [["baseline0", 0, 1], ["baseline1", 1, 2], ["baseline2", 2, 3], ["baseline3", 3, 4]]);
+});
+
+const views = (changes: Partial<State>) => viewsView(state(changes)).flatMap((view) => [view, ...withTag(view, "select")].filter(({ attributes }) => attributes.id)
+  .map(({ attributes }) => `${attributes.id}${attributes["aria-pressed"] === "true" ? " on" : ""}`));
+const plates = [entry({ name: "A1" }), entry({ name: "B2" })], plain = [entry(), entry()], left = entry({ out: [true] });
+table("views that there are", views, [
+  [{ entries: [plain[0]], chosen: plain[0].key }, ["quantity"]],
+  [{ entries: plain, chosen: plain[0].key }, ["view-curve on", "view-overlay", "quantity"]],
+  [{ entries: plates, view: "plate" }, ["view-curve", "view-plate on", "view-overlay", "plateValue"]],
+  [{ entries: [plates[0], plain[0]], view: "overlay" }, ["view-curve", "view-overlay on"]],
+  [{ entries: plain, view: "set", set: { keys: [], reference: 0, comparison: null, trend: null, fault: null } }, ["view-curve", "view-overlay", "view-set on"]],
+  [{ entries: [left], chosen: left.key }, ["quantity", "all"]],
+  [{ entries: [left, plain[0]], chosen: left.key, view: "overlay" }, ["view-curve", "view-overlay on"]],
+  [{ entries: [{ ...plain[0], range: [1, 2] }], chosen: plain[0].key }, ["quantity", "all"]],
+]);
 
 const two = [entry({ name: "WT", label: 1 }), entry({ name: "L12A", label: 2, answer: answerOf({ Cm: [3, 0, 0], dG: [4500, 0, 0] }) })];
 const row = (changes: Partial<records.Comparison>): records.Comparison => ({
