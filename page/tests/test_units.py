@@ -8,14 +8,21 @@ import pytest
 
 HERE = Path(__file__).parent
 MODULE = HERE.parents[1] / "build" / "page" / "zolt.wasm"
-FILES = sorted((HERE / "units").glob("*.test.ts"))
+AREAS = [file.name.removesuffix(".ts") for file in sorted((HERE / "units").glob("*.test.ts"))]
 
 
-@pytest.mark.parametrize("file", FILES, ids=lambda file: file.name.removesuffix(".test.ts"))
-def test_unit(file, tmp_path):
-    bundle = tmp_path / "unit.mjs"
-    command = ["esbuild", file, "--bundle", "--format=esm", "--platform=node", "--log-level=warning",
-               '--define:ZOLT_VERSION="1.2.3"', '--define:ZOLT_MODULE_HASH="0123456789abcdef"', f"--outfile={bundle}"]  # fmt: skip
+@pytest.fixture(scope="session")
+def bundles(tmp_path_factory):
+    folder = tmp_path_factory.mktemp("units")
+    command = ["esbuild", *(f"tests/units/{area}.ts" for area in AREAS), "--bundle", "--format=esm", "--platform=node",
+               "--log-level=warning", '--define:ZOLT_VERSION="1.2.3"', '--define:ZOLT_MODULE_HASH="0123456789abcdef"',
+               f"--outdir={folder}", "--out-extension:.js=.mjs"]  # fmt: skip
     subprocess.run(command, cwd=HERE.parent, check=True)
-    ran = subprocess.run(["node", "--test", bundle], capture_output=True, text=True, timeout=60, env={**os.environ, "ZOLT_WASM": str(MODULE)})
+    return folder
+
+
+@pytest.mark.parametrize("area", AREAS, ids=lambda area: area.removesuffix(".test"))
+def test_unit(area, bundles):
+    environment = {**os.environ, "ZOLT_WASM": str(MODULE)}
+    ran = subprocess.run(["node", bundles / f"{area}.mjs"], capture_output=True, text=True, timeout=60, env=environment)
     assert ran.returncode == 0, ran.stdout
