@@ -182,6 +182,7 @@ test("the report says each warning once, with its curves, and folds nothing", ()
   const report = h("div", {}, ...reportView(state({ entries: rows, chosen: rows[0].key }), "ZOLT 1, module 2")), told = words(report);
   ok(told.includes("all No temperature is stated; 25 °C is assumed.") && /b The residuals wave/.test(told));
   ok(told.includes("a 2 6.00 ± 0.20 4.000 ± 0.020 1.500 ± 0.050") && told.includes("ZOLT 1, module 2."));
+  same(withTag(report, "article").length, 2);
   const folded = (view: Markup): boolean => (view.tag === "details" && !view.attributes.open) || view.children.some((child) => child && typeof child === "object" && folded(child));
   ok(!folded(report));
 });
