@@ -209,6 +209,9 @@ def files_at_limits():
     for again in (run_of(4, 12, 9), run_of(4, 3), run_of(2, 12, 9), run_of(4, 8, 8)):
         for between in ("\n", "\nWT again\n", "\nWT again,and more\n", "key: value\n", "# comment\n", "nothing,of\n"):
             yield table(["urea_M", "WT", "b"], x, y, z) + between + table(None, again, bumpy(len(again)), bumpy(len(again), 3))
+    for n, times, low in itertools.product((3, 4, 5, 8, 9), (2, 3, 4), (0, 1.59, 1.6, 1.61)):
+        x = run_of(n) + run_of(n, 8, low) * (times - 1)
+        yield table(["urea_M", "WT"], x, bumpy(len(x)))
     for unit in ("% of 8 M", "% w/v", "g/L", "mM", "µM", "% of 10 M", "ppm"):
         for top in (8, 100, 8000):
             yield table([f"GdmCl ({unit})", "WT"], run_of(9, top), y)
