@@ -209,6 +209,10 @@ def files_at_limits():
     for again in (run_of(4, 12, 9), run_of(4, 3), run_of(2, 12, 9), run_of(4, 8, 8)):
         for between in ("\n", "\nWT again\n", "\nWT again,and more\n", "key: value\n", "# comment\n", "nothing,of\n"):
             yield table(["urea_M", "WT", "b"], x, y, z) + between + table(None, again, bumpy(len(again)), bumpy(len(again), 3))
+    for breaks, quote in itertools.product(range(5), ('"{}"', '"{}""{}"', '{}"{}')):
+        name = quote.format("WT" + "\n" * breaks + "1", "b")
+        yield table(["urea_M", name, "c"], x, y, z)
+        yield table(["urea_M", "WT", "remark"], x, y, [name if i == 4 else "" for i in range(9)])
     for n, times, low in itertools.product((3, 4, 5, 8, 9), (2, 3, 4), (0, 1.59, 1.6, 1.61)):
         x = run_of(n) + run_of(n, 8, low) * (times - 1)
         yield table(["urea_M", "WT"], x, bumpy(len(x)))
