@@ -94,10 +94,10 @@ test("the engine's own vector: of the fit, of given baselines, of more states", 
   same(fitted(curve, { states: 2, native: "given", baseline: held }).looks.engine, fitted(curve, { states: 2, native: "given", baseline: held }).fit.engine);
   const more = fitted(simulated({ ...three, noise: 0.001 }), { states: 3 });
   ok(near(more.looks.engine[5], 2.2, 0.02) && near(more.looks.engine[7], 5.4, 0.02), String(more.looks.engine));
-  const vector = vectorOf({ ...more.fit, dG_se: [100, -1, 0] });
+  const vector = vectorOf({ ...more.fit, dG_se: [-1, 50, 0] });
   same(vector.length, 24);
   same(vector.slice(0, 9), [...more.fit.baseline, more.fit.dG[0], more.fit.Cm[0], more.fit.dG[1], more.fit.Cm[1], more.fit.weight[0]]);
-  same(vector.slice(9), [0, 0, 0, more.fit.RT, 0, more.fit.r_squared, 100, 0, 0, 0, 0, 0, 0, 0, 0]);
+  same(vector.slice(9), [0, 0, 0, more.fit.RT, 0, more.fit.r_squared, 0, 50, 0, 0, 0, 0, 0, 0, 0]);
 });
 
 test("what is drawn: a fine grid over the readings, the readings themselves, dG by the straight line", () => {
