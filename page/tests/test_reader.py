@@ -202,6 +202,8 @@ def files_at_limits():
             yield table(names, x, y, z, apart=apart) + (f"9{apart}0.9\n" if apart == "," else "")
             yield table(["", "WT", "", ""][: len(names)], *([name] for name in names), apart=apart) + table(None, x, y, z, apart=apart)
             yield table(names[:3], ["M", "AU", "AU"], apart=apart).replace("\n", "\n\n", 1) + table(["(M)", "(AU)", "AU"], x, y, z, apart=apart)
+    for group, low in itertools.product((",G,", "G,,", "G,H,", ",G,H"), itertools.product(("WT", "y", "sd", ""), repeat=2)):
+        yield f"{group}\n" + table(["urea_M", *low], x, y, z)
     for marks in (["", 1, 2], ["", 0, 100], ["", 99, 1], ["label", 5, 6], ["T (C)", 25, 37], ["replicate", 1, 2], ["", "", 2]):
         for names in (["urea_M", "WT", "WT"], ["urea_M", "WT", "L12A"], ["urea_M", "WT", ""]):
             yield table(names, *([mark, *values] for mark, values in zip(marks, (x, y, z))))
