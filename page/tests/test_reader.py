@@ -1,7 +1,6 @@
 """The page's reader of files gives what the host's gives: the same curves, or the same sentence."""
 
 import base64
-import itertools
 import json
 import os
 import random
@@ -14,6 +13,7 @@ from pathlib import Path
 import numpy as np
 import openpyxl
 import pytest
+from limits import files_at_limits
 
 ROOT = Path(__file__).parents[2]
 sys.path.insert(0, str(ROOT / "python" / "tests"))
@@ -139,89 +139,6 @@ def test_random_dialects(read, tmp_path):
         path.write_bytes(host.written(*host.truth(seed), seed))
         cases.append((path, {}))
     assert_alike(read, cases)
-
-
-def run_of(n, top=8.0, least=0.0):
-    return [round(least + (top - least) * i / max(n - 1, 1), 4) for i in range(n)]
-
-
-def bumpy(n, by=0.0):
-    """Signals that could be no concentrations."""
-    return [round((0.1 if 2 * i < n else 0.9) + 0.01 * (i * i % 3) + by, 3) for i in range(n)]
-
-
-def table(names, *columns, apart=","):
-    rows = [names, *zip(*columns)] if names else zip(*columns)
-    return "\n".join(apart.join(map(str, row)) for row in rows) + "\n"
-
-
-def files_at_limits():
-    """Tables of which a number or a count lies at a limit of the reader, just within it and just beyond."""
-    x, y, z = run_of(9), bumpy(9), bumpy(9, 1.5)
-    for top, name in itertools.product((0.19, 0.2, 0.21, 0.49, 0.5, 1.99, 2.0, 8.5, 8.6, 10.5, 10.6, 15.0, 15.1), ("urea (M)", "GdmCl (M)", "x", "dose", "")):
-        yield table([name, "WT", "L12A"], run_of(9, top), y, z)
-        yield table(["tube", "a", "b"], range(1, 10), run_of(9, top), y)
-    for least in (-0.06, -0.05, -0.04, 0.0):
-        yield table(["urea_M", "WT", "b"], run_of(9, 8, least), y, z)
-        yield table(["", "WT", "b"], run_of(9, 8, least), y, z)
-    for n in range(1, 8):
-        for names in (["urea_M", "WT"], ["", "WT"], None):
-            yield table(names, run_of(n), bumpy(n))
-            yield "words above\n\n" + table(names, run_of(n), bumpy(n)) + "\n" + table(names, run_of(4, 7), bumpy(4, 2))
-    for start, n, name in itertools.product((0, 1, 2), (9, 11, 12, 13), ("", "#", "tube", "sample", "c")):
-        yield table([name, "urea_M", "WT"], range(start, start + n), run_of(n), bumpy(n))
-        yield table([name, "WT", "b"], range(start, start + n), bumpy(n), bumpy(n, 2))
-    for labels, rows, shared, name in itertools.product((2, 3, 4), (2, 3, 4), (0, 0.5, 1), ("ligand", "sample", "lot", "T (C)", "replicate")):
-        many = [(f"L{k}" if name in ("sample", "lot") else 10 * k + 1, c + (k * 0.01 if i >= shared * rows else 0), v)
-                for k in range(labels) for i, (c, v) in enumerate(zip(run_of(rows), bumpy(rows, k)))]  # fmt: skip
-        yield table([name, "urea_M", "signal"], *zip(*many))
-        yield table(["urea_M", name, "WT"], *([row[i] for row in many] for i in (1, 0, 2)))
-    for off in (0, 0.0139, 0.0141, 0.02):
-        means = [round((a + b) / 2 + (off if i == 3 else 0), 6) for i, (a, b) in enumerate(zip(y, z))]
-        yield table(["urea_M", "a", "b", "mean", "sd", "n"], x, y, z, means, [0.1] * 9, [2] * 9)
-        yield table(["urea_M", "a", "mean"], x, y, means)
-    for shift, sign in itertools.product((0, 1.59, 1.6, 1.61), (1, -1)):
-        other = run_of(9, 8 - shift) if sign < 0 else run_of(9, 8, shift)
-        yield table(["urea_M", "a", "b", "c"], x, y, other, z)
-        yield table(["urea_M", "a", "b"], x, other, z)
-        yield table(None, x, y, other, z)
-    for degrees in (-0.1, 0, 99.9, 100, 100.1, 199, 200, 200.1, 273.15, 373.15, 373.2, 399, 400):
-        for name in ("T (C)", "T (K)", "temperature", "T (F)"):
-            yield table(["urea_M", "WT", name], x, y, [degrees] * 9)
-        yield table(["urea_M", f"WT {degrees} K", f"b_{degrees}C"], x, y, z)
-        yield f"# Temperature: {degrees}\n# measured at {degrees} degrees\n" + table(["urea_M", "WT"], x, y)
-    for spread in (0.9, 1.0, 1.1):
-        yield table(["urea_M", "WT", "T (C)"], x, y, [20 + spread * (i % 2) for i in range(9)])
-        yield table(["urea_M", "WT", "T (C)"], x, y, [20 + spread * (i // 3) for i in range(9)])
-    for count, filler in itertools.product(range(9), ("", "bad", "#N/A", "#")):
-        yield table(["urea_M", "WT", "b"], x, [filler if i < count else v for i, v in enumerate(y)], z)
-        yield table(["urea_M", "WT", "b"], [filler if i >= 9 - count else v for i, v in enumerate(x)], y, z)
-        yield table(["sample", "urea_M", "b"], [filler if 0 < i <= count else "ABC"[i // 3] for i in range(9)], x, z)
-    for names in (["urea_M", "a"], ["urea_M", "a (b", "c)", "d"], ["urea_M", "a", "b", "c"], ["a", "b"], ["", "WT", "", "L12A"], ["", "2", "3"], ["x", "y", "sd"]):
-        for apart in (",", ";", "\t", " "):
-            yield table(names, x, y, z, apart=apart) + (f"9{apart}0.9\n" if apart == "," else "")
-            yield table(["", "WT", "", ""][: len(names)], *([name] for name in names), apart=apart) + table(None, x, y, z, apart=apart)
-            yield table(names[:3], ["M", "AU", "AU"], apart=apart).replace("\n", "\n\n", 1) + table(["(M)", "(AU)", "AU"], x, y, z, apart=apart)
-    for group, low in itertools.product((",G,", "G,,", "G,H,", ",G,H"), itertools.product(("WT", "y", "sd", ""), repeat=2)):
-        yield f"{group}\n" + table(["urea_M", *low], x, y, z)
-    for marks in (["", 1, 2], ["", 0, 100], ["", 99, 1], ["label", 5, 6], ["T (C)", 25, 37], ["replicate", 1, 2], ["", "", 2]):
-        for names in (["urea_M", "WT", "WT"], ["urea_M", "WT", "L12A"], ["urea_M", "WT", ""]):
-            yield table(names, *([mark, *values] for mark, values in zip(marks, (x, y, z))))
-            yield table(marks, *([name, *values] for name, values in zip(names, (x, y, z))))
-    for again in (run_of(4, 12, 9), run_of(4, 3), run_of(2, 12, 9), run_of(4, 8, 8)):
-        for between in ("\n", "\nWT again\n", "\nWT again,and more\n", "key: value\n", "# comment\n", "nothing,of\n"):
-            yield table(["urea_M", "WT", "b"], x, y, z) + between + table(None, again, bumpy(len(again)), bumpy(len(again), 3))
-    for breaks, quote in itertools.product(range(5), ('"{}"', '"{}""{}"', '{}"{}')):
-        name = quote.format("WT" + "\n" * breaks + "1", "b")
-        yield table(["urea_M", name, "c"], x, y, z)
-        yield table(["urea_M", "WT", "remark"], x, y, [name if i == 4 else "" for i in range(9)])
-    for n, times, low in itertools.product((3, 4, 5, 8, 9), (2, 3, 4), (0, 1.59, 1.6, 1.61)):
-        x = run_of(n) + run_of(n, 8, low) * (times - 1)
-        yield table(["urea_M", "WT"], x, bumpy(len(x)))
-    for unit in ("% of 8 M", "% w/v", "g/L", "mM", "µM", "% of 10 M", "ppm"):
-        for top in (8, 100, 8000):
-            yield table([f"GdmCl ({unit})", "WT"], run_of(9, top), y)
-            yield table(["conc", "WT"], [f"{value} {unit}" if i else value for i, value in enumerate(run_of(9, top))], y)
 
 
 def test_files_at_the_limits(read, tmp_path):
