@@ -85,8 +85,10 @@ def temperatures():
             yield table([*ONE, name], X, Y, [degrees] * 9)
         yield table(["urea_M", f"WT {degrees} K", f"b_{degrees}C"], X, Y, Z)
         yield f"# Temperature: {degrees}\n# measured at {degrees} degrees\n{table(ONE, X, Y)}"
-    for spread, several in product((0.9, 1.0, 1.1), (1, 3)):
-        yield table([*ONE, "T (C)"], X, Y, [20 + spread * (i // several % 2) for i in range(9)])
+    for spread, several, name in product((0.9, 1.0, 1.1, 2.9, 3.0, 3.1), (1, 3), ("T (C)", "t")):
+        yield table([*ONE, name], X, Y, [20 + spread * (i // several % 2) for i in range(9)])
+    for degrees in (3.9, 4, 4.1, 399.9, 400, 400.1):  # of a letter that may be another thing
+        yield table([*ONE, "t"], X, Y, [degrees] * 9)
 
 
 def headers():
