@@ -1,8 +1,9 @@
 // Reads figures back as a person does: by the marks of the axes and their labels.
 import type { Markup } from "../../figure/markup";
 
-export const all = (markup: Markup): Markup[] =>
-  [markup, ...markup.children.flatMap((child) => (child && typeof child === "object" ? all(child) : []))];
+/** An element and all within it, or those that meet a condition together with all that they stand in. */
+export const all = (markup: Markup, where: (one: Markup) => boolean = () => true): Markup[] => (!where(markup) ? []
+  : [markup, ...markup.children.flatMap((child) => (child && typeof child === "object" ? all(child, where) : []))]);
 export const withTag = (markup: Markup, tag: string) => all(markup).filter((one) => one.tag === tag);
 export const wordsOf = (markup: Markup): string => markup.children.map((child) => (!child ? "" : typeof child === "string" ? child : wordsOf(child))).join("");
 export const numbersIn = (path: unknown) => (String(path).match(/-?\d+(?:\.\d+)?(?:e-?\d+)?/g) ?? []).map(Number);
@@ -40,5 +41,14 @@ export function cornersOf({ attributes }: Markup, at: Axes): [number, number][] 
   return [...String(attributes.d).matchAll(/([MLHV])(-?[\d.]+(?:e-?\d+)?)(?: (-?[\d.]+(?:e-?\d+)?))?/g)].map(([, step, a, b]): [number, number] => {
     [x, y] = step === "H" ? [Number(a), y] : step === "V" ? [x, Number(a)] : [Number(a), Number(b)];
     return [at.x(x), at.y(y)];
+  });
+}
+
+/** Dots, bars and words that lie beyond the sheet; what is moved as a group is not looked at. */
+export function beyond(figure: Markup): string[] {
+  const { width, height } = figure.attributes as Record<string, number>;
+  return all(figure, ({ attributes }) => !attributes.transform).filter(({ tag }) => ["circle", "rect", "text"].includes(tag)).flatMap(({ tag, attributes }) => {
+    const [x, y, w, h] = [attributes.cx ?? attributes.x ?? 0, attributes.cy ?? attributes.y ?? 0, attributes.width ?? 0, attributes.height ?? 0].map(Number);
+    return x >= 0 && y >= 0 - (tag === "text" ? 10 : 0) && x + w <= width + 0.01 && y + h <= height + 0.01 ? [] : [`${tag} at ${x} ${y} of ${width} ${height}`];
   });
 }

@@ -7,7 +7,7 @@ import { curveFigure } from "../../figure/curve_figure";
 import type { Attributes, Markup } from "../../figure/markup";
 import { DARK, LIGHT, SERIES, rampColour } from "../../figure/palette";
 import * as records from "../../generated/records";
-import { Axes, axesOf, cornersOf, numbersIn, withTag, wordsOf } from "./drawn";
+import { Axes, axesOf, beyond, cornersOf, numbersIn, withTag, wordsOf } from "./drawn";
 import { answerOf, entry, state } from "./records";
 import { Truth, choices, newEngine, places, simulated } from "./simulated";
 import { ok, same, table, test } from "./check";
@@ -214,4 +214,13 @@ test("a trend: dG with its error against ln(label), what counts filled, and the 
   close(path(figure, { stroke: LIGHT.point, fill: undefined }, at).flat().map(([, y]) => y), [3.8, 4.2, 4.8, 4.8, 4.9, 5.1], 0.01);
   close(columns(path(figure, { stroke: LIGHT.fit }, at)[0])[1], [4, 4.5, 5], 0.01);
   same(having(figure, "path", { stroke: LIGHT.fit })[0].attributes["stroke-dasharray"], null);
+});
+
+test("nothing lies beyond the sheet", () => {
+  const rows = [-1500, 500].map((value) => ({ status: 0, shared_ddG: value, shared_interval: [value - 100, value + 100] }) as records.Comparison);
+  const trend = { label: [1, 9], dG: [4000, 5000], error: [200, 100], used: [1, 1], line: [500, 4000, 0.9, 2] };
+  for (const width of [420, 640, 900])
+    for (const [view, changes] of [["curve", {}], ["plate", { entries: wells }], ["overlay", { entries: wells }], ["set", { set: set({ trend }) }],
+      ["set", { entries: named, set: set({ reference: 3, keys: [1, 2], comparison: { rows } }) }]] as [State["view"], object][])
+      same(beyond(mainPicture(state({ entries: [one], chosen: one.key, view, ...changes }), width, LIGHT, true)!), [], `${view} of ${width}`);
 });
