@@ -43,7 +43,7 @@ def mentions_in(line):
         if unit is None or _RATE.match(text, match.end()):
             continue
         kind = _kind(text[: match.start()], text[match.end() :])
-        if end is not None and _LINK.fullmatch(text, end, match.start()):  # 'at 20 and 37 °C', a range: not one
+        if end is not None and _LINK.fullmatch(text, end, match.start()):  # 'at 20 and 37 °C' is not one
             found[-1] = replace(found[-1], kind="bare")
             kind = "bare"
         shown = f"{match[1]} {'K' if unit == 'K' else '°' + unit}"
