@@ -7,6 +7,7 @@ import pandas as pd
 from . import inference
 from .batch import as_curves, fit_each
 from .caution import LIMITS
+from .checks import level_of, place_of
 from .fit_record import Fit
 from .model import CAL_PER_UNIT
 from .replicates import gathered
@@ -115,7 +116,9 @@ def compare(fits, reference=0, *, level=0.95, settings=None, **options):
     curves are pooled, and `options` are those of `zolt.fit`. `reference` is the index or the name of
     one of them. All are taken for two states, with the readings and baselines of their fits.
     """
-    if not hasattr(fits, "columns") and not hasattr(fits, "items"):
+    if isinstance(fits, Fit):
+        raise ValueError("a comparison takes two curves or more, one of them as reference")
+    if isinstance(fits, (list, tuple)):
         fits = list(fits)
     if not (isinstance(fits, list) and all(isinstance(fit, Fit) for fit in fits)):
         settings = settings or settings_of(**{"states": 2, **options})
@@ -124,14 +127,9 @@ def compare(fits, reference=0, *, level=0.95, settings=None, **options):
         if fault := next((fit for fit in fits if isinstance(fit, Exception)), None):
             raise fault
     names = [fit.name for fit in fits]
-    if isinstance(reference, str):
-        if reference not in names:
-            raise ValueError(f"there is no curve '{reference}'; the curves are {', '.join(names)}")
-        reference = names.index(reference)
-    if len(fits) < 2 or not 0 <= reference < len(fits) or not 0.0 < level < 1.0:
-        raise ValueError(
-            "a comparison takes two curves or more, one of them as reference, and a level between 0 and 1"
-        )
+    reference, level = place_of(reference, names), level_of(level)
+    if len(fits) < 2:
+        raise ValueError("a comparison takes two curves or more, one of them as reference")
     choices = {(str(fit.settings.native), str(fit.settings.denatured), fit.settings.sd_known) for fit in fits}
     if len(choices) > 1:
         raise ValueError("the curves of a comparison have the same choices of baselines and deviations")

@@ -42,6 +42,9 @@ def read_file(path, layout=None, sheet=None, **options):
     denaturant and `unit` the unit of concentration. Unusable files raise `ReadError` with file,
     row, column and what was expected.
     """
+    if unknown := set(options) - set(Options.__dataclass_fields__):
+        known = ", ".join(Options.__dataclass_fields__)
+        raise TypeError(f"unknown option {', '.join(sorted(unknown))}; there are layout, sheet, {known}")
     options = Options(**options)
     grids, notes = _grids(Path(path), sheet, options.skip_rows)
     curves = []

@@ -30,6 +30,14 @@ class Options:
     denaturant: str = None
     unit: object = None
 
+    def __post_init__(self):
+        if self.decimal not in (None, ".", ","):
+            raise ValueError(f"decimal is '.' or ',', not {self.decimal!r}")
+        if isinstance(self.skip_rows, bool) or not isinstance(self.skip_rows, int) or self.skip_rows < 0:
+            raise ValueError(f"skip_rows is the number of rows to pass over, not {self.skip_rows!r}")
+        if isinstance(self.columns, (str, int)):
+            object.__setattr__(self, "columns", (self.columns,))
+
 
 @dataclass(eq=False)
 class Column:

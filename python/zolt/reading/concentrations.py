@@ -6,11 +6,10 @@ import numpy as np
 
 from .columns import read_numbers
 from .grid import shown, tidy_name
-from .quantities import HIGHEST_WITHOUT_UNIT, factor_to_molar, soluble
+from .quantities import HIGHEST_WITHOUT_UNIT, LEAST_CONCENTRATION, factor_to_molar, soluble
 from .spellings import SPELLINGS, denaturant_in, denaturant_of, plain, unit_of
 
 _LITTLE = 0.2  # M; urea and guanidinium salts unfold hardly anything below
-_LEAST = -0.05  # M; a refractometer may read a little below nothing
 
 
 def concentrations(table, column, options):
@@ -78,7 +77,7 @@ def _check_concentrations(table, column, values, has_unit):
         raise grid.fault(
             "the column of concentrations holds no numbers; name another one with --x.", None, column.place
         )
-    if known.min() < _LEAST:
+    if known.min() < LEAST_CONCENTRATION:
         i = int(np.nanargmin(values))
         raise grid.fault(
             f"a concentration below 0, {shown(column.cells[i].text)}.", table.rows[i], column.place

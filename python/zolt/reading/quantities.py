@@ -5,6 +5,7 @@ import re
 from .spellings import SPELLINGS, plain
 
 HIGHEST_WITHOUT_UNIT = 15.0  # M; more than any denaturant dissolves, so something else is meant
+LEAST_CONCENTRATION = -0.05  # M; a refractometer may read a little below nothing
 ENGINE_RANGE = 0.0, 100.0  # °C
 
 _TEMPERATURE_UNIT_OF = {
