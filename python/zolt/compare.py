@@ -6,7 +6,7 @@ import pandas as pd
 
 from . import inference
 from .batch import as_curves, fit_each
-from .caution import LIMITS
+from .caution import LIMITS, p_words
 from .checks import level_of, place_of
 from .fit_record import Fit
 from .model import CAL_PER_UNIT
@@ -82,10 +82,11 @@ class Comparison:
             "Mean m times the difference of Cm is what is often published. The plain difference asks nothing "
             "of m, but carries the error of both m-values over to zero denaturant."
         )
+        chance = p_words(self.p, LIMITS.shared_p)
         if self.p >= LIMITS.shared_p:
-            return f"The curves agree with one m of {m} (p = {self.p:.2g}): the global fit gives the sharpest ddG. {ways}"
+            return f"The curves agree with one m of {m} ({chance}): the global fit gives the sharpest ddG. {ways}"
         return (
-            f"The curves do not agree with one m ({m}, p = {self.p:.2g}): their ddG depends on the concentration. "
+            f"The curves do not agree with one m ({m}; {chance}): their ddG depends on the concentration. "
             "In water the plain difference holds; near the midpoints the difference of Cm tells more. "
             f"A difference of m may also be a third state: look at the residuals. {ways}"
         )

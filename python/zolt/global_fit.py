@@ -7,7 +7,7 @@ import pandas as pd
 
 from . import inference, model
 from .batch import as_curves
-from .caution import LIMITS, caution
+from .caution import LIMITS, caution, p_words
 from .checks import level_of, number, place_of
 from .model import CAL_PER_UNIT
 from .points import tidy_readings, usable_deviations
@@ -94,10 +94,11 @@ class GlobalFit:
         unit = f"{units}/mol/M" if self.share == "m" else f"{units}/mol"
         scale = CAL_PER_UNIT[units]
         values = ", ".join(f"{v / scale:.3f} ± {e / scale:.3f}" for v, e in zip(self.shared, self.shared_se))
-        verdict = "agree with it" if self.p >= 0.05 else "do not agree with it"
+        agree = self.p >= LIMITS.shared_p
+        verdict = "agree with it" if agree else "do not agree with it"
         return (
             f"Global fit of {self.record.curves} curves: {self.share} = {values} {unit}; "
-            f"the curves {verdict} (p = {self.p:.2g})."
+            f"the curves {verdict} ({p_words(self.p, LIMITS.shared_p)})."
         )
 
     def __repr__(self):
