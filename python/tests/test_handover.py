@@ -194,6 +194,9 @@ def test_other_commands_write_and_draw_in_the_same_way(run, tmp_path, command, r
     asked = ["--plot", drawn, "--width", 120, "--font", "DejaVu Serif", "--out", tmp_path / "o.xlsx"]
     assert run(command, source, *asked).exit_code == 0
     assert "DejaVu Serif" in drawn.read_text() and len(pd.read_excel(tmp_path / "o.xlsx")) == rows
+    sheets = pd.read_excel(tmp_path / "o.xlsx", sheet_name=None)
+    own = {"series": {"labels", "trend"}, "compare": {"comparison", "fits"}}[command]
+    assert set(sheets) == {"results", "readings", "curves", "fraction folded", "warnings", "settings"} | own
     refused = run(command, source, "--out", source)
     assert refused.exit_code == 2 and "this file is read" in refused.stderr and len(source.read_text()) > 1000
 

@@ -302,6 +302,13 @@ def test_curves_of_several_files_are_told_apart(tmp_path):
     assert {c.details["temperature_from"] for _, found in results[::2] for c in found.curves} == {"assumed"}
 
 
+def test_a_doubt_about_the_temperature_ends_where_one_is_given(tmp_path):
+    (tmp_path / "cold.csv").write_text("# stored at 4 °C\n" + PLAIN)
+    for temperature, codes in ((None, {"temperature_unclear"}), (20.0, set())):
+        ((_, found),) = read_together([tmp_path / "cold.csv"], temperature=temperature)
+        assert {note.code for note in found.notes} == codes == {n.code for c in found.curves for n in c.notes}
+
+
 def test_a_blank_column_is_a_curve_without_readings(tmp_path):
     (tmp_path / "f.csv").write_text("x,a,b\n0,1,\n1,2,\n")
     a, b = read_curves(tmp_path / "f.csv")

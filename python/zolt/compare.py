@@ -61,9 +61,24 @@ class Comparison:
                 for way, (value, error, span, _) in WAYS.items():
                     _describe(entry, f"ddG_{way}", f"_{units}_per_mol", energy, getattr(row, value),
                               getattr(row, error), getattr(row, span))  # fmt: skip
+            if self.ok:
+                m = f"_{units}_per_mol_per_M"
+                entry |= {f"one_m{m}": self.record.shared[0] / energy, f"one_m_se{m}": self.record.shared_se[0] / energy}
+                entry["one_m_p"] = self.p
             entry["warnings"] = ", ".join(caution.code for caution in fit.warnings)
             rows.append(entry)
         return pd.DataFrame(rows)
+
+    def facts(self, units="kcal"):
+        """What holds for all curves together, by name: reference, level, the one m and its test, advice."""
+        found = {"reference": self.fits[self.reference].name, "level of the intervals": self.level}
+        if self.ok:
+            scale = CAL_PER_UNIT[units]
+            found[f"one m ({units}/mol/M)"] = self.record.shared[0] / scale
+            found["its standard error"] = self.record.shared_se[0] / scale
+            found["p of one m"] = self.p
+            found["one m is doubted where p is below"] = LIMITS.shared_p
+        return {**found, "advice": self.advice(units)}
 
     def advice(self, units="kcal"):
         """Which of the three ways is right for these curves, in sentences."""

@@ -6,7 +6,7 @@ from functools import partial
 import click
 
 from ..output import print_fits
-from ..sheets import said_of
+from ..sheets import facts_table, said_of, sheets_of_fits
 from ..writing import TABLES
 from .delivery import Delivery, write_result
 from .help import GroupedCommand
@@ -71,11 +71,20 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
         click.echo(f"zolt: {str(fault).rstrip('.')}.", err=True)
         sys.exit(2)
     table = result.table(units)
-    write_result(delivery, table, lambda: result.plot(units=units, **look), look)
+    together = result.shared_m()
+    told = {"command": " ".join(["zolt", *sys.argv[1:]]), **reading, "form": form, "states": states,
+            "transition": transition, "labels": labels, "kept out of the trend": exclude,
+            "outliers": "kept" if keep_all else "left out", "signals": "raw" if raw else "normalised",
+            "temperature": f"{result.temperature:g} °C", "read": "; ".join(source.read)}  # fmt: skip
+    facts = {"trend": result.verdict_in(units), "one m": together.summary(units) if together else ""}
+    sheets = {"results": lambda: table, "labels": lambda: result.label_table(units),
+              "trend": lambda: facts_table(facts),
+              **sheets_of_fits(result.fits, told, source.problems)}  # fmt: skip
+    write_result(delivery, sheets, lambda: result.plot(units=units, **look), look)
     print_fits(table, units, said_of(result.fits))
     click.echo("\n" + result.label_table(units).to_string(index=False, float_format="{:.3f}".format, na_rep=""))
     click.echo(result.verdict_in(units))
-    if (together := result.shared_m()) is not None:
+    if together is not None:
         click.echo(together.summary(units))
     source.problems += delivery.problems
     source.finish()
