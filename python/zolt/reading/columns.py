@@ -134,6 +134,8 @@ def _headers(block, stated):
     low = list(rows[-1]) if rows else []
     if low and block.corner:
         low[0] = block.corner
+    elif len(rows) > 1 and not low[0] and rows[-2] and header_of(rows[-2][0]).role == "x":
+        low[0] = rows[-2][0]
     return (rows[-2] if len(rows) > 1 else []), low
 
 
