@@ -77,15 +77,20 @@ export function findBlocks(grid: Grid): { blocks: Block[]; stated: Stated } {
   const most = runs.reduce((rows, run) => Math.max(rows, run.body.length), 0);
   const blocks: Block[] = [];
   let carried = new Map<string, number>();
-  for (const { above, body } of runs) {
+  let groups: number[] = [];
+  for (const [i, { above, body }] of runs.entries()) {
     if (body.length < Math.min(3, most)) {
       append(aside, above);
       const roles = body.map((r) => markRole(grid.rows[r]));
-      if (roles.every(Boolean)) carried = new Map(body.map((r, i) => [roles[i]!, r])); // marks above the header
+      if (areAboveNames(grid, body, runs[i + 1]?.above ?? [])) {
+        if (countFromOne(grid, body[0])) carried = new Map([["replicate", body[0]]]);
+        else [groups, classes[body[0]]] = [body, "words"];
+      } else if (roles.every(Boolean)) carried = new Map(body.map((r, i) => [roles[i]!, r])); // marks above the header
       else append(aside, body);
       continue;
     }
-    const { block, rest } = blockOf(grid, above, body, classes);
+    const { block, rest } = blockOf(grid, [...groups, ...above], body, classes);
+    groups = [];
     block.marks = new Map([...carried, ...block.marks]);
     carried = new Map();
     blocks.push(block);
@@ -223,6 +228,19 @@ function namesColumns(grid: Grid, body: number[], header: number): boolean {
   return numbers && hasRepeats(grid, header) && !numbersReplicates(grid, body, header);
 }
 
+/** True for a row such as ', 330, 340' right above 'urea, WT, WT'. */
+function areAboveNames(grid: Grid, rows: number[], above: number[]): boolean {
+  const cells = grid.rows[rows[0]];
+  if (rows.length > 1 || above[0] !== rows[0] + 1 || cells.length !== grid.rows[above[0]].length) return false;
+  const numbers = cells.slice(1).every((cell) => cellOf(cell).kind === "number");
+  return numbers && (!cells[0] || headerOf(cells[0]).kind === "wavelength") && hasRepeats(grid, above[0]);
+}
+
+function countFromOne(grid: Grid, row: number): boolean {
+  const numbers = new Set(grid.rows[row].slice(1).map(wholeNumber));
+  return [...numbers.keys()].map((_, i) => i + 1).every((number) => numbers.has(number));
+}
+
 function hasRepeats(grid: Grid, header: number): boolean {
   const names = grid.rows[header].slice(1);
   return new Set(names).size < names.length || names.includes("");
@@ -230,9 +248,7 @@ function hasRepeats(grid: Grid, header: number): boolean {
 
 /** True for a first row such as ', 1, 2, 1, 2' below 'urea, WT, WT, V38A, V38A': 1, 2, ... without a gap. */
 function numbersReplicates(grid: Grid, body: number[], header: number): boolean {
-  const numbers = new Set(grid.rows[body[0]].slice(1).map(wholeNumber));
-  const counted = [...numbers.keys()].map((_, i) => i + 1).every((number) => numbers.has(number));
-  return body.length > 2 && hasRepeats(grid, header) && counted;
+  return body.length > 2 && hasRepeats(grid, header) && countFromOne(grid, body[0]);
 }
 
 /** A row of units below the header: units of concentration or signal and nothing else. */

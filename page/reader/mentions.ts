@@ -9,7 +9,7 @@ const KEYS = [...SPELLINGS.headers.temperature.words, ...SPELLINGS.short_tempera
 const ROUGHLY = String.raw`(?:\b(?:about|around|approx\.?|ca\.?|constant)|[~≈(])?\s*`;
 const IS = String.raw`(?:\s*[:=]|\s+(?:is|was|of|at|set to|held at|kept at))*\s*`;
 const MENTION = pattern(
-  String.raw`(?<![\w.,])${VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?(${UNITS})(?!\w)`, "g",
+  String.raw`(?<![\w.,])${VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?(${UNITS})(?!-?\w)`, "g",
 );
 const AFTER_T = whole(String.raw`.*(?<!\w)(?:${KEYS})\.?${IS}${ROUGHLY}`);
 const AFTER_AT = whole(String.raw`.*(?:(?<!\w)(?:at|bei)\s|@)\s*${ROUGHLY}`);

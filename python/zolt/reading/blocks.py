@@ -76,16 +76,22 @@ def find_blocks(grid):
         pending = _end_of(grid, runs[-1][1], pending, classes)
     aside += pending
     most = max((len(body) for _, body in runs), default=0)
-    blocks, carried = [], {}
-    for above, body in runs:
+    blocks, carried, groups = [], {}, []
+    for (above, body), (next_above, _) in zip(runs, [*runs[1:], ((), ())]):
         if len(body) < min(3, most):
             aside += above
-            if all(map(_mark_role, (grid.rows[r] for r in body))):  # marks above the header
+            if _are_above_names(grid, body, next_above):
+                if _count_from_one(grid, body[0]):
+                    carried = {"replicate": body[0]}
+                else:
+                    groups, classes[body[0]] = body, "T"
+            elif all(map(_mark_role, (grid.rows[r] for r in body))):  # marks above the header
                 carried = {_mark_role(grid.rows[r]): r for r in body}
             else:
                 aside += body
             continue
-        block, rest = _block(grid, above, body, classes)
+        block, rest = _block(grid, [*groups, *above], body, classes)
+        groups = []
         block.marks, carried = {**carried, **block.marks}, {}
         blocks.append(block)
         aside += rest
@@ -205,6 +211,20 @@ def _names_columns(grid, body, header):
     return numbers and _has_repeats(grid, header) and not _numbers_replicates(grid, body, header)
 
 
+def _are_above_names(grid, rows, above):
+    """True for a row such as ', 330, 340' right above 'urea, WT, WT'."""
+    cells = grid.rows[rows[0]]
+    if len(rows) > 1 or above[:1] != [rows[0] + 1] or len(cells) != len(grid.rows[above[0]]):
+        return False
+    numbers = all(cell_of(cell).kind == "number" for cell in cells[1:])
+    return numbers and (not cells[0] or header_of(cells[0]).kind == "wavelength") and _has_repeats(grid, above[0])
+
+
+def _count_from_one(grid, row):
+    numbers = {whole_number(cell) for cell in grid.rows[row][1:]}
+    return numbers == set(range(1, len(numbers) + 1))
+
+
 def _has_repeats(grid, header):
     names = grid.rows[header][1:]
     return len(set(names)) < len(names) or "" in names
@@ -212,8 +232,7 @@ def _has_repeats(grid, header):
 
 def _numbers_replicates(grid, body, header):
     """True for a first row such as ', 1, 2, 1, 2' below 'urea, WT, WT, V38A, V38A': 1, 2, ... without a gap."""
-    numbers = {whole_number(cell) for cell in grid.rows[body[0]][1:]}
-    return len(body) > 2 and _has_repeats(grid, header) and numbers == set(range(1, len(numbers) + 1))
+    return len(body) > 2 and _has_repeats(grid, header) and _count_from_one(grid, body[0])
 
 
 def _is_unit_row(cells):

@@ -10,7 +10,7 @@ _WORDS = SPELLINGS["temperature_in_text"]
 _KEYS = SPELLINGS["headers"]["temperature"]["words"] + SPELLINGS["short_temperature_keys"]
 _T = "|".join(map(re.escape, _KEYS))
 _ROUGHLY = r"(?:\b(?:about|around|approx\.?|ca\.?|constant)|[~≈(])?\s*"
-_MENTION = re.compile(rf"(?<![\w.,]){VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?({UNITS})(?!\w)")
+_MENTION = re.compile(rf"(?<![\w.,]){VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?({UNITS})(?!-?\w)")
 _IS = r"(?:\s*[:=]|\s+(?:is|was|of|at|set to|held at|kept at))*\s*"
 _AFTER_T = re.compile(rf".*(?<!\w)(?:{_T})\.?{_IS}{_ROUGHLY}")
 _AFTER_AT = re.compile(rf".*(?:(?<!\w)(?:at|bei)\s|@)\s*{_ROUGHLY}")
