@@ -35,6 +35,8 @@ def concentrations(table, column, options):
     values = read_numbers(table, column).copy()
     unit = stated_unit or column.unit or _unit_column(table) or table.stated.unit
     in_cells = [unit_of(c.unit) if c.kind == "number" and c.unit else None for c in column.cells]
+    if unit is not None and unit.key == "%":  # the header says of what the per cent of the cells are
+        in_cells = [None if own is not None and own.key == "%" else own for own in in_cells]
     units = {u for u in in_cells if u is not None}
     for i, (cell, own) in enumerate(zip(column.cells, in_cells)):
         if cell.kind == "number":
