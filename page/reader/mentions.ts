@@ -1,6 +1,6 @@
 // Temperatures that running text mentions, and which of them is the one of the measurement.
 
-import { UNITS, VALUE, celsius, decimal, unitInText } from "./quantities";
+import { GIVE_OR_TAKE, RATE, UNITS, VALUE, celsius, decimal, unitInText } from "./quantities";
 import { SPELLINGS, plain } from "./spellings";
 import { escaped, pattern, whole } from "./text_rules";
 
@@ -9,14 +9,14 @@ const KEYS = [...SPELLINGS.headers.temperature.words, ...SPELLINGS.short_tempera
 const ROUGHLY = String.raw`(?:\b(?:about|around|approx\.?|ca\.?|constant)|[~≈(])?\s*`;
 const IS = String.raw`(?:\s*[:=]|\s+(?:is|was|of|at|set to|held at|kept at))*\s*`;
 const MENTION = pattern(
-  String.raw`(?<![\w.,])${VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?(${UNITS})(?!-?\w)`, "g",
+  String.raw`(?<![\w.,])${VALUE}\s*${GIVE_OR_TAKE}(${UNITS})(?!-?\w)`, "g",
 );
 const AFTER_T = whole(String.raw`.*(?<!\w)(?:${KEYS})\.?${IS}${ROUGHLY}`);
 const AFTER_AT = whole(String.raw`.*(?:(?<!\w)(?:at|bei)\s|@)\s*${ROUGHLY}`);
 const ITEM_BEFORE = whole(String.raw`(?:.*[,;|(])?[\W_]*${ROUGHLY}`);
 const ITEM_BEHIND = whole(String.raw`\s*\.?(?:[,;|()].*)?`);
 const LINK = whole(String.raw`\s*(?:and|or|to|then|und|oder|bis|-|–|/|&|,(?:\s*then)?)\s*`);
-const RATE = pattern(String.raw`^\s*(?:/\s*(?:s|sec|m|min|h|hour)\b|per\b|\b(?:s|min|h)\s*-1)`);
+const RATE_BEHIND = pattern(`^${RATE}`);
 const WORD = pattern(String.raw`\w+`, "g");
 
 type Kind = "explicit" | "plain" | "other" | "bare";
@@ -42,7 +42,7 @@ export function mentionsIn(line: string): Mention[] {
     const behind = text.slice(start + match[0].length);
     const value = decimal(match[1]);
     const unit = unitInText(value, match[2], text);
-    if (unit === null || RATE.test(behind)) continue;
+    if (unit === null || RATE_BEHIND.test(behind)) continue;
     let kind = kindOf(text.slice(0, start), behind);
     if (end !== null && LINK.test(text.slice(end, start))) { // 'at 20 and 37 °C', a range: not one
       found.push({ ...found.pop()!, kind: "bare" });

@@ -9,12 +9,14 @@ const ENGINE_RANGE = [0.0, 100.0]; // °C
 const NAMED_UNITS = [...TEMPERATURE_UNITS.keys()].sort((a, b) => b.length - a.length).map(escaped).join("|");
 export const UNITS = String.raw`${NAMED_UNITS}|degrees?|deg\.?|°|º`; // of temperatures in running text and in names
 export const VALUE = String.raw`([+\-]?\d+(?:[.,]\d+)?)`;
+export const GIVE_OR_TAKE = String.raw`(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?`;
+export const RATE = String.raw`\s*(?:/\s*(?:s|sec|m|min|h|hour)\b|per\b|\b(?:s|min|h)\s*-1)`; // behind a unit: no temperature
 const TEMPERATURE = whole(
-  String.raw`(?:about|approx\.?|ca\.?|c\.|~|≈)?\s*${VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?(${NAMED_UNITS})?\s*\.?(?:[(,;].*)?`,
+  String.raw`(?:about|approx\.?|ca\.?|c\.|~|≈)?\s*${VALUE}\s*${GIVE_OR_TAKE}(${NAMED_UNITS})?\s*\.?(?:[(,;].*)?`,
 );
 // A letter that stands alone before the number makes it a residue, as in 'Q 41 C'.
 const IN_NAME = pattern(
-  String.raw`(\bat |@)?(?<![\w.,])(?<!\W[a-su-z] )(?<!^[a-su-z] )${VALUE}\s*(${UNITS})(?![\w%])`, "g",
+  String.raw`(\bat |@)?(?<![\w.,])(?<!\W[a-su-z] )(?<!^[a-su-z] )${VALUE}\s*${GIVE_OR_TAKE}(${UNITS})(?![\w%]|${RATE})`, "g",
 );
 const LEAST_KELVIN = 200.0; // less is an index, as in 'clone 12 K'
 

@@ -3,7 +3,7 @@
 import { Grid } from "./grid";
 import { Mention, chosenOf, mentionsIn } from "./mentions";
 import { temperatureFrom, temperatureUnit } from "./quantities";
-import { SPELLINGS, Unit, denaturantIn, denaturantOf, headerOf, plain, unitOf } from "./spellings";
+import { SPELLINGS, Unit, denaturantIn, denaturantOf, headerOf, plain, unitOf, wordsOf } from "./spellings";
 import { general, pattern, startOf, strippedOf, whole } from "./text_rules";
 
 const LONGEST_LINE = 400; // letters of a line that are looked at
@@ -38,6 +38,7 @@ function statedOf(pairs: Pair[], texts: string[]): Stated {
   let unit: Unit | null = null;
   let unclear: string | null = null;
   const axes = new Map<string, string>();
+  const mentions: Mention[] = [];
   for (const [key, value] of pairs) {
     const bare = strippedOf(plain(key), AROUND_KEYS);
     if (isTemperatureKey(bare)) {
@@ -52,9 +53,12 @@ function statedOf(pairs: Pair[], texts: string[]): Stated {
       unit = unit ?? unitOf(value);
     } else if (SPELLINGS.axis_keys.includes(bare)) {
       if (!axes.has(bare)) axes.set(bare, value);
+    } else if (wordsOf(bare).some((word) => SPELLINGS.headers.temperature.words.includes(word))) {
+      const degrees = givenBy(bare, value);
+      if (degrees !== null) mentions.push({ degrees, text: `${general(degrees)} °C`, kind: "bare" });
     }
   }
-  const mentions = texts.flatMap(mentionsIn);
+  mentions.push(...texts.flatMap(mentionsIn));
   const stated = mentions.filter(({ kind }) => kind === "explicit").map(({ degrees }) => degrees);
   const other = stated.find((degrees) => temperature !== null && degrees !== null && differ(degrees, temperature));
   if (temperature === null && !unclear) temperature = chosenOf(mentions);

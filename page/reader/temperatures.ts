@@ -64,17 +64,20 @@ export function temperatureOf(
     if (degrees !== null) return degrees;
     throw table.fault(`expected a temperature of 0 to 100 °C for ${signal}, found '${shown(text)}'.`);
   }
-  const names = [signal.name, ...keys, signal.group, signal.of!.name, table.title];
-  return temperatureOfNames(table.grid, names, table.stated!);
+  const names = [signal.name, ...keys, signal.group, signal.of!.name];
+  return temperatureOfNames(table.grid, names, table.stated!, table.title);
 }
 
-/** °C that one of the names of a curve states, else what the file says; what stays in doubt is noted. */
-export function temperatureOfNames(grid: Grid, names: string[], stated: Stated): number | null {
+/**
+ * °C that one of the names of a curve, or the title of its table, states, else what the file says.
+ * What stays in doubt is noted; of the title this is done with the other text.
+ */
+export function temperatureOfNames(grid: Grid, names: string[], stated: Stated, title = ""): number | null {
   const doubts = new Map<string, string>();
-  for (const name of names) {
+  for (const name of [...names, title]) {
     const { found, doubtful } = temperaturesInName(name);
     if (found.length === 1 && !doubtful.length) return found[0];
-    if (found.length || doubtful.length) doubts.set(name, oneOf(found, doubtful));
+    if ((found.length || doubtful.length) && name !== title) doubts.set(name, oneOf(found, doubtful));
   }
   if (stated.temperature === null)
     for (const [name, values] of doubts)

@@ -3,21 +3,21 @@
 import re
 from dataclasses import dataclass, replace
 
-from .quantities import UNITS, VALUE, celsius, unit_in_text
+from .quantities import GIVE_OR_TAKE, RATE, UNITS, VALUE, celsius, unit_in_text
 from .spellings import SPELLINGS, plain
 
 _WORDS = SPELLINGS["temperature_in_text"]
 _KEYS = SPELLINGS["headers"]["temperature"]["words"] + SPELLINGS["short_temperature_keys"]
 _T = "|".join(map(re.escape, _KEYS))
 _ROUGHLY = r"(?:\b(?:about|around|approx\.?|ca\.?|constant)|[~≈(])?\s*"
-_MENTION = re.compile(rf"(?<![\w.,]){VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?({UNITS})(?!-?\w)")
+_MENTION = re.compile(rf"(?<![\w.,]){VALUE}\s*{GIVE_OR_TAKE}({UNITS})(?!-?\w)")
 _IS = r"(?:\s*[:=]|\s+(?:is|was|of|at|set to|held at|kept at))*\s*"
 _AFTER_T = re.compile(rf".*(?<!\w)(?:{_T})\.?{_IS}{_ROUGHLY}")
 _AFTER_AT = re.compile(rf".*(?:(?<!\w)(?:at|bei)\s|@)\s*{_ROUGHLY}")
 _ITEM_BEFORE = re.compile(rf"(?:.*[,;|(])?[\W_]*{_ROUGHLY}")
 _ITEM_BEHIND = re.compile(r"\s*\.?(?:[,;|()].*)?")
 _LINK = re.compile(r"\s*(?:and|or|to|then|und|oder|bis|-|–|/|&|,(?:\s*then)?)\s*")
-_RATE = re.compile(r"\s*(?:/\s*(?:s|sec|m|min|h|hour)\b|per\b|\b(?:s|min|h)\s*-1)")
+_RATE = re.compile(RATE)
 
 
 @dataclass(frozen=True)

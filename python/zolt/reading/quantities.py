@@ -15,12 +15,16 @@ _KEY_OF_UNIT = {name: key for key, entry in SPELLINGS["temperature_units"].items
 _UNITS = "|".join(sorted(map(re.escape, _TEMPERATURE_UNIT_OF), key=len, reverse=True))
 UNITS = rf"{_UNITS}|degrees?|deg\.?|°|º"  # of temperatures in running text and in names
 VALUE = r"([+-]?\d+(?:[.,]\d+)?)"
+GIVE_OR_TAKE = r"(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?"
+RATE = r"\s*(?:/\s*(?:s|sec|m|min|h|hour)\b|per\b|\b(?:s|min|h)\s*-1)"  # behind a unit: no temperature
 _TEMPERATURE = re.compile(
-    rf"(?:about|approx\.?|ca\.?|c\.|~|≈)?\s*{VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?"
+    rf"(?:about|approx\.?|ca\.?|c\.|~|≈)?\s*{VALUE}\s*{GIVE_OR_TAKE}"
     rf"({_UNITS})?\s*\.?(?:[(,;].*)?"
 )
 # A letter that stands alone before the number makes it a residue, as in 'Q 41 C'.
-_IN_NAME = re.compile(rf"(\bat |@)?(?<![\w.,])(?<!\W[a-su-z] )(?<!^[a-su-z] ){VALUE}\s*({UNITS})(?![\w%])")
+_IN_NAME = re.compile(
+    rf"(\bat |@)?(?<![\w.,])(?<!\W[a-su-z] )(?<!^[a-su-z] ){VALUE}\s*{GIVE_OR_TAKE}({UNITS})(?![\w%]|{RATE})"
+)
 _LEAST_KELVIN = 200.0  # less is an index, as in 'clone 12 K'
 
 

@@ -3,9 +3,9 @@
 import re
 from dataclasses import dataclass
 
-from .mentions import choose, mentions_in
+from .mentions import Mention, choose, mentions_in
 from .quantities import temperature_from, temperature_unit
-from .spellings import SPELLINGS, Unit, denaturant_in, denaturant_of, header_of, plain, unit_of
+from .spellings import SPELLINGS, Unit, denaturant_in, denaturant_of, header_of, plain, unit_of, words_of
 
 _LONGEST_LINE = 400  # characters of a line that are looked at
 _WORDS_VALUE = re.compile(r"\W*([^\d:=]+?)\s+([+-]?\d.*)")
@@ -30,7 +30,7 @@ class Stated:
 def _stated(pairs, texts):
     """The `Stated` of pairs of key and value and of running texts."""
     temperature = denaturant = unit = unclear = None
-    axes = {}
+    axes, mentioned = {}, []
     for key, value in pairs:
         bare = plain(key).strip("#%!/:;$ ")
         if _is_temperature(bare):
@@ -47,7 +47,9 @@ def _stated(pairs, texts):
             unit = unit or unit_of(value)
         elif bare in SPELLINGS["axis_keys"]:
             axes.setdefault(bare, value)
-    mentioned = [mention for text in texts for mention in mentions_in(text)]
+        elif _speaks_of_temperature(bare) and (degrees := _given(bare, value)) is not None:
+            mentioned.append(Mention(degrees, f"{degrees:g} °C", "bare"))
+    mentioned += [mention for text in texts for mention in mentions_in(text)]
     stated = [m.degrees for m in mentioned if m.kind == "explicit" and m.degrees is not None]
     if temperature is None and not unclear:
         temperature = choose(mentioned)
@@ -85,6 +87,10 @@ def states_something(cells):
     key = plain(cells[0]).strip("#%!/:;$=. ") if cells else ""
     known = SPELLINGS["metadata"]["denaturant"] + SPELLINGS["metadata"]["unit"]
     return key in known or key in SPELLINGS["axis_keys"] or _is_temperature(key)
+
+
+def _speaks_of_temperature(key):
+    return any(word in SPELLINGS["headers"]["temperature"]["words"] for word in words_of(key))
 
 
 def _is_temperature(key):

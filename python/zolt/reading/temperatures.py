@@ -61,18 +61,21 @@ def temperature_of(table, signal, by_row, rows, keys=()):
                 f"expected a temperature of 0 to 100 °C for {signal}, found '{shown(text)}'."
             )
         return degrees
-    names = (signal.name, *keys, signal.group, signal.of.name, table.title)
-    return temperature_of_names(table.grid, names, table.stated)
+    names = (signal.name, *keys, signal.group, signal.of.name)
+    return temperature_of_names(table.grid, names, table.stated, table.title)
 
 
-def temperature_of_names(grid, names, stated):
-    """°C that one of the names of a curve states, else what the file says; what stays in doubt is noted."""
+def temperature_of_names(grid, names, stated, title=""):
+    """°C that one of the names of a curve, or the title of its table, states, else what the file says.
+
+    What stays in doubt is noted; of the title this is done with the other text.
+    """
     doubtful = {}
-    for name in names:
+    for name in (*names, title):
         found, unsure = temperatures_in_name(name)
         if len(found) == 1 and not unsure:
             return found.pop()
-        if found or unsure:
+        if (found or unsure) and name != title:
             doubtful[name] = _or(found, unsure)
     if stated.temperature is None:
         for name, values in doubtful.items():
