@@ -326,6 +326,10 @@ FOREIGN = {
     ),
     "no workbook in the package": (packed(readme="a text"), "a compressed file that is no workbook"),
     "a damaged package": (packed(readme="a text")[:40], "this workbook is damaged"),
+    "a password": (
+        b"\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1" + bytes(600) + "EncryptedPackage".encode("utf-16-le"),
+        "protected by a password; save it without one",
+    ),
     "a cell far away": (far_cell(), "the table has 16384 columns; at most 5000 are read"),
     "binary": (bytes(range(256)) * 4, "binary data"),
     "a picture": (b"\x89PNG\r\n" + bytes(60), "a picture"),

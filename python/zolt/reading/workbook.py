@@ -9,6 +9,7 @@ from .taken_out import TakenOut
 
 MOST_UNPACKED = 100_000_000  # bytes; a workbook of a plate reader has a hundredth of it
 _ZIP, _OLD = b"PK\x03\x04", b"\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1"
+_ENCRYPTED = "EncryptedPackage".encode("utf-16-le")  # the name of a stream within the old container
 
 
 def is_workbook(raw):
@@ -19,6 +20,8 @@ def is_workbook(raw):
 def grids_of_workbook(source, raw, skip_rows=0):
     """A `Grid` for every sheet, and the names of the sheets that are hidden."""
     try:
+        if raw.startswith(_OLD) and _ENCRYPTED in raw:
+            raise ReadError(f"{source}: this workbook is protected by a password; save it without one.")
         if raw.startswith(_OLD):
             from .workbook_xls import sheets_of_xls as sheets_of
         else:
