@@ -193,7 +193,8 @@ def test_temperatures(text, unit, wanted):
 
 
 NAMES = [("F350_40C", 40.0), ("WT 25 °C", 25.0), ("WT-15C rep2", 15.0), ("298 K", 24.85), ("40C 45C", None),
-         ("WT at 37 degrees", 37.0), ("scatter at 90 degrees", None), ("Q 41 C", None), ("20 +/- 0.1 C", 20.0), ("1 C/min", None), ("WT (37 deg)", None),
+         ("WT at 37 degrees", 37.0), ("scatter at 90 degrees", None), ("Q 41 C", None),
+         ("20 +/- 0.1 C", 20.0), ("1 C/min", None), ("WT (37 deg)", None),
          ("A10C", None), ("T4V", None), ("4K", None), ("NRC_1", None), ("C12", None), ("5 M", None)]  # fmt: skip
 
 

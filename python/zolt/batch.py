@@ -40,7 +40,7 @@ def as_curves(curves):
         curves = [curves] if isinstance(curves, Curve) else curves.curves
     if hasattr(curves, "columns"):
         if len(curves.columns) < 2:
-            raise ValueError("the table has one column; expected concentrations first and a signal in each other")
+            raise ValueError("the table has one column; expected concentrations and a signal in each other")
         x = curves.iloc[:, 0]
         curves = [Curve(str(name), x, curves.iloc[:, i]) for i, name in enumerate(curves.columns) if i]
     elif hasattr(curves, "items"):
@@ -51,8 +51,10 @@ def as_curves(curves):
         curves = list(curves)
         if all(isinstance(c, Curve) and all(isinstance(row, np.ndarray) for row in c) for c in curves):
             return curves
-        curves = [c if isinstance(c, Curve) else _curve(f"curve {i}", c) for i, c in enumerate(curves, start=1)]
-    rows = [replace(c, x=numbers(c.x, f"x of '{c.name}'"), y=numbers(c.y, f"y of '{c.name}'")) for c in curves]
+        curves = [c if isinstance(c, Curve) else _curve(f"curve {i}", c) for i, c in enumerate(curves, 1)]
+    rows = [
+        replace(c, x=numbers(c.x, f"x of '{c.name}'"), y=numbers(c.y, f"y of '{c.name}'")) for c in curves
+    ]
     notes = {note.curve: (note,) for note in identical_curves(rows)}
     return [replace(curve, notes=(*curve.notes, *notes.get(curve.name, ()))) for curve in rows]
 

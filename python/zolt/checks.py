@@ -1,4 +1,4 @@
-"""What people hand over in Python, looked at before it is used; what cannot be used is told in one sentence."""
+"""What people hand over in Python, looked at before it is used; a sentence on what cannot be used."""
 
 import os
 
@@ -38,7 +38,9 @@ def concentrations(values, name="x"):
     x = numbers(values, name)
     least = np.fmin.reduce(x, initial=0.0)
     if least < LEAST_CONCENTRATION:
-        raise ValueError(f"{name} goes down to {least:g} M; a concentration is 0 or more: is {name} the signal?")
+        raise ValueError(
+            f"{name} goes down to {least:g} M; a concentration is 0 or more: is {name} the signal?"
+        )
     return x
 
 

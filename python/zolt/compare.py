@@ -62,8 +62,9 @@ class Comparison:
                     _describe(entry, f"ddG_{way}", f"_{units}_per_mol", energy, getattr(row, value),
                               getattr(row, error), getattr(row, span))  # fmt: skip
             if self.ok:
-                m = f"_{units}_per_mol_per_M"
-                entry |= {f"one_m{m}": self.record.shared[0] / energy, f"one_m_se{m}": self.record.shared_se[0] / energy}
+                unit = f"{units}_per_mol_per_M"
+                entry[f"one_m_{unit}"] = self.record.shared[0] / energy
+                entry[f"one_m_se_{unit}"] = self.record.shared_se[0] / energy
                 entry["one_m_p"] = self.p
             entry["warnings"] = ", ".join(caution.code for caution in fit.warnings)
             rows.append(entry)
@@ -99,7 +100,9 @@ class Comparison:
         )
         chance = p_words(self.p, LIMITS.shared_p)
         if self.p >= LIMITS.shared_p:
-            return f"The curves agree with one m of {m} ({chance}): the global fit gives the sharpest ddG. {ways}"
+            return (
+                f"The curves agree with one m of {m} ({chance}): the global fit gives the sharpest ddG. {ways}"
+            )
         return (
             f"The curves do not agree with one m ({m}; {chance}): their ddG depends on the concentration. "
             "In water the plain difference holds; near the midpoints the difference of Cm tells more. "

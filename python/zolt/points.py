@@ -84,5 +84,7 @@ def usable_deviations(sd, n, weights, y):
 def _beside(values, name, y):
     values = numbers(values, name)
     if values.size != np.size(y):
-        raise ValueError(f"y has {np.size(y)} values and {name} has {values.size}; a curve needs as many of each")
+        raise ValueError(
+            f"y has {np.size(y)} values and {name} has {values.size}; a curve needs as many of each"
+        )
     return values

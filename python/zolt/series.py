@@ -246,8 +246,8 @@ def _numeric_labels(labels, count):
         numbers = np.array([np.nan])
     if not np.isfinite(numbers).all():
         raise ValueError(
-            "every curve of a series needs a number as its label: give a column or a row 'label', or the labels "
-            f"of all {count} curves in their order"
+            "every curve of a series needs a number as its label: give a column or a row 'label', or the "
+            f"labels of all {count} curves in their order"
         )
     return numbers
 

@@ -69,8 +69,8 @@ class Settings:
         for value in () if isinstance(self.m, str) else _values("m", self.m, "cal/mol/M"):
             if not _LEAST_M <= value <= _MOST_M:
                 raise ValueError(
-                    f"m is {value:g} cal/mol/M; of proteins it lies between {_LEAST_M} and {_MOST_M:,}: the command "
-                    "line takes m in kcal or kJ, as --units says, Python in cal"
+                    f"m is {value:g} cal/mol/M; of proteins it lies between {_LEAST_M} and {_MOST_M:,}: the "
+                    "command line takes m in kcal or kJ, as --units says, Python in cal"
                 )
         for value in _values("dG", self.dG, "cal/mol"):
             if not _LEAST_DG <= abs(value) <= _MOST_DG:

@@ -58,10 +58,10 @@ class Delivery:
 
 
 def write_result(delivery, sheets, draw, look):
-    """Write the tables and the picture of what curves gave together; `draw` makes the picture if it is asked for.
+    """Write the tables and the picture of what curves gave together.
 
-    `sheets` are tables by name, functions that make them, the first of which is all that other files
-    than workbooks hold.
+    `sheets` are functions that make tables, by name; other files than workbooks hold the first alone.
+    `draw` makes the picture if it is asked for.
     """
 
     def write(path):

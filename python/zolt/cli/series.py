@@ -98,7 +98,9 @@ def _numbers(option, text, kind, names):
         try:
             found.append(kind(part))
         except ValueError:
-            what = "numbers with commas between them, as 1,2,5" if kind is float else "places of curves, as 1,3"
+            what = (
+                "numbers with commas between them, as 1,2,5" if kind is float else "places of curves, as 1,3"
+            )
             raise click.UsageError(f"{option} takes {what}; '{part.strip()}' is none; {curves}.") from None
     if kind is float and len(found) != len(names):
         raise click.UsageError(f"{option} has {len(found)} numbers and needs one for every curve; {curves}.")

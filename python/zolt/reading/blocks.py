@@ -216,8 +216,9 @@ def _are_above_names(grid, rows, above):
     cells = grid.rows[rows[0]]
     if len(rows) > 1 or above[:1] != [rows[0] + 1] or len(cells) != len(grid.rows[above[0]]):
         return False
-    numbers = all(cell_of(cell).kind == "number" for cell in cells[1:])
-    return numbers and (not cells[0] or header_of(cells[0]).kind == "wavelength") and _has_repeats(grid, above[0])
+    if cells[0] and header_of(cells[0]).kind != "wavelength":
+        return False
+    return all(cell_of(cell).kind == "number" for cell in cells[1:]) and _has_repeats(grid, above[0])
 
 
 def _count_from_one(grid, row):
@@ -231,7 +232,7 @@ def _has_repeats(grid, header):
 
 
 def _numbers_replicates(grid, body, header):
-    """True for a first row such as ', 1, 2, 1, 2' below 'urea, WT, WT, V38A, V38A': 1, 2, ... without a gap."""
+    """True for a first row such as ', 1, 2, 1, 2' below 'urea, WT, WT, V38A, V38A', without a gap."""
     return len(body) > 2 and _has_repeats(grid, header) and _count_from_one(grid, body[0])
 
 
