@@ -15,6 +15,7 @@ from . import engine
 from .batch import as_curves
 from .engine import CM_ELEMENTS, DG_ELEMENTS, Element
 from .caution import caution, cautions_of_notes
+from .checks import number
 from .fit_record import Fit
 from .model import CAL_PER_UNIT
 from .points import spike_marks, tidy_readings
@@ -194,7 +195,14 @@ def fit_series(
     """
     if form not in FORMS:
         raise ValueError(f"form is one of {', '.join(FORMS)}, not {form!r}")
+    if states not in (2, 3, 4):
+        raise ValueError(f"states of a series are 2, 3 or 4, not {states!r}")
+    if transition not in range(1, int(states)):
+        raise ValueError(f"{states} states have the transitions 1 to {states - 1}, not {transition!r}")
+    states, temperature = int(states), None if temperature is None else number(temperature, "temperature", "°C")
     curves = as_curves(curves)
+    if include is not None and np.size(include) != len(curves):
+        raise ValueError(f"include tells of each of the {len(curves)} curves whether it enters the trend")
     labels = np.array([c.label for c in curves] if labels is None else labels, dtype=object)
     labels = _numeric_labels(labels, len(curves))
     readings = [tidy_readings(*curve)[:2] for curve in curves]
