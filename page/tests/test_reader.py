@@ -253,7 +253,8 @@ def test_several_files_are_told_apart(read, tmp_path):
         (tmp_path / name).write_text(host.PLAIN)
     (tmp_path / "bad.csv").write_text("urea_M\n1\n2\n")
     (tmp_path / "warm.csv").write_text("# Temp: 37 °C\n" + host.PLAIN.replace("1.5", "9.5"))
-    paths = [tmp_path / name for name in ("one.csv", "bad.csv", "two.csv", "warm.csv")]
+    (tmp_path / "cold.csv").write_text("# stored at 4 °C\n" + host.PLAIN.replace("1.5", "8.5"))
+    paths = [tmp_path / f"{name}.csv" for name in ("one", "bad", "two", "warm", "cold")]
     (found,) = read([request(*paths, temperature=20)])
     wanted = [of_host(one, tmp_path) for _, one in read_together(paths, temperature=20)]
     for page, one in zip(map(of_page, found), wanted):
