@@ -56,6 +56,11 @@ def _sentence(texts):
     return f"{texts[0][:1].upper()}{texts[0][1:].rstrip('.')}."
 
 
+def p_words(p, limit):
+    """A chance beside the limit that it is measured by."""
+    return f"p = {p:.2g}, {'below' if p < limit else 'not below'} {limit:g}"
+
+
 def codes_of(cautions):
     """The codes in one cell of a table."""
     return ", ".join(caution.code for caution in cautions)
