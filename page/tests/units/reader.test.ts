@@ -154,6 +154,11 @@ table("kinds of number formats", kind, [
   ['0.0 "M"', "plain"],
   ["[Red]0.0;-0.0", "plain"],
 ]);
+test("formats that every workbook knows by number", () => {
+  const found = Array.from({ length: 50 }, (_, number) => kindOfFormat(number, new Map([[14, "0.0"]])));  // their numbers are no workbook's own
+  const wanted = found.map((_, i) => (i === 9 || i === 10 ? "percentage" : i === 46 ? "duration" : (i >= 14 && i <= 22) || i === 45 || i === 47 ? "date" : "plain"));
+  same(found, wanted);
+});
 table("numbers of workbooks as text", textOfNumber, [
   [0.25, "percentage", 1900, "25 %"],
   [1.5, "plain", 1900, "1.5"],
