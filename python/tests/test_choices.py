@@ -231,9 +231,13 @@ def test_a_session_of_the_page_runs_here(tmp_path):
             '{"format": "zolt session", "formatVersion": 1, "settings": {"states": 7}, "curves": [1]}',
             "settings are damaged",
         ),
-        ('{"format": "zolt session", "formatVersion": 1, "settings": [1], "curves": [1]}', "settings are damaged"),
         (
-            '{"format": "zolt session", "formatVersion": 1, "curves": [{"x": [1], "y": [1], "temperature": 25, "fit": [3]}]}',
+            '{"format": "zolt session", "formatVersion": 1, "settings": [1], "curves": [1]}',
+            "settings are damaged",
+        ),
+        (
+            '{"format": "zolt session", "formatVersion": 1, "curves": '
+            '[{"x": [1], "y": [1], "temperature": 25, "fit": [3]}]}',
             "results of the session are damaged",
         ),
         (

@@ -70,8 +70,8 @@ class Comparison:
         if len(temperatures) > 1:
             degrees = ", ".join(f"{value:g}" for value in temperatures)
             return (
-                f"The curves stand at different temperatures ({degrees} °C): what differs between them is not "
-                "what differs between the proteins. Compare curves of one temperature."
+                f"The curves stand at different temperatures ({degrees} °C): what differs between them "
+                "is not what differs between the proteins. Compare curves of one temperature."
             )
         if not self.ok:
             return f"No global fit: {inference.sentence(self.record.status)}"
@@ -82,10 +82,12 @@ class Comparison:
             "of m, but carries the error of both m-values over to zero denaturant."
         )
         if self.p >= LIMITS.shared_p:
-            return f"The curves agree with one m of {m} (p = {self.p:.2g}): the global fit gives the sharpest ddG. {ways}"
+            agreed = f"The curves agree with one m of {m} (p = {self.p:.2g})"
+            return f"{agreed}: the global fit gives the sharpest ddG. {ways}"
         return (
-            f"The curves do not agree with one m ({m}, p = {self.p:.2g}): their ddG depends on the concentration. "
-            "In water the plain difference holds; near the midpoints the difference of Cm tells more. "
+            f"The curves do not agree with one m ({m}, p = {self.p:.2g}): their ddG depends on the "
+            "concentration. In water the plain difference holds; near the midpoints the difference of Cm "
+            "tells more. "
             f"A difference of m may also be a third state: look at the residuals. {ways}"
         )
 

@@ -113,7 +113,7 @@ def fit(
 
 
 def _without(kept, marked, wanted, settings):
-    """The kept points less the marked ones, if a quarter of the wanted ones at most is lost, and enough stay."""
+    """The kept points less the marked ones, if at most a quarter of the wanted ones goes and enough stay."""
     fewer = kept & ~marked
     left, all_wanted = np.count_nonzero(fewer), np.count_nonzero(wanted)
     if np.any(kept & marked) and all_wanted - left <= all_wanted // 4:

@@ -63,8 +63,8 @@ class Settings:
         held = () if isinstance(self.m, str) else np.ravel(self.m).astype(float)
         if any(not _LEAST_M <= value <= _MOST_M for value in held if value == value):
             raise ValueError(
-                f"m is {held[0]:g} cal/mol/M; of proteins it lies between {_LEAST_M} and {_MOST_M:,}: the command "
-                "line takes m in kcal or kJ, as --units says, Python in cal"
+                f"m is {held[0]:g} cal/mol/M; of proteins it lies between {_LEAST_M} and {_MOST_M:,}: the "
+                "command line takes m in kcal or kJ, as --units says, Python in cal"
             )
         if self.shares_m and self.states == "auto":
             object.__setattr__(self, "states", 2)  # which is what curves with one m are fitted with

@@ -57,7 +57,7 @@ class Delivery:
 
 
 def write_result(delivery, table, draw, look):
-    """Write the table and the picture of what curves gave together; `draw` makes the picture if it is asked for."""
+    """Write the table and the picture of what curves gave together; `draw` makes the picture."""
     delivery.write("--out", lambda path: write_table(table, path))
     if delivery.asked("--plot"):
         from ..plot import save_figure

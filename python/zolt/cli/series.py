@@ -72,7 +72,8 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
     table = result.table(units)
     write_result(delivery, table, lambda: result.plot(units=units, **look), look)
     print_fits(table, units, said_of(result.fits))
-    click.echo("\n" + result.label_table(units).to_string(index=False, float_format="{:.3f}".format, na_rep=""))
+    labels = result.label_table(units)
+    click.echo("\n" + labels.to_string(index=False, float_format="{:.3f}".format, na_rep=""))
     click.echo(result.verdict_in(units))
     if (together := result.shared_m()) is not None:
         click.echo(together.summary(units))

@@ -103,7 +103,7 @@ def _is_logarithmic(series):
 
 
 def _places(labels, among, logarithmic=True):
-    """Where labels stand: on a logarithmic axis 0 lies a usual step left of the smallest other `among` all."""
+    """Where labels stand: on a logarithmic axis 0 lies a usual step left of the least other `among` all."""
     positive = np.unique(among[among > 0])
     if not logarithmic or not positive.size:
         return labels
