@@ -50,6 +50,7 @@ def test_the_aggregation_form_follows_the_label_itself():
     )
     assert series.slope == pytest.approx(500.0, rel=0.1)
     assert "per unit of the label" in series.verdict
+    assert series.plot().axes[1].get_xscale() == "linear"
     with pytest.raises(ValueError, match="trend form"):
         series.curve("denatured")
 
