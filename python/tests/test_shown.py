@@ -6,6 +6,7 @@ After a change that is meant, `python3 python/tests/test_shown.py` records it an
 
 import os
 import re
+import tempfile
 from pathlib import Path
 
 import numpy as np
@@ -15,6 +16,7 @@ from test_warnings import CASES, fitted
 
 import zolt
 from zolt.cli import main
+from zolt.report import write_report
 
 ROOT, SHOWN = Path(__file__).resolve().parents[2], Path(__file__).with_name("shown.txt")
 COMMANDS = [
@@ -49,7 +51,7 @@ def said(name, x, y, options):
         return
     yield from (fit.settings.line("kJ"), zolt.methods([fit]), fit.evidence)
     if fit.answer is not None:
-        yield from (fit.intervals(0.9, method) for method in ("profile", "linear"))
+        yield from (fit.intervals(method=method) for method in ("profile", "linear"))
 
 
 def parts():
@@ -59,6 +61,13 @@ def parts():
         yield re.sub(r"in [\d.]+ s\.", "in a moment.", f"$ zolt {command}\n{done.stderr}{done.stdout}")
     for name, (x, y), options in [*((n, make(), o) for n, (make, o) in CASES.items()), *lopsided()]:
         yield "\n".join(map(str, said(name, x, y, options)))
+    fits = [zolt.fit(*simulate(FKBP12, 48, noise=0.01), name="two", denaturant="urea"),
+            zolt.fit(*simulate(THREE, 48, noise=0.01), 10.0, name="three"), zolt.fit([], [])]  # fmt: skip
+    with tempfile.TemporaryDirectory() as folder:
+        path, spans = Path(folder) / "r.html", [fit.intervals() if fit.ok else None for fit in fits]
+        write_report(path, fits, spans, units="kJ", settings={"files": "none"}, read=["read"])
+        page = re.sub(r"<style.*?</style>|<[^>]*>", " ", path.read_text(), flags=re.S)
+    yield re.sub(r"(\s*\n)+", "\n", page.partition("Logbook")[0])  # which has the date
     curves = zolt.read_curves("examples/series.csv")
     yield "\n".join(map(str, (zolt.fit_global(curves), zolt.fit_global(curves[:4], share="dG", reference=1),
                               zolt.compare(curves[2:], 1), zolt.fit_series(curves)))) + "\n"  # fmt: skip
