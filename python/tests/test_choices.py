@@ -146,8 +146,9 @@ def test_one_m_for_all_curves(table):
     for wrong in (
         dict(m="shared", dG=5000.0),
         dict(m="shared", intervals=dict(method="bootstrap")),
-        dict(m="held"),
-    ):
+        dict(m="held"), dict(m=19.9), dict(m=50_001.0), dict(residues=0), dict(states=1), dict(weights="n"),
+        dict(replicates="all"), dict(baselines=(1.0, 2.0)), dict(baselines={"left": "flat"}),
+    ):  # fmt: skip
         with pytest.raises(ValueError):
             settings_of(**wrong)
 
@@ -163,6 +164,8 @@ SETTINGS = [
     dict(m="shared", replicates="each", sd_known=True),
     dict(dG=[None, 9000.0], Cm=3.2, states="picker"),
     dict(midpoint_only=True),
+    dict(m=20.0, residues=1),
+    dict(m=50_000.0),
 ]
 
 

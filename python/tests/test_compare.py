@@ -71,7 +71,8 @@ def test_wrong_comparisons_are_refused():
     for arguments, said in (
         ((proteins()[:1],), "two curves or more"),
         ((proteins(), "p9"), "there is no curve 'p9'"),
-        ((proteins(), 7), "one of them as reference"),
+        ((proteins(), 3), "one of them as reference"),
+        ((proteins(), -1), "one of them as reference"),
     ):
         with pytest.raises(ValueError, match=said):
             zolt.compare(*arguments)

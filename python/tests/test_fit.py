@@ -76,6 +76,11 @@ def test_a_curve_without_a_fit_says_why(change, status):
         fit.intervals()
 
 
+def test_the_shortest_and_the_longest_curves_are_fitted():
+    assert zolt.fit(*simulate(FKBP12, 384), states=2).ok and zolt.fit(*simulate(FKBP12, 8), states=2).ok
+    assert zolt.fit(*simulate(FKBP12, 6), midpoint_only=True).status != "too few points"
+
+
 def test_a_number_of_states_forces_a_fit_that_is_doubted():
     x = np.linspace(0.0, 8.0, 24)
     y = 0.1 * x + np.random.default_rng(3).normal(0.0, 0.02, x.size)

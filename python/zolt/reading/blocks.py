@@ -219,8 +219,8 @@ def _header_rows(grid, rows, body):
     generic = len(set(names)) < len(names) or all(
         header_of(name).role in ("x", "y", "deviation", "n", "replicate") for name in names[1:]
     )
-    pair_of_words = filled in ([0, 1], [0]) and not (filled == [0] and width == 2)
-    if generic and len(filled) >= 1 and not pair_of_words and width > 2:
+    pair_of_words = filled in ([0, 1], [0])
+    if generic and not pair_of_words and width > 2:
         return rows[-2:]
     return rows[-1:]
 
