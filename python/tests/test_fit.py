@@ -42,6 +42,14 @@ def test_the_picker_sees_an_uneven_grid_as_an_even_one():
     assert zolt.pick_states(twice, np.repeat(y, 2)) == 3
 
 
+@pytest.mark.parametrize("off, even", [(0.009, True), (0.011, False)])
+def test_the_picker_takes_a_grid_for_even_to_a_hundredth(monkeypatch, off, even):
+    x, y = simulate(THREE, 41)
+    monkeypatch.setattr(engine, "pick_states", lambda seen: np.array_equal(seen, y))
+    x[20] += off * 0.2
+    assert zolt.pick_states(x, y) == even
+
+
 def test_order_and_blanks_of_the_readings_do_not_matter(curve):
     x, y = curve
     shuffled = np.random.default_rng(1).permutation(x.size)

@@ -10,6 +10,7 @@ import tempfile
 from pathlib import Path
 
 import numpy as np
+import pandas as pd
 from click.testing import CliRunner
 from conftest import FKBP12, THREE, simulate
 from test_warnings import CASES, fitted
@@ -17,6 +18,7 @@ from test_warnings import CASES, fitted
 import zolt
 from zolt.cli import main
 from zolt.report import write_report
+from zolt.sheets import workbook_sheets
 
 ROOT, SHOWN = Path(__file__).resolve().parents[2], Path(__file__).with_name("shown.txt")
 COMMANDS = [
@@ -68,9 +70,12 @@ def parts():
         write_report(path, fits, spans, units="kJ", settings={"files": "none"}, read=["read"])
         page = re.sub(r"<style.*?</style>|<[^>]*>", " ", path.read_text(), flags=re.S)
     yield re.sub(r"(\s*\n)+", "\n", page.partition("Logbook")[0])  # which has the date
+    sheets = workbook_sheets(pd.DataFrame(), fits, spans, fits[0].settings.words("kJ"), ["a file"])
+    yield "\n".join(sheet[::9].to_csv(float_format="%.6g") for sheet in sheets.values())
     curves = zolt.read_curves("examples/series.csv")
     yield "\n".join(map(str, (zolt.fit_global(curves), zolt.fit_global(curves[:4], share="dG", reference=1),
-                              zolt.compare(curves[2:], 1), zolt.fit_series(curves)))) + "\n"  # fmt: skip
+                              zolt.compare(curves[2:], 1), zolt.fit_series(curves),
+                              zolt.fit_series(curves, normalise=False, clean=False)))) + "\n"  # fmt: skip
 
 
 def test_what_is_shown_is_what_was_recorded(monkeypatch):
