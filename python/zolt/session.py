@@ -53,7 +53,7 @@ class Rerun:
 
     @property
     def same(self):
-        """True where every number came back within 1e-6 of itself."""
+        """True where every dG, Cm and m came back within 1e-6 of itself."""
         return not bool(np.any(self.apart > 1e-6))
 
     @property
@@ -64,9 +64,9 @@ class Rerun:
             return "The session holds no results to compare with."
         most = self.apart[known].max()
         if most == 0.0:
-            return f"All numbers of {known.sum()} curves are the same, to the last digit."
+            return f"dG, Cm and m of all {known.sum()} curves are the same, to the last digit."
         if self.same:
-            return f"All numbers of {known.sum()} curves are the same within {most:.1g} of their size."
+            return f"dG, Cm and m of all {known.sum()} curves are the same within {most:.1g} of their size."
         names = [fit.name for fit, apart in zip(self.fits, self.apart) if apart > 1e-6]
         shown = ", ".join(names[:4]) + (f" and {len(names) - 4} more" if len(names) > 4 else "")
         return f"{len(names)} of {known.sum()} curves give other numbers: {shown}."

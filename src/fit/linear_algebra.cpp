@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "fit/pivoted_qr.h"
 #include "frame/scalar_kit.h"
@@ -137,7 +138,13 @@ Line lineFit(Row x, Row y) {
 
 Line lineFit3(const double* x, const double* y) { return lineFit(Row(x, 3), Row(y, 3)); }
 
-std::pair<double, double> singularValues(std::span<const double> first) {
+double matrixNorm2(std::span<const double> first) {
+  if (first.size() == 1) {
+    return std::fabs(first[0]);
+  }
+  if (std::any_of(first.begin(), first.end(), isNaNValue)) {
+    return storedNaN;
+  }
   // In the basis of the normalised vector of ones and of the deviation from the mean, the array is
   // [p q; r 0], its equal columns being joined into one; the singular values of a 2 by 2 matrix
   // have a closed form.
@@ -161,17 +168,7 @@ std::pair<double, double> singularValues(std::span<const double> first) {
   const double r = std::sqrt(squares);
   const double towards = scalarHypot(p, q + r);
   const double apart = scalarHypot(p, q - r);
-  return {0.5 * (apart + towards) / scale, 0.5 * std::fabs(towards - apart) / scale};
-}
-
-double matrixNorm2(std::span<const double> first) {
-  if (first.size() == 1) {
-    return std::fabs(first[0]);
-  }
-  if (std::any_of(first.begin(), first.end(), isNaNValue)) {
-    return storedNaN;
-  }
-  return singularValues(first).first;
+  return 0.5 * (apart + towards) / scale;
 }
 
 }  // namespace zolt

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <span>
-#include <utility>
 #include <vector>
 
 #include "frame/curve.h"
@@ -46,11 +45,8 @@ Line lineFit(Row x, Row y);
 // The same for exactly three points.
 Line lineFit3(const double* x, const double* y);
 
-// The two singular values that are not 0, largest first, of the square array whose first column is
-// `first` and whose other elements are all 1.0 (design.md: array norm with ones).
-std::pair<double, double> singularValues(std::span<const double> first);
-
-// The 2-norm of that array: 0.0 when it holds a NaN, the magnitude of a single element.
+// The 2-norm of the square array whose first column is `first` and whose other elements are all 1.0
+// (design.md: array norm with ones): 0.0 when it holds a NaN, the magnitude of a single element.
 double matrixNorm2(std::span<const double> first);
 
 }  // namespace zolt
