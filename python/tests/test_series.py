@@ -125,6 +125,7 @@ def test_units_and_names_come_from_what_was_asked_and_read(tmp_path):
         lines += [f"{curve.label},{x},{y}" for x, y in zip(*curve)]
     (tmp_path / "s.csv").write_text("\n".join(lines))
     series = zolt.fit_series(zolt.read_curves(tmp_path / "s.csv"))
+    assert (series.denaturant, series.label_name) == ("urea", "Ca (mM)")
     kcal, kJ = (float(series.verdict_in(units).split()[3]) for units in ("kcal", "kJ"))
     assert kJ == pytest.approx(
         4.184 * kcal, abs=0.003
