@@ -156,3 +156,13 @@ def test_a_series_has_the_temperature_of_its_curves(stated, given, used, told):
     assert {"temperature_assumed" in [c.code for c in fit.warnings] for fit in series.fits} == {told}
     with pytest.raises(ValueError, match="these have 15, 30 °C"):
         zolt.fit_series([replace(curves[0], temperature=15.0), replace(curves[1], temperature=30.0)])
+
+
+@pytest.mark.parametrize("lacking", [0, 1])
+def test_a_bad_reading_is_left_out_of_a_series_unless_it_is_told_to_stay(lacking):
+    first, *others = make_series([1, 3, 9], rising)
+    y = first.y.copy()
+    y[5] += 0.4
+    curves = [replace(first, y=y), *(replace(c, x=c.x[lacking:], y=c.y[lacking:]) for c in others)]
+    cleaned, whole = (zolt.fit_series(curves, clean=clean).fits[0].kept for clean in (True, False))
+    assert not cleaned[5] and cleaned.sum() >= y.size - 3 and whole.all()

@@ -63,7 +63,7 @@ def fit(
     `part` (of pooled replicates), `denaturant` and `notes` are what a reader knows of the readings. A
     curve that cannot be fitted is a result, not an error: see `ok`, `status`, `reason`.
     """
-    marked = not isinstance(exclude, str) and np.size(exclude) > 0 and np.asarray(exclude).dtype == bool
+    marked = not isinstance(exclude, str) and np.asarray(exclude).dtype == bool
     marks, exclude = (np.asarray(exclude), ()) if marked else (None, exclude)
     if settings is None:
         settings = settings_of(
