@@ -51,7 +51,7 @@ def said(name, x, y, options):
     yield from (fit, fit.reason, *fit.warnings)
     if name in CASES:
         return
-    yield from (fit.settings.line("kJ"), zolt.methods([fit]), fit.evidence)
+    yield from (fit.settings.line("kJ"), fit.settings.to_plain(), zolt.methods([fit]), fit.evidence)
     if fit.answer is not None:
         yield from (fit.intervals(method=method) for method in ("profile", "linear"))
 
