@@ -5,7 +5,7 @@
 
 import { Grid, filledCells, shown } from "./grid";
 import { append } from "./lists";
-import { CellKind, cellOf, valueOf } from "./numbers";
+import { CellKind, cellOf, isNumberAsName, valueOf } from "./numbers";
 import { SPELLINGS, TEMPERATURE_UNITS, headerOf, plain, unitOf } from "./spellings";
 import { Stated, statedAround, statesSomething } from "./stated";
 import { split } from "./text";
@@ -77,15 +77,20 @@ export function findBlocks(grid: Grid): { blocks: Block[]; stated: Stated } {
   const most = runs.reduce((rows, run) => Math.max(rows, run.body.length), 0);
   const blocks: Block[] = [];
   let carried = new Map<string, number>();
-  for (const { above, body } of runs) {
+  let groups: number[] = [];
+  for (const [i, { above, body }] of runs.entries()) {
     if (body.length < Math.min(3, most)) {
       append(aside, above);
       const roles = body.map((r) => markRole(grid.rows[r]));
-      if (roles.every(Boolean)) carried = new Map(body.map((r, i) => [roles[i]!, r])); // marks above the header
+      if (areAboveNames(grid, body, runs[i + 1]?.above ?? [])) {
+        if (countFromOne(grid, body[0])) carried = new Map([["replicate", body[0]]]);
+        else [groups, classes[body[0]]] = [body, "words"];
+      } else if (roles.every(Boolean)) carried = new Map(body.map((r, i) => [roles[i]!, r])); // marks above the header
       else append(aside, body);
       continue;
     }
-    const { block, rest } = blockOf(grid, above, body, classes);
+    const { block, rest } = blockOf(grid, [...groups, ...above], body, classes);
+    groups = [];
     block.marks = new Map([...carried, ...block.marks]);
     carried = new Map();
     blocks.push(block);
@@ -136,7 +141,7 @@ function sortHead(grid: Grid, above: number[], body: number[], classes: RowClass
     const cells = grid.rows[row];
     const role = markRole(cells);
     const aboutAxes = SPELLINGS.axis_keys.includes(plain(cells[0]));
-    const alone = filledCells(cells) === 1 && width > 1;
+    const alone = filledCells(cells) === 1 && width > 1 && cells[0]; // not one name above the columns of its group
     const headerAbove = () => near.some((r) => r < row && filledCells(grid.rows[r]) >= 2);
     if (alone || aboutAxes || (head.header.length && classes[row] === "key")) head.rest.push(row);
     else if (head.header.length) head.header.push(row);
@@ -159,6 +164,15 @@ function blockOf(
   const width = widthOf(grid, run);
   let { header, marks, rest, ...head } = sortHead(grid, above, run, classes);
   const body = [...head.faulty, ...run];
+  let corner = "";
+  if (header.length && namesColumns(grid, body, header[header.length - 1])) {
+    if (!marks.has("replicate") && numbersReplicates(grid, body, header[header.length - 1])) {
+      corner = grid.cell(body[0], 0);
+      marks.set("replicate", body.shift()!);
+    } else {
+      header.push(body.shift()!);
+    }
+  }
   const firstKind = cellOf(grid.cell(body[0], 0)).kind;
   if (header.length && firstKind === "text" && grid.rows[header[header.length - 1]].length < width) {
     // The rows name themselves; what is above is about the file.
@@ -177,13 +191,12 @@ function blockOf(
     if (body.length < 2 || !role || marks.has(role)) break;
     marks.set(role, body.shift()!);
   }
-  let corner = "";
   for (let row = header.length ? header[header.length - 1] + 1 : body[0]; row < body[0]; row++) {
     const cells = grid.rows[row]; // the concentrations may have their name in a row of its own
     if (cells.length === 1 && width > 1 && headerOf(cells[0]).role === "x") corner = cells[0];
   }
-  if (header.length && !marks.has("replicate") && numbersReplicates(grid, body, header[header.length - 1]))
-    marks.set("replicate", body.shift()!);
+  if (header.length && !marks.has("replicate") && !grid.cell(body[0], 0))
+    if (numbersReplicates(grid, body, header[header.length - 1])) marks.set("replicate", body.shift()!);
   const keep = headerRows(grid, header, body);
   rest = [...rest, ...header.filter((r) => !keep.includes(r))];
   const titles = rest.filter((r) => classes[r] === "words" && filledCells(grid.rows[r]) === 1);
@@ -206,16 +219,36 @@ function isHeader(grid: Grid, near: number[], row: number, classes: RowClass[]):
   return near.includes(row) && classes[row] === "words" && !statesSomething(grid.rows[row]);
 }
 
-/** True for a first row such as ', 1, 2, 1, 2' below 'urea, WT, WT, V38A, V38A'. */
-function numbersReplicates(grid: Grid, body: number[], header: number): boolean {
-  const numbers = grid.rows[body[0]].slice(1);
+/** True for a first row such as 'urea, 330, 340' below ', WT, WT': numbers that are names. */
+function namesColumns(grid: Grid, body: number[], header: number): boolean {
+  const first = grid.cell(body[0], 0);
+  if (body.length < 3 || cellOf(grid.cell(body[1], 0)).kind !== "number") return false;
+  if (first) return headerOf(first).role === "x" && cellOf(first).kind === "text";
+  const numbers = grid.rows[body[0]].slice(1).every((cell) => cellOf(cell).kind === "number");
+  return numbers && hasRepeats(grid, header) && !numbersReplicates(grid, body, header);
+}
+
+/** True for a row such as ', 330, 340' right above 'urea, WT, WT'. */
+function areAboveNames(grid: Grid, rows: number[], above: number[]): boolean {
+  const cells = grid.rows[rows[0]];
+  if (rows.length > 1 || above[0] !== rows[0] + 1 || cells.length !== grid.rows[above[0]].length) return false;
+  const numbers = cells.slice(1).every((cell) => cellOf(cell).kind === "number");
+  return numbers && (!cells[0] || headerOf(cells[0]).kind === "wavelength") && hasRepeats(grid, above[0]);
+}
+
+function countFromOne(grid: Grid, row: number): boolean {
+  const numbers = new Set(grid.rows[row].slice(1).map(wholeNumber));
+  return [...numbers.keys()].map((_, i) => i + 1).every((number) => numbers.has(number));
+}
+
+function hasRepeats(grid: Grid, header: number): boolean {
   const names = grid.rows[header].slice(1);
-  const repeated = new Set(names).size < names.length || names.includes("");
-  const small = (text: string) => {
-    const number = wholeNumber(text) ?? 0;
-    return number > 0 && number < 100;
-  };
-  return body.length > 2 && repeated && !grid.cell(body[0], 0) && numbers.every(small);
+  return new Set(names).size < names.length || names.includes("");
+}
+
+/** True for a first row such as ', 1, 2, 1, 2' below 'urea, WT, WT, V38A, V38A': 1, 2, ... without a gap. */
+function numbersReplicates(grid: Grid, body: number[], header: number): boolean {
+  return body.length > 2 && hasRepeats(grid, header) && countFromOne(grid, body[0]);
 }
 
 /** A row of units below the header: units of concentration or signal and nothing else. */
@@ -235,8 +268,10 @@ function headerRows(grid: Grid, all: number[], body: number[]): number[] {
   const filled = high.map((_, i) => i).filter((i) => high[i]);
   const names = low.filter(Boolean);
   const ofKind = ["x", "y", "deviation", "n", "replicate"];
+  const grouped = !high[0] || ["x", "curve"].includes(headerOf(high[0]).role ?? "");
   const generic =
-    new Set(names).size < names.length || names.slice(1).every((name) => ofKind.includes(headerOf(name).role ?? ""));
+    new Set(names).size < names.length || names.slice(1).every((name) => ofKind.includes(headerOf(name).role ?? "")) ||
+    (grouped && low.slice(1).every((name) => !name || isNumberAsName(name)));
   const places = filled.join();
   const pairOfWords = places === "0,1" || (places === "0" && width !== 2);
   return generic && filled.length && !pairOfWords && width > 2 ? rows.slice(-2) : rows.slice(-1);

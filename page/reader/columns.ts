@@ -203,7 +203,9 @@ function headersOf(block: Block, stated: Stated): [groups: string[], names: stri
   if (!rows.length && block.labels.length) return [[], block.labels];
   const names = rows.length ? [...rows[rows.length - 1]] : [];
   if (stated.axes.length && !names.some((cell) => headerOf(cell).role === "x")) return [[], stated.axes];
+  const above = rows.length > 1 ? rows[rows.length - 2][0] ?? "" : "";
   if (names.length && block.corner) names[0] = block.corner;
+  else if (names.length && !names[0] && headerOf(above).role === "x") names[0] = above;
   return [rows.length > 1 ? rows[rows.length - 2] : [], names];
 }
 

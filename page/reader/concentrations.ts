@@ -32,7 +32,10 @@ export function concentrations(table: Table, column: Column, options: Options): 
     );
   column.denaturant = denaturantFor(table, column, options);
   const unit = told ?? column.unit ?? unitColumn(table) ?? table.stated?.unit ?? null;
-  const inCells = column.cells.map((cell) => (cell.kind === "number" && cell.unit ? unitOf(cell.unit) : null));
+  const inCells = column.cells.map((cell) => {
+    const own = cell.kind === "number" && cell.unit ? unitOf(cell.unit) : null;
+    return own?.key === "%" && unit?.key === "%" ? null : own; // the header says of what the per cent are
+  });
   const units = new Set(inCells.filter((own): own is Unit => own !== null).map(unitText));
   const values = readNumbers(table, column).map((value, i) => {
     const cell = column.cells[i];

@@ -123,7 +123,7 @@ function likelyEncoding(raw: Uint8Array): string | null {
   return high <= 1.5 * runs ? null : likelyAlphabet(raw) ?? likelySyllabary(raw);
 }
 
-/** The encoding in which all words are of one script, in its common letters, capitals only in front. */
+/** The encoding in which nearly all is words of one script, in its common letters, capitals only in front. */
 function likelyAlphabet(raw: Uint8Array): string | null {
   let [best, found]: [number, string | null] = [0.45, null];
   for (const [encodings, script, common] of ALPHABETS) {
@@ -133,7 +133,8 @@ function likelyAlphabet(raw: Uint8Array): string | null {
       const words = text.split(" ").filter((word) => /[^a-z]/i.test(word));
       const letters = words.join("").toLowerCase();
       const share = [...letters].filter((letter) => common.includes(letter)).length / letters.length;
-      if (share > best && words.every((word) => sound.test(word))) [best, found] = [share, encoding];
+      const ofScript = words.filter((word) => sound.test(word)).join("").length; // a damaged byte is of none
+      if (share > best && ofScript > 0.8 * letters.length) [best, found] = [share, encoding];
     }
   }
   return found;

@@ -117,7 +117,8 @@ function rawReading(file: SourceFile, choices: Choices): RawReading {
 }
 
 function readingOf(raw: RawReading, { temperature = null }: Choices): Reading {
-  const notes = [...raw.notes, ...temperatureKept(raw.curves, temperature)];
+  const doubted = temperature === null ? raw.notes : raw.notes.filter(({ code }) => code !== "temperature_unclear");
+  const notes = [...doubted, ...temperatureKept(raw.curves, temperature)];
   return {
     ...raw,
     notes,

@@ -4,7 +4,7 @@ import { Column, Table } from "./columns";
 import { LONGEST_NAME, RawCurve } from "./curve";
 import { tidyName } from "./grid";
 import { counted } from "./lists";
-import { cellOf, valueOf } from "./numbers";
+import { cellOf, isNumberAsName, valueOf } from "./numbers";
 import { headerOf, wordsOf } from "./spellings";
 import { asciiDigits, general, pattern, stripped, strippedOf, whole } from "./text_rules";
 
@@ -25,6 +25,7 @@ export type KeyText = readonly [role: string, header: string, text: string];
 export function signalNames(table: Table, signals: Column[]): string[] {
   const manyX = table.of("x").length > 1;
   const counts = counted(signals.map((column) => column.name));
+  const repeated = [...counts.values()].some((count) => count > 1);
   return signals.map((column, i) => {
     const { name } = column;
     const { role } = headerOf(name);
@@ -34,7 +35,7 @@ export function signalNames(table: Table, signals: Column[]): string[] {
     const words = wordsOf(name);
     if (words.length > 1 && words[words.length - 1] === "y") return name.replace(Y_AT_END, "");
     if ((role === "y" || role === "deviation" || !name) && group) return group;
-    if (group && counts.get(name)! > 1) return `${group} ${name}`;
+    if (group && (repeated || isNumberAsName(name))) return `${group} ${name}`;
     if (group && manyX) return column.of!.name === group ? group : `${group} ${name}`;
     if (name) return name;
     const over = manyX && headerOf(column.of!.name).role === null ? column.of!.name : "";

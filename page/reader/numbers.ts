@@ -175,3 +175,10 @@ export function valuesOf(cells: Cell[], ofTable: Set<Mark>, decimal: Mark | null
     hasThousands: cells.some((cell) => isOpen(cell) && cell.mark[1] !== mark),
   };
 }
+
+const WAVELENGTH = whole(String.raw`\d+(?:[.,]\d+)?\s*nm`);
+
+/** True for a header that is a number or a wavelength, and so tells nothing of the protein. */
+export function isNumberAsName(text: string): boolean {
+  return cellOf(text).kind === "number" || WAVELENGTH.test(plain(text));
+}

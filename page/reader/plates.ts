@@ -15,6 +15,7 @@ import { Cell, cellOf, provenMarks, valueOf } from "./numbers";
 import { celsius, temperatureFrom, temperatureUnit } from "./quantities";
 import { SPELLINGS, headerOf, plain } from "./spellings";
 import { Stated } from "./stated";
+import { doubtTemperature, temperatureOfNames } from "./temperatures";
 import { stripped, strippedOf, whole } from "./text_rules";
 
 const WELL = whole(String.raw`([A-Z]|A[A-F])[\s\-_]*0*([1-9]\d?)`);
@@ -153,7 +154,10 @@ interface Plate {
 export function plateCurves(grid: Grid, layout: Grid, options: Options): RawCurve[] {
   const signals = signalsOf(grid, options);
   const { table, roles } = layoutTable(layout, { ...options, x: null, columns: null });
-  const { stated } = findBlocks(grid);
+  const ofPlate = findBlocks(grid).stated;
+  const ofLayout = table.stated!;
+  const silent = ofPlate.temperature === null && ofPlate.unclear === null;
+  const stated = silent ? { ...ofPlate, temperature: ofLayout.temperature } : ofPlate;
   const sample = roles.get("curve")!;
   const isEmpty = sample.cells.map(
     ({ kind, text }) => kind === "blank" || kind === "missing" || SPELLINGS.empty_samples.includes(plain(text)),
@@ -177,6 +181,8 @@ export function plateCurves(grid: Grid, layout: Grid, options: Options): RawCurv
     ),
   );
   append(grid.notes, layout.notes);
+  if (curves.some((curve) => curve.temperature === null))
+    doubtTemperature(grid, stated.mentioned.length || stated.unclear !== null ? stated : ofLayout);
   return curves;
 }
 
@@ -222,11 +228,12 @@ function curveOf(
   }
   used.sort(([a], [b]) => a - b);
   const temperatures = roles.get("temperature");
+  const inLayout = temperatures ? layoutTemperature(table, temperatures, rows) : null;
   return {
     name,
     x: used.map(([x]) => x),
     y: used.map(([, y]) => y),
-    temperature: temperatures ? layoutTemperature(table, temperatures, rows) : stated.temperature,
+    temperature: inLayout ?? temperatureOfNames(grid, [sample, label, signal], stated),
     label: plainValue(label),
     replicate: plainValue(replicate),
     details: {

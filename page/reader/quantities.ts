@@ -1,22 +1,26 @@
 // Concentrations in M and temperatures in °C from what tables say of them.
 
 import { CONCENTRATION_UNITS, DENATURANTS, SPELLINGS, TEMPERATURE_UNITS, TemperatureUnit, Unit, plain, unitText } from "./spellings";
-import { asciiDigits, escaped, pattern, roundedTo, strippedOf, whole, wordsBetweenBlanks } from "./text_rules";
+import { asciiDigits, escaped, general, pattern, roundedTo, strippedOf, whole, wordsBetweenBlanks } from "./text_rules";
 
 export const HIGHEST_WITHOUT_UNIT = 15.0; // M; more than any denaturant dissolves, so something else is meant
 const ENGINE_RANGE = [0.0, 100.0]; // °C
 
-const UNITS = [...TEMPERATURE_UNITS.keys()].sort((a, b) => b.length - a.length).map(escaped).join("|");
-const VALUE = String.raw`([+\-]?\d+(?:[.,]\d+)?)`;
+const NAMED_UNITS = [...TEMPERATURE_UNITS.keys()].sort((a, b) => b.length - a.length).map(escaped).join("|");
+export const UNITS = String.raw`${NAMED_UNITS}|degrees?|deg\.?|°|º`; // of temperatures in running text and in names
+export const VALUE = String.raw`([+\-]?\d+(?:[.,]\d+)?)`;
+export const GIVE_OR_TAKE = String.raw`(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?`;
+export const RATE = String.raw`\s*(?:/\s*(?:s|sec|m|min|h|hour)\b|per\b|\b(?:s|min|h)\s*-1)`; // behind a unit: no temperature
 const TEMPERATURE = whole(
-  String.raw`(?:about|approx\.?|ca\.?|c\.|~|≈)?\s*${VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?(${UNITS})?\s*\.?(?:[(,;].*)?`,
+  String.raw`(?:about|approx\.?|ca\.?|c\.|~|≈)?\s*${VALUE}\s*${GIVE_OR_TAKE}(${NAMED_UNITS})?\s*\.?(?:[(,;].*)?`,
 );
+// A letter that stands alone before the number makes it a residue, as in 'Q 41 C'.
 const IN_NAME = pattern(
-  String.raw`(?<![\w.,])${VALUE}\s*(°\s*c|º\s*c|deg\s?c|degrees\s?c|c|k)(?![\w%])`, "g",
+  String.raw`(\bat |@)?(?<![\w.,])(?<!\W[a-su-z] )(?<!^[a-su-z] )${VALUE}\s*${GIVE_OR_TAKE}(${UNITS})(?![\w%]|${RATE})`, "g",
 );
-const DEGREES = pattern(String.raw`${VALUE}\s*(?:(?:°|º|deg\.?)\s*c|degrees|kelvin)(?!\w)`, "g");
+const LEAST_KELVIN = 200.0; // less is an index, as in 'clone 12 K'
 
-const decimal = (text: string) => Number(asciiDigits(text).replace(",", "."));
+export const decimal = (text: string) => Number(asciiDigits(text).replace(",", "."));
 
 /**
  * °C of a text such as '15', '288 K' or '25.0 ± 0.1 °C'; null where it is none. `unit` is the unit
@@ -43,21 +47,32 @@ export function temperatureUnit(header: string): TemperatureUnit | null {
   return TEMPERATURE_UNITS.get(tail) ?? TEMPERATURE_UNITS.get(words.slice(-2).join(" ")) ?? null;
 }
 
-/** °C that the name of a column states, such as 'F350_40C' or 'WT 298 K', or null. */
-export function temperatureInName(text: string): number | null {
-  const found = new Set<number>();
-  for (const [, value, unit] of plain(text).replaceAll("_", " ").matchAll(IN_NAME)) {
-    const number = decimal(value);
-    if (unit === "k" && number < 200.0) continue;
-    const degrees = celsius(number, TEMPERATURE_UNITS.get(unit.replaceAll(" ", "")) ?? null);
-    if (degrees !== null) found.add(degrees);
-  }
-  return found.size === 1 ? [...found][0] : null;
+/**
+ * The unit of temperature behind a number within `text`; null where the number is an index or an angle.
+ * Degrees without a letter are of Celsius.
+ */
+export function unitInText(value: number, unit: string, text: string): TemperatureUnit | null {
+  const { C, K } = SPELLINGS.temperature_units;
+  const entry = TEMPERATURE_UNITS.get(unit);
+  if (!entry) return SPELLINGS.temperature_in_text.angle.some((word) => text.includes(word)) ? null : C;
+  return entry === K && value < LEAST_KELVIN ? null : entry;
 }
 
-/** All temperatures with degrees as their unit within a text, as they stand. */
-export function degreesIn(text: string): string[] {
-  return [...plain(text).matchAll(DEGREES)].map((match) => match[1]);
+/** °C that a name states, such as 'F350_40C' or 'WT 298 K', and texts of what may be such. */
+export function temperaturesInName(name: string): { found: number[]; doubtful: string[] } {
+  const text = plain(name).replaceAll("_", " ");
+  const found = new Set<number>();
+  const doubtful: string[] = [];
+  for (const [, at, number, unit] of text.matchAll(IN_NAME)) {
+    const value = decimal(number);
+    const entry = unitInText(value, unit, text);
+    if (entry === null || entry === SPELLINGS.temperature_units.F) continue;
+    const degrees = celsius(value, entry);
+    if (degrees === null) continue;
+    if (at || TEMPERATURE_UNITS.has(unit)) found.add(degrees);
+    else doubtful.push(`${general(degrees)} °C`);
+  }
+  return { found: [...found].sort((a, b) => a - b), doubtful };
 }
 
 /** What a number in `unit` is multiplied by to be M, or a sentence of why there is none. */

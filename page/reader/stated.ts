@@ -1,8 +1,9 @@
 // What the text around a table states: temperature, denaturant, unit, names of axes.
 
 import { Grid } from "./grid";
-import { degreesIn, temperatureFrom, temperatureUnit } from "./quantities";
-import { SPELLINGS, Unit, denaturantIn, denaturantOf, headerOf, plain, unitOf } from "./spellings";
+import { Mention, chosenOf, mentionsIn } from "./mentions";
+import { temperatureFrom, temperatureUnit } from "./quantities";
+import { SPELLINGS, Unit, denaturantIn, denaturantOf, headerOf, plain, unitOf, wordsOf } from "./spellings";
 import { general, pattern, startOf, strippedOf, whole } from "./text_rules";
 
 const LONGEST_LINE = 400; // letters of a line that are looked at
@@ -15,16 +16,16 @@ const AROUND_KEYS = "#%!/:;$ ";
 /**
  * What the text around a table states: temperature in °C, denaturant and unit, or null.
  *
- * `unclear` is a temperature that was given and could not be understood, `loose` are temperatures in
- * running text, which may be of anything, and `axes` headers that an instrument writes above its
- * columns.
+ * `unclear` is a temperature that was given and could not be understood, `mentioned` are temperatures
+ * in running text, of which none is for certain that of the curves, and `axes` headers that an
+ * instrument writes above its columns.
  */
 export interface Stated {
   readonly temperature: number | null;
   readonly denaturant: string | null;
   readonly unit: Unit | null;
   readonly unclear: string | null;
-  readonly loose: string[];
+  readonly mentioned: string[];
   readonly axes: string[];
 }
 
@@ -37,14 +38,14 @@ function statedOf(pairs: Pair[], texts: string[]): Stated {
   let unit: Unit | null = null;
   let unclear: string | null = null;
   const axes = new Map<string, string>();
-  const loose: string[] = [];
+  const mentions: Mention[] = [];
   for (const [key, value] of pairs) {
     const bare = strippedOf(plain(key), AROUND_KEYS);
     if (isTemperatureKey(bare)) {
-      const degrees = temperatureFrom(value, temperatureUnit(bare));
+      const degrees = givenBy(bare, value);
       if (degrees === null) unclear = unclear || value;
       else if (temperature === null) temperature = degrees;
-      else if (Math.abs(degrees - temperature) > 1.0)
+      else if (differ(degrees, temperature))
         unclear = unclear || `${general(temperature)} °C and ${general(degrees)} °C`;
     } else if (SPELLINGS.metadata.denaturant.includes(bare)) {
       denaturant = denaturant ?? denaturantOf(value) ?? denaturantIn(value);
@@ -52,13 +53,39 @@ function statedOf(pairs: Pair[], texts: string[]): Stated {
       unit = unit ?? unitOf(value);
     } else if (SPELLINGS.axis_keys.includes(bare)) {
       if (!axes.has(bare)) axes.set(bare, value);
-    } else {
-      loose.push(...degreesIn(value));
+    } else if (wordsOf(bare).some((word) => SPELLINGS.headers.temperature.words.includes(word))) {
+      const degrees = givenBy(bare, value);
+      if (degrees !== null) mentions.push({ degrees, text: `${general(degrees)} °C`, kind: "bare" });
     }
   }
-  for (const text of texts) loose.push(...degreesIn(text));
+  mentions.push(...texts.flatMap(mentionsIn));
+  const stated = mentions.filter(({ kind }) => kind === "explicit").map(({ degrees }) => degrees);
+  const other = stated.find((degrees) => temperature !== null && degrees !== null && differ(degrees, temperature));
+  if (temperature === null && !unclear) temperature = chosenOf(mentions);
+  else if (other !== undefined) unclear = unclear ?? `${general(temperature!)} °C and ${general(other!)} °C`;
+  if (unclear) temperature = null;
+  const mentioned = temperature === null ? mentionedBy(mentions, texts) : [];
   const headers = SPELLINGS.axis_keys.flatMap((key) => axes.get(key) ?? []);
-  return { temperature: unclear ? null : temperature, denaturant, unit, unclear, loose, axes: headers };
+  return { temperature, denaturant, unit, unclear, mentioned, axes: headers };
+}
+
+/** The temperatures of running texts, each once; or that these speak of that of the room. */
+function mentionedBy(mentions: Mention[], texts: string[]): string[] {
+  if (mentions.length) return [...new Set(mentions.map(({ text }) => text))];
+  const { room } = SPELLINGS.temperature_in_text;
+  return texts.some((text) => room.some((word) => plain(text).includes(word))) ? ["room temperature"] : [];
+}
+
+/** °C of the value of a key that is a temperature; null where it is none or more than one. */
+function givenBy(key: string, value: string): number | null {
+  const degrees = temperatureFrom(value, temperatureUnit(key));
+  const mentions = mentionsIn(`temperature: ${value}`);
+  if (degrees === null) return chosenOf(mentions);
+  return mentions.some((one) => one.kind === "bare" && one.degrees !== degrees) ? null : degrees;
+}
+
+function differ(one: number, other: number): boolean {
+  return Math.abs(one - other) > 1.0;
 }
 
 function isTemperatureKey(bare: string): boolean {
@@ -84,7 +111,7 @@ export function statedAround(grid: Grid, rows: number[]): Stated {
       sortLine(line, pairs, texts);
     } else {
       pairs.push([cells[0].replace(/[:= ]+$/, ""), cells.slice(1, 3).join(" ")]);
-      texts.push(line);
+      texts.push(startOf(line, LONGEST_LINE));
     }
   }
   return statedOf(pairs, texts);
@@ -102,9 +129,8 @@ function sortLine(line: string, pairs: Pair[], texts: string[]): void {
   }
   const inWords = WORDS_VALUE.exec(text);
   const words = FIRST_WORD.exec(text);
-  if (temperatureFrom(text) !== null && degreesIn(text).length) pairs.push(["temperature", text]);
-  else if (keyAndValue) pairs.push([keyAndValue[1], keyAndValue[2]]);
-  else if (inWords && headerOf(inWords[1]).role === "temperature") pairs.push([inWords[1], inWords[2]]);
+  if (keyAndValue) pairs.push([keyAndValue[1], keyAndValue[2]]);
+  else if (inWords && isTemperatureKey(plain(inWords[1]))) pairs.push([inWords[1], inWords[2]]);
   else if (words && SPELLINGS.axis_keys.includes(plain(words[1]))) pairs.push([words[1], words[2]]);
   texts.push(text);
 }

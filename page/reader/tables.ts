@@ -31,7 +31,6 @@ export function curvesOf(grid: Grid, options: Options): { curves: RawCurve[]; ta
   if (plateCorners(grid).length)
     throw grid.fault("this is a plate; say with --layout which well holds which sample and concentration.");
   noteRowsLeftOut(grid, blocks);
-  doubtTemperature(grid, stated);
   const curves: RawCurve[] = [];
   const tables: TableShown[] = [];
   blocks.forEach((block, i) => {
@@ -48,6 +47,7 @@ export function curvesOf(grid: Grid, options: Options): { curves: RawCurve[]; ta
     append(curves, blocks.length > 1 ? titled(found, block.title || `table ${i + 1}`) : found);
     tables.push(shownTable(table));
   });
+  if (curves.some((curve) => curve.temperature === null)) doubtTemperature(grid, stated);
   return { curves, tables };
 }
 
@@ -128,7 +128,7 @@ function curvesOfTable(table: Table, options: Options): RawCurve[] {
     }
     signals.forEach((signal, k) => {
       const numbers = readNumbers(table, signal);
-      const temperature = temperatureOf(table, signal, temperatures, rows);
+      const temperature = temperatureOf(table, signal, temperatures, rows, named.map(([, , text]) => text));
       const names = namesOf(base[k], named, signals.length > 1, table, temperature);
       const known = { ...names, temperature };
       curves.push(curveOf(table, signal, rows, named, molar.get(signal.of!)!, numbers, known));

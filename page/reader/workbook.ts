@@ -2,8 +2,10 @@
 
 import { Epoch, NumberKind, kindOfFormat, textOfNumber } from "./cell_formats";
 import { startsWith } from "./encoding";
-import { Comment, Grid, ReadError, shown } from "./grid";
+import { Comment, Grid, ReadError, filledCells, shown } from "./grid";
+import { cellOf } from "./numbers";
 import { Entry, entriesOf, unpacked } from "./package";
+import { appendTo } from "./lists";
 import { pattern, stripped } from "./text_rules";
 import { Tag, walk } from "./xml";
 
@@ -50,7 +52,8 @@ export function gridsOfWorkbook(
 
 class Workbook {
   private readonly strings: string[];
-  private readonly kinds: NumberKind[]; // of numbers, by the style of their cell
+  private readonly kinds: NumberKind[] = []; // of numbers, by the style of their cell
+  private readonly struck: boolean[] = []; // the same: whether a cell is struck through
   private epoch: Epoch = 1900;
   private cells = 0; // of all sheets so far
 
@@ -60,7 +63,7 @@ class Workbook {
     private readonly entries: Map<string, Entry>,
   ) {
     this.strings = this.sharedStrings();
-    this.kinds = this.numberKinds();
+    this.readStyles();
   }
 
   grids(skipRows: number): { grids: Grid[]; hidden: string[] } {
@@ -102,26 +105,32 @@ class Workbook {
     return strings;
   }
 
-  private numberKinds(): NumberKind[] {
+  /** The kinds of numbers and the strokes of the styles of cells. */
+  private readStyles(): void {
     const own = new Map<number, string>();
-    const formats: number[] = [];
-    let inCells = false;
+    const fonts: boolean[] = [];
+    let part = "";
     this.walkPart("xl/styles.xml", ({ name, opens, attributes: a }) => {
-      if (name === "cellXfs") inCells = opens;
-      else if (opens && name === "numFmt") own.set(Number(a.get("numFmtId")), a.get("formatCode") ?? "");
-      else if (opens && inCells && name === "xf") formats.push(Number(a.get("numFmtId") ?? 0));
+      if (name === "cellXfs" || name === "fonts") part = opens ? name : "";
+      if (!opens) return;
+      if (name === "numFmt") own.set(Number(a.get("numFmtId")), a.get("formatCode") ?? "");
+      if (part === "fonts" && name === "font") fonts.push(false);
+      if (part === "fonts" && name === "strike") fonts[fonts.length - 1] = !isOff(a.get("val"));
+      if (part !== "cellXfs" || name !== "xf") return;
+      this.kinds.push(kindOfFormat(Number(a.get("numFmtId") ?? 0), own));
+      this.struck.push(fonts[Number(a.get("fontId") ?? 0)] ?? false);
     });
-    return formats.map((format) => kindOfFormat(format, own));
   }
 
   private grid(title: string, part: string, skipRows: number): Grid {
     if (!this.entries.has(part)) throw new Error(`sheet '${title}' is missing`);
-    const rows = this.rows(title, part);
+    const { rows, notes } = this.rows(title, part);
     rows.fill([], 0, Math.min(skipRows, rows.length));
     const kept: string[][] = [];
     const rowNames: string[] = [];
     const comments: Comment[] = [];
     rows.forEach((row, i) => {
+      if (row === null) return;
       const first = row.find(Boolean) ?? "";
       if (COMMENT.test(first) && !ERROR_CELL.test(first)) {
         comments.push([kept.length, row.filter(Boolean).join("\t").replace(/^[# ]+/, "")]);
@@ -130,16 +139,20 @@ class Workbook {
       kept.push(row);
       rowNames.push(`row ${i + 1}`);
     });
-    return new Grid(this.source, kept, rowNames, { comments, sheet: shown(title), delimiter: "\t" });
+    const grid = new Grid(this.source, kept, rowNames, { comments, sheet: shown(title), delimiter: "\t" });
+    for (const [code, what, why] of notes) grid.note(code, `${what} left out: ${why}`);
+    return grid;
   }
 
-  /** Texts of a sheet, without the blanks at the ends of rows and below the last. */
-  private rows(title: string, part: string): string[][] {
+  /** Texts of a sheet, without the blanks at the ends of rows and below the last; null of a row taken out. */
+  private rows(title: string, part: string): { rows: (string[] | null)[]; notes: LeftOut[] } {
     const rows: string[][] = [];
     const content = new RichText();
     let row = 0; // numbers from 1
     let column = 0;
     let cell = new Map<string, string>();
+    const hidden = { rows: new Set<number>(), spans: [] as [first: number, last: number][] };
+    const strokes: [row: number, column: number][] = [];
     let [hasFormula, isValue, value] = [false, false, ""];
     const grow = (count: number) => {
       this.cells += count;
@@ -154,7 +167,11 @@ class Workbook {
         if (!Number.isInteger(row) || row <= 0) throw new Error("a row has no number");
         grow(Math.max(0, row - rows.length));
         while (rows.length < row) rows.push([]);
+        if (!isOff(attributes.get("hidden") ?? "0")) hidden.rows.add(row);
         column = 0;
+      } else if (name === "col") {
+        if (!isOff(attributes.get("hidden") ?? "0"))
+          hidden.spans.push([Number(attributes.get("min")), Number(attributes.get("max"))]);
       } else if (name === "c") {
         cell = attributes;
         column = columnOf(attributes.get("r"), column);
@@ -175,6 +192,7 @@ class Workbook {
       grow(Math.max(0, column - cells.length));
       while (cells.length < column) cells.push("");
       cells[column - 1] = text;
+      if (this.struck[Number(cell.get("s") ?? 0)]) strokes.push([row, column]);
     };
     this.walkPart(part, (tag) => {
       if (tag.opens) open(tag);
@@ -184,9 +202,11 @@ class Workbook {
       if (isValue) value += text;
       else content.add(text);
     });
-    for (const cells of rows) while (cells.length && !cells[cells.length - 1]) cells.pop();
-    while (rows.length && !rows[rows.length - 1].length) rows.pop();
-    return rows;
+    const left: (string[] | null)[] = rows;
+    const notes = takenOut(left, hidden, strokes);
+    for (const cells of left) while (cells?.length && !cells[cells.length - 1]) cells.pop();
+    while (left.length && !left[left.length - 1]?.length) left.pop();
+    return { rows: left, notes };
   }
 
   /** The text of a cell of a type as a person sees it, with all digits. */
@@ -205,6 +225,53 @@ class Workbook {
     if (text === undefined) throw new Error(`there is no text ${value}`);
     return stripped(text);
   }
+}
+
+/** False for what a flag of the format is set by. */
+function isOff(flag: string | undefined): boolean {
+  return flag === "0" || flag === "false";
+}
+
+type LeftOut = readonly [code: string, what: string, why: string];
+
+/** Takes out what a person took out without deleting it: hidden rows, hidden columns, numbers struck through. */
+function takenOut(
+  rows: (string[] | null)[],
+  hidden: { rows: Set<number>; spans: [first: number, last: number][] },
+  strokes: [row: number, column: number][],
+): LeftOut[] {
+  const notes: LeftOut[] = [];
+  const why = "it is hidden in the workbook";
+  const columns = new Map<number, string>();
+  const struck = new Map<number, number[]>();
+  for (const [row, column] of strokes) appendTo(struck, row, column);
+  rows.forEach((cells, i) => {
+    const row = i + 1;
+    if (cells === null) return;
+    if (hidden.rows.has(row)) {
+      if (cells.some(Boolean)) notes.push(["row_left_out", `row ${row}`, why]);
+      rows[i] = null;
+      return;
+    }
+    for (const [first, last] of hidden.spans)
+      for (let c = first; c <= Math.min(last, cells.length); c++) {
+        if (cells[c - 1] && !columns.has(c)) columns.set(c, cells[c - 1]);
+        cells[c - 1] = "";
+      }
+    const crossed = (struck.get(row) ?? []).filter((c) => cells[c - 1] && cellOf(cells[c - 1]).kind === "number");
+    if (crossed.length && crossed.length === filledCells(cells)) {
+      notes.push(["struck_through", `row ${row}`, "it is struck through"]);
+      rows[i] = null;
+      return;
+    }
+    for (const c of crossed) {
+      notes.push(["struck_through", `row ${row}, column ${c} ('${shown(cells[c - 1])}')`, "it is struck through"]);
+      cells[c - 1] = "";
+    }
+  });
+  for (const c of [...columns.keys()].sort((a, b) => a - b))
+    notes.push(["column_left_out", `column ${c} ('${shown(columns.get(c)!)}')`, why]);
+  return notes;
 }
 
 /** Column from 1 of a cell such as 'AB12'; one without a name follows the cell before. */

@@ -94,8 +94,17 @@ def by_host(path, **options):
         return of_host(fault, path.parent)
 
 
-def assert_alike(read, cases):
-    """Both readers on pairs of path and options; every file that they differ on is one line."""
+def blurred(value):
+    """The same with a question mark for each letter beyond ASCII, a micro and a degree being left."""
+    if isinstance(value, dict):
+        return {key: blurred(one) for key, one in value.items()}
+    if isinstance(value, (list, tuple)):
+        return [blurred(one) for one in value]
+    return re.sub(r"[^\x00-\x7fµ°]", "?", value) if isinstance(value, str) else value
+
+
+def assert_alike(read, cases, seen=lambda found: found):
+    """Both readers on pairs of path and options, as `seen`; every file that they differ on is one line."""
     pages = map(of_page, read([request(path, **options) for path, options in cases]))
     differ = []
     for (path, options), page in zip(cases, pages):
@@ -103,6 +112,7 @@ def assert_alike(read, cases):
         for one in (page, wanted):  # a fault of a package is told in the words of its reader
             if "error" in one:
                 one["error"] = re.sub(r"(this workbook is damaged) \(.*\)", r"\1", one["error"])
+        page, wanted = seen(page), seen(wanted)
         if page != wanted:
             keys = [key for key in {*page, *wanted} if page.get(key) != wanted.get(key)]
             differ.append(f"{path.name}: " + "; ".join(f"{k}: {page.get(k)} not {wanted.get(k)}" for k in keys))
@@ -149,7 +159,8 @@ def test_spoiled_files(read, tmp_path):
         path.write_bytes(host.spoiled(host.spoiled(source.read_bytes(), draw), draw))
         layout = {"layout": host.TABLES / "plate.layout.csv"} if draw.random() < 0.2 else {}
         cases.append((path, layout))
-    assert_alike(read, cases)
+    # The two guess apart which alphabet a damaged byte is of; a name hangs on it, no number does.
+    assert_alike(read, cases, seen=blurred)
 
 
 NAMES = {
@@ -253,7 +264,8 @@ def test_several_files_are_told_apart(read, tmp_path):
         (tmp_path / name).write_text(host.PLAIN)
     (tmp_path / "bad.csv").write_text("urea_M\n1\n2\n")
     (tmp_path / "warm.csv").write_text("# Temp: 37 °C\n" + host.PLAIN.replace("1.5", "9.5"))
-    paths = [tmp_path / name for name in ("one.csv", "bad.csv", "two.csv", "warm.csv")]
+    (tmp_path / "cold.csv").write_text("# stored at 4 °C\n" + host.PLAIN.replace("1.5", "8.5"))
+    paths = [tmp_path / f"{name}.csv" for name in ("one", "bad", "two", "warm", "cold")]
     (found,) = read([request(*paths, temperature=20)])
     wanted = [of_host(one, tmp_path) for _, one in read_together(paths, temperature=20)]
     for page, one in zip(map(of_page, found), wanted):

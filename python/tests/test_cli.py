@@ -107,7 +107,14 @@ def test_series_states_smooth_and_version(run, table, tmp_path):
         picture = tmp_path / f"{form}.svg"
         result = run("series", tmp_path / "s.csv", "--form", form, "--plot", picture)
         assert result.exit_code == 0 and "dG changes by +" in result.stdout and picture.stat().st_size > 5000
-    assert run("series", table).exit_code == 2
+    for options, said in (
+        ((), "give a column or a row 'label', or the labels of all 2 curves"),
+        (("--labels", "1;2"), "--labels takes numbers with commas between them, as 1,2,5; '1;2' is none; the 2 curves"),
+        (("--labels", "1"), "--labels has 1 numbers and needs one for every curve; the 2 curves are fkbp, three."),
+        (("--labels", "1,2", "--exclude", "3"), "--exclude 3: there is no such curve"),
+    ):
+        refused = run("series", table, *options)
+        assert refused.exit_code == 2 and said in refused.stderr
     assert run("states", table).stdout.split()[-6:] == ["fkbp", "48", "2", "three", "48", "3"]
     smooth = run("smooth", table, "--width", "0.5").stdout.splitlines()
     assert smooth[0] == "curve,x,y,smoothed" and len(smooth) == 97

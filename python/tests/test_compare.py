@@ -71,8 +71,8 @@ def test_wrong_comparisons_are_refused():
     for arguments, said in (
         ((proteins()[:1],), "two curves or more"),
         ((proteins(), "p9"), "there is no curve 'p9'"),
-        ((proteins(), 3), "one of them as reference"),
-        ((proteins(), -1), "one of them as reference"),
+        ((proteins(), -1), "the index, from 0, of one of 3 curves"),
+        ((proteins(), 3), "the index, from 0, of one of 3 curves"),
     ):
         with pytest.raises(ValueError, match=said):
             zolt.compare(*arguments)
@@ -111,5 +111,16 @@ def test_the_command_compares_pooled_replicates(tmp_path):
     assert (
         pd.read_csv(out)["dCm_M"].tolist() == pytest.approx([-0.7], abs=0.1) and picture.stat().st_size > 5000
     )
+    book = tmp_path / "c.xlsx"
+    files = [str(tmp_path / name) for name in ("wt.csv", "mut.csv")]
+    CliRunner().invoke(main, ["compare", *files, "--out", str(book)])
+    sheets = pd.read_excel(book, sheet_name=None)
+    facts = dict(zip(sheets["comparison"]["what"], sheets["comparison"]["value"]))
+    assert facts["reference"] == "WT" and facts["advice"] == sheets["results"]["advice"][0]
+    assert facts["one m (kcal/mol/M)"] == sheets["results"]["one_m_kcal_per_mol_per_M"][0]
+    assert 0.0 < facts["p of one m"] <= 1.0 and facts["one m is doubted where p is below"] == 0.05
+    assert sheets["fits"]["points"].tolist() == [64, 32] and len(sheets["readings"]) == 96
+    assert "level" in sheets["settings"]["setting"].tolist()
+    assert "temperature_assumed" in sheets["warnings"]["code"].tolist()
     lone = CliRunner().invoke(main, ["compare", str(tmp_path / "mut.csv")])
     assert lone.exit_code == 2 and "two curves or more" in lone.output

@@ -133,6 +133,7 @@ def test_what_no_sheet_holds_is_refused_before_the_work(run, table, tmp_path, mo
         (["--style", "nosuch"], "no style 'nosuch'"),
         (["--font", "Nosuch"], "no font"),
         (["--draw", "x"], "not 'x'"),
+        (["--draw", "profile"], "name a folder by --plots"),
     ],
 )
 def test_a_look_that_is_not_there_is_refused(run, table, option, said):
@@ -175,6 +176,7 @@ def test_what_no_curve_can_have_is_passed_over(run, table, tmp_path):
         result = run("fit", tmp_path / "f.csv", "--intervals", *more, "--out", tmp_path / f"o.{suffix}",
                      "--report", tmp_path / "r.html", "--unit", "M")  # fmt: skip
         assert result.exit_code == 0 and "0 of 1 curves fitted" in result.stdout
+    assert "--draw profile: no picture of flat, for want of a fit by least squares" in result.stderr
     assert [path.name for path in (tmp_path / "p").iterdir()] == ["f_flat.png"]
     run("fit", table, *more, "--format", "svg", "--width", "85", "--quiet")
     drawn = sorted(path.stem for path in (tmp_path / "p").glob("curves*.svg"))
@@ -193,6 +195,9 @@ def test_other_commands_write_and_draw_in_the_same_way(run, tmp_path, command, r
     asked = ["--plot", drawn, "--width", 120, "--font", "DejaVu Serif", "--out", tmp_path / "o.xlsx"]
     assert run(command, source, *asked).exit_code == 0
     assert "DejaVu Serif" in drawn.read_text() and len(pd.read_excel(tmp_path / "o.xlsx")) == rows
+    sheets = pd.read_excel(tmp_path / "o.xlsx", sheet_name=None)
+    own = {"series": {"labels", "trend"}, "compare": {"comparison", "fits"}}[command]
+    assert set(sheets) == {"results", "readings", "curves", "fraction folded", "warnings", "settings"} | own
     refused = run(command, source, "--out", source)
     assert refused.exit_code == 2 and "this file is read" in refused.stderr and len(source.read_text()) > 1000
 

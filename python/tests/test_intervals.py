@@ -42,7 +42,10 @@ def test_an_open_end_is_told_in_a_sentence():
 
 def test_wrong_requests_are_refused(curve):
     fit = zolt.fit(*curve, states=2)
-    for options, said in ((dict(method="guess"), "method is one of"), (dict(level=1.0), "level lies"),
-                          (dict(rounds=3), "rounds")):  # fmt: skip
+    for options, said in (
+        (dict(method="guess"), "method is one of"),
+        (dict(level=1.0), "level is 1.0; it lies between"),
+        (dict(rounds=3), "rounds is 3"),
+    ):
         with pytest.raises(ValueError, match=said):
             fit.intervals(**options)

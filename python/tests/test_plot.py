@@ -134,6 +134,10 @@ def test_the_profile_meets_the_ends_of_every_interval(curve):
     assert dotted == pytest.approx(spans.dG[0] / 1000) and len(axes) == 3
     steep = zolt.fit(*simulate([(26000.0, 1.3, 1.0)], 12, reach=3.0, noise=0.01), states=2)
     assert np.isinf(plot.profile(steep)["m"][0][:, 1]).any() and len(plot.plot_profile(steep).axes) == 3
+    assert [text.get_text() for text in plot.plot_profile(steep).axes[2].texts] == ["open"]
+    valleys = zolt.fit(*simulate([(12000.0, 3.0, 1.0)], 14, noise=0.05, seed=5), states=2)
+    lower, upper, _ = plot.profile(valleys)["Cm"][0].T
+    assert (np.diff(upper) >= 0).all() and (np.diff(lower) <= 0).all()  # it does not fold back on itself
     with pytest.raises(ValueError, match="without a fit"):
         plot.profile(zolt.fit(*simulate(FKBP12, 3)))
 

@@ -206,6 +206,82 @@ def test_a_workbook_of_plates_names_the_sheets_it_leaves(tmp_path):
     assert read_file(tmp_path / "plate.xlsx", layout, sheet="day 2").curves[0].details["sheet"] == "day 2"
 
 
+ODS = """<o:document-content xmlns:o="urn:oasis:names:tc:opendocument:xmlns:office:1.0"
+ xmlns:s="urn:oasis:names:tc:opendocument:xmlns:style:1.0" xmlns:t="urn:oasis:names:tc:opendocument:xmlns:table:1.0"
+ xmlns:p="urn:oasis:names:tc:opendocument:xmlns:text:1.0">
+<s:style s:name="cross"><s:text-properties s:text-line-through-style="solid"/></s:style>
+<s:style s:name="away"><s:table-properties t:display="false"/></s:style>{tables}</o:document-content>"""
+
+
+def of_ods(**tables):
+    """An open document with sheets whose rows are lists of cells: words, or attributes of a number."""
+
+    def cell(content):
+        if isinstance(content, str):
+            return f'<t:table-cell o:value-type="string"><p:p>{content}</p:p></t:table-cell>'
+        marks = {"o:value-type": "float", **content}
+        return "<t:table-cell " + " ".join(f'{name}="{value}"' for name, value in marks.items()) + "/>"
+
+    def row(cells, marks=""):
+        return f"<t:table-row {marks}>{''.join(map(cell, cells))}</t:table-row>"
+
+    sheets = "".join(
+        f'<t:table t:name="{name}" {marks}>{columns}{"".join(row(*r) for r in rows)}'
+        '<t:table-row t:number-rows-repeated="1048000"><t:table-cell t:number-columns-repeated="16384"/></t:table-row>'
+        "</t:table>"
+        for name, (marks, columns, rows) in tables.items()
+    )
+    return packed(**{"content.xml": ODS.format(tables=sheets)})
+
+
+TAKEN_OUT = {"struck_through", "row_left_out", "column_left_out", "sheet_left_out"}
+
+
+def test_an_open_document_is_read_like_other_workbooks(tmp_path):
+    number = lambda value, **more: {"o:value": value, **more}  # noqa: E731
+    rows = [(["urea_M", "WT", "aside", "V38A"],)]
+    rows += [([number(k), number(k * k / 9), number(5), number(k / 7)],) for k in range(8)]
+    rows[3] = ([number(2), number(0.9, **{"t:style-name": "cross"}), number(5), number(2 / 7)],)
+    rows[5] = (*rows[5], 't:visibility="filter"')
+    rows[7] = ([number(6), number(4), number(5), "n.d."],)
+    columns = '<t:table-column t:number-columns-repeated="2"/><t:table-column t:visibility="collapse"/>'
+    percent = [(["conc", "WT"],), *(([number(k / 10, **{"o:value-type": "percentage"}), number(k)],) for k in range(8))]
+    path = tmp_path / "book.ods"
+    path.write_bytes(of_ods(a=("", columns, rows), b=('t:style-name="away"', "", rows), c=("", "", percent)))
+    reading = read_file(path, sheet="a")
+    wild, mutant = reading.curves
+    assert wild.x.tolist() == [0, 1, 3, 5, 6, 7] and wild.y[1] == 1 / 9
+    assert mutant.x.tolist() == [0, 1, 2, 3, 5, 7] and TAKEN_OUT <= {note.code for note in reading.notes}
+    (curve,) = read_curves(path, sheet="c", unit="% of 8 M")
+    assert curve.x == pytest.approx(0.8 * np.arange(8)) and curve.y.tolist() == list(range(8))
+
+
+def test_a_workbook_of_before_2007_is_read_like_others(tmp_path):
+    pytest.importorskip("xlrd")
+    xlwt = pytest.importorskip("xlwt")
+    book = xlwt.Workbook()
+    sheet, percent, away = (book.add_sheet(name) for name in "abc")
+    away.visibility = 1
+    crossed, share = xlwt.easyxf("font: struck_out on"), xlwt.easyxf(num_format_str="0.0%")
+    for j, name in enumerate(["urea_M", "WT", "aside", "V38A"]):
+        sheet.write(0, j, name)
+    for k in range(8):
+        for j, value in enumerate((k, k * k / 9, 5, k / 7)):
+            sheet.write(1 + k, j, value, *([crossed] if (k, j) == (2, 1) else []))
+        percent.write(1 + k, 0, k / 10, share)
+        percent.write(1 + k, 1, k)
+    percent.write(0, 0, "conc")
+    percent.write(0, 1, "WT")
+    sheet.row(5).hidden = sheet.col(2).hidden = True
+    book.save(str(tmp_path / "book.xls"))
+    reading = read_file(tmp_path / "book.xls", sheet="a")
+    wild, mutant = reading.curves
+    assert wild.x.tolist() == [0, 1, 3, 5, 6, 7] and wild.y[1] == 1 / 9 and mutant.x.size == 7
+    assert TAKEN_OUT <= {note.code for note in reading.notes}
+    (curve,) = read_curves(tmp_path / "book.xls", sheet="b", unit="% of 8 M")
+    assert curve.x == pytest.approx(0.8 * np.arange(8))
+
+
 PLATE_FAULTS = {
     "no such well": ([["Z9", "a", 1, "", ""]], "layout.csv, row 2, column 1: .*no well 'Z9'"),
     "the same well in two spellings": (
@@ -250,6 +326,10 @@ FOREIGN = {
     ),
     "no workbook in the package": (packed(readme="a text"), "a compressed file that is no workbook"),
     "a damaged package": (packed(readme="a text")[:40], "this workbook is damaged"),
+    "a password": (
+        b"\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1" + bytes(600) + "EncryptedPackage".encode("utf-16-le"),
+        "protected by a password; save it without one",
+    ),
     "a cell far away": (far_cell(), "the table has 16384 columns; at most 5000 are read"),
     "binary": (bytes(range(256)) * 4, "binary data"),
     "a picture": (b"\x89PNG\r\n" + bytes(60), "a picture"),
@@ -300,6 +380,13 @@ def test_curves_of_several_files_are_told_apart(tmp_path):
     assert names == ["a (one.csv)", "b (one.csv)", "a (two.csv)", "b (two.csv)"]
     assert any("are those of 'a (one.csv)'" in text for text in results[2][1].remarks())
     assert {c.details["temperature_from"] for _, found in results[::2] for c in found.curves} == {"assumed"}
+
+
+def test_a_doubt_about_the_temperature_ends_where_one_is_given(tmp_path):
+    (tmp_path / "cold.csv").write_text("# stored at 4 °C\n" + PLAIN)
+    for temperature, codes in ((None, {"temperature_unclear"}), (20.0, set())):
+        ((_, found),) = read_together([tmp_path / "cold.csv"], temperature=temperature)
+        assert {note.code for note in found.notes} == codes == {n.code for c in found.curves for n in c.notes}
 
 
 def test_a_blank_column_is_a_curve_without_readings(tmp_path):

@@ -90,6 +90,21 @@ def test_columns_called_alike_in_two_files_are_two_proteins(tmp_path):
     assert zolt.fit_many(curves, replicates="across", progress=False)["points"].tolist() == [80]
 
 
+def test_one_name_in_two_files_is_one_protein_where_that_is_asked_for(tmp_path):
+    first, second, third = (curve.y for curve in replicates(1.0, 1.0, 1.0))
+    x = replicates(1.0)[0].x
+    pd.DataFrame({"urea_M": x, "WT": first, "V38A": third}).to_csv(tmp_path / "one.csv", index=False)
+    pd.DataFrame({"urea_M": x, "WT": second}).to_csv(tmp_path / "two.csv", index=False)
+    asked = ["fit", str(tmp_path / "one.csv"), str(tmp_path / "two.csv"), "--out", str(tmp_path / "o.csv")]
+    for how, names, points in (
+        ("across", ["WT", "V38A"], [40, 20]),
+        ("pooled", ["WT (one.csv)", "V38A", "WT (two.csv)"], [20, 20, 20]),
+    ):
+        assert CliRunner().invoke(main, [*asked, "--replicates", how]).exit_code == 0
+        table = pd.read_csv(tmp_path / "o.csv")
+        assert table["curve"].tolist() == names and table["points"].tolist() == points
+
+
 def test_each_alone_with_mean_and_deviation(tmp_path):
     table = pd.DataFrame({"urea_M": replicates(1.0)[0].x})
     for i, curve in enumerate(replicates(1.0, 1.0, 1.0), start=1):

@@ -99,6 +99,17 @@ def test_wrong_series_are_refused():
             zolt.fit_series(curves, **arguments)
 
 
+def test_what_is_no_part_of_the_trend_and_what_is_doubtful_in_it_is_said():
+    curves = make_series([0, 1, 2, 5, 10], lambda label: rising(max(label, 0.1)))
+    curves[3].y[8:14] += [0.2, -0.2, 0.2, -0.2, 0.2, -0.2]
+    series = zolt.fit_series(curves, clean=False)
+    said = "Look first at c3 (many_readings_off, spikes): they are part of it"
+    assert "label of 0 or below (0) are fitted, but are no part of it." in series.verdict
+    assert said in series.verdict
+    left = zolt.fit_series(curves, include=[label != 5 for label in (0, 1, 2, 5, 10)], clean=False)
+    assert "Look first" not in left.verdict
+
+
 @pytest.mark.parametrize("form", ["trend", "aggregation"])
 def test_a_lost_label_is_missing_and_not_zero(form):
     curves = make_series([1, 2, 4, 8], rising)

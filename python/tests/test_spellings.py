@@ -3,6 +3,7 @@
 import pytest
 
 from zolt.reading.numbers import AmbiguousMark, cell_of, proven_marks, values_of
+from zolt.reading.mentions import choose, mentions_in
 from zolt.reading.quantities import factor_to_molar, temperature_from, temperature_in_name
 from zolt.reading.spellings import SPELLINGS, header_of, unit_of
 
@@ -195,12 +196,30 @@ def test_temperatures(text, unit, wanted):
 
 
 NAMES = [("F350_40C", 40.0), ("WT 25 °C", 25.0), ("WT-15C rep2", 15.0), ("298 K", 24.85), ("40C 45C", None),
+         ("WT at 37 degrees", 37.0), ("scatter at 90 degrees", None), ("Q 41 C", None),
+         ("20 +/- 0.1 C", 20.0), ("1 C/min", None), ("WT (37 deg)", None),
          ("A10C", None), ("T4V", None), ("4K", None), ("NRC_1", None), ("C12", None), ("5 M", None)]  # fmt: skip
 
 
 @pytest.mark.parametrize("name, wanted", NAMES, ids=[row[0] for row in NAMES])
 def test_temperatures_in_names(name, wanted):
     assert temperature_in_name(name) == (None if wanted is None else pytest.approx(wanted, abs=1e-9))
+
+
+TEXTS = [
+    ("incubated at 25 C overnight, measured at 37 degrees C", 37.0),
+    ("50 mM Tris pH 7.5, 20 C, 1 mM DTT", 20.0),
+    ("scanned at 1 °C/min, T was 310 K", 36.85),
+    ("protein refolded at 4 °C", None),
+    ("pH 7 at 20-25 °C", None),
+    ("measured at 20 C and 37 C", None),
+    ("melting temperature 53 °C, clone 12 K", None),
+]
+
+
+@pytest.mark.parametrize("text, wanted", TEXTS, ids=[row[0] for row in TEXTS])
+def test_temperatures_in_running_text(text, wanted):
+    assert choose(mentions_in(text)) == (None if wanted is None else pytest.approx(wanted, abs=1e-9))
 
 
 UNITS = [("M", None, 1.0), ("mM", None, 1e-3), ("µM", None, 1e-6), ("mol/L", None, 1.0), ("mol dm-3", None, 1.0),

@@ -224,7 +224,7 @@ def test_a_wrong_answer_within_a_series_is_told():
         [Curve("a", x, y, label=1), Curve("b", x, y, label=1), Curve("c", x, far, label=3)]
     )
     assert "series_apart" in codes(series.fits[2]) and "series_apart" not in codes(series.fits[0])
-    assert "departs from their own fits: c" in series.verdict
+    assert "Look first at c (series_apart" in series.verdict
 
 
 def test_every_code_of_the_package_is_in_the_table_and_the_other_way_round():

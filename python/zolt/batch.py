@@ -2,15 +2,17 @@
 
 import re
 from dataclasses import dataclass, replace
+from os import PathLike
 
 import numpy as np
 import pandas as pd
 from tqdm import tqdm
 
 from .caution import cautions_of_notes, codes_of, text_of
+from .checks import numbers
 from .exclusion import excluded
 from .fit import fit
-from .read import Curve
+from .read import Curve, Reading
 from .reading.curve import identical_curves
 from .replicates import GROUP, gathered
 from .settings import Settings, settings_of
@@ -32,21 +34,37 @@ def as_curves(curves):
 
     Of what no reader has seen, curves with the same readings get a note.
     """
+    if isinstance(curves, (str, PathLike)):
+        file = repr(str(curves))
+        raise TypeError(f"{file} is the name of a file; read it first, by zolt.read_curves({file})")
+    if isinstance(curves, (Curve, Reading)):
+        curves = [curves] if isinstance(curves, Curve) else curves.curves
     if hasattr(curves, "columns"):
-        x = curves.iloc[:, 0].to_numpy(float)
-        curves = [Curve(str(name), x, curves[name].to_numpy(float)) for name in curves.columns[1:]]
+        if len(curves.columns) < 2:
+            raise ValueError("the table has one column; expected concentrations and a signal in each other")
+        x = curves.iloc[:, 0]
+        curves = [Curve(str(name), x, curves.iloc[:, i]) for i, name in enumerate(curves.columns) if i]
     elif hasattr(curves, "items"):
-        curves = [Curve(str(name), x, y) for name, (x, y) in curves.items()]
+        curves = [_curve(str(name), pair) for name, pair in curves.items()]
     else:
+        if not hasattr(curves, "__iter__"):
+            raise TypeError(f"expected curves, as {{name: (x, y)}} or a list of zolt.Curve, found {curves!r}")
         curves = list(curves)
-        if all(isinstance(curve, Curve) for curve in curves):
+        if all(isinstance(c, Curve) and all(isinstance(row, np.ndarray) for row in c) for c in curves):
             return curves
-        curves = [
-            c if isinstance(c, Curve) else Curve(f"curve {i}", *c) for i, c in enumerate(curves, start=1)
-        ]
-    rows = [replace(curve, x=np.asarray(curve.x, float), y=np.asarray(curve.y, float)) for curve in curves]
+        curves = [c if isinstance(c, Curve) else _curve(f"curve {i}", c) for i, c in enumerate(curves, 1)]
+    rows = [
+        replace(c, x=numbers(c.x, f"x of '{c.name}'"), y=numbers(c.y, f"y of '{c.name}'")) for c in curves
+    ]
     notes = {note.curve: (note,) for note in identical_curves(rows)}
     return [replace(curve, notes=(*curve.notes, *notes.get(curve.name, ()))) for curve in rows]
+
+
+def _curve(name, pair):
+    """The `Curve` of a pair of x and y."""
+    if isinstance(pair, (str, bytes)) or not hasattr(pair, "__len__") or len(pair) != 2:
+        raise TypeError(f"'{name}' is no curve; expected a pair of concentrations and signals: (x, y)")
+    return Curve(name, *pair)
 
 
 def fit_curve(curve, settings=Settings()):

@@ -54,6 +54,11 @@ def _sentences(texts):
     return first if len(texts) == 1 else f"{first} {len(texts) - 1} more like this."
 
 
+def p_words(p, limit):
+    """A chance beside the limit that it is measured by."""
+    return f"p = {p:.2g}, {'below' if p < limit else 'not below'} {limit:g}"
+
+
 def codes_of(cautions):
     """The codes in one cell of a table."""
     return ", ".join(caution.code for caution in cautions)

@@ -6,7 +6,8 @@ import pandas as pd
 
 from . import inference
 from .batch import as_curves, fit_each
-from .caution import LIMITS
+from .caution import LIMITS, p_words
+from .checks import level_of, place_of
 from .fit_record import Fit
 from .model import CAL_PER_UNIT
 from .replicates import gathered
@@ -60,9 +61,25 @@ class Comparison:
                 for way, (value, error, span, _) in WAYS.items():
                     _describe(entry, f"ddG_{way}", f"_{units}_per_mol", energy, getattr(row, value),
                               getattr(row, error), getattr(row, span))  # fmt: skip
+            if self.ok:
+                unit = f"{units}_per_mol_per_M"
+                entry[f"one_m_{unit}"] = self.record.shared[0] / energy
+                entry[f"one_m_se_{unit}"] = self.record.shared_se[0] / energy
+                entry["one_m_p"] = self.p
             entry["warnings"] = ", ".join(caution.code for caution in fit.warnings)
             rows.append(entry)
         return pd.DataFrame(rows)
+
+    def facts(self, units="kcal"):
+        """What holds for all curves together, by name: reference, level, the one m and its test, advice."""
+        found = {"reference": self.fits[self.reference].name, "level of the intervals": self.level}
+        if self.ok:
+            scale = CAL_PER_UNIT[units]
+            found[f"one m ({units}/mol/M)"] = self.record.shared[0] / scale
+            found["its standard error"] = self.record.shared_se[0] / scale
+            found["p of one m"] = self.p
+            found["one m is doubted where p is below"] = LIMITS.shared_p
+        return {**found, "advice": self.advice(units)}
 
     def advice(self, units="kcal"):
         """Which of the three ways is right for these curves, in sentences."""
@@ -81,13 +98,15 @@ class Comparison:
             "Mean m times the difference of Cm is what is often published. The plain difference asks nothing "
             "of m, but carries the error of both m-values over to zero denaturant."
         )
+        chance = p_words(self.p, LIMITS.shared_p)
         if self.p >= LIMITS.shared_p:
-            agreed = f"The curves agree with one m of {m} (p = {self.p:.2g})"
-            return f"{agreed}: the global fit gives the sharpest ddG. {ways}"
+            return (
+                f"The curves agree with one m of {m} ({chance}): the global fit gives the sharpest ddG. "
+                f"{ways}"
+            )
         return (
-            f"The curves do not agree with one m ({m}, p = {self.p:.2g}): their ddG depends on the "
-            "concentration. In water the plain difference holds; near the midpoints the difference of Cm "
-            "tells more. "
+            f"The curves do not agree with one m ({m}; {chance}): their ddG depends on the concentration. "
+            "In water the plain difference holds; near the midpoints the difference of Cm tells more. "
             f"A difference of m may also be a third state: look at the residuals. {ways}"
         )
 
@@ -117,7 +136,9 @@ def compare(fits, reference=0, *, level=0.95, settings=None, **options):
     curves are pooled, and `options` are those of `zolt.fit`. `reference` is the index or the name of
     one of them. All are taken for two states, with the readings and baselines of their fits.
     """
-    if not hasattr(fits, "columns") and not hasattr(fits, "items"):
+    if isinstance(fits, Fit):
+        raise ValueError("a comparison takes two curves or more, one of them as reference")
+    if isinstance(fits, (list, tuple)):
         fits = list(fits)
     if not (isinstance(fits, list) and all(isinstance(fit, Fit) for fit in fits)):
         settings = settings or settings_of(**{"states": 2, **options})
@@ -126,14 +147,9 @@ def compare(fits, reference=0, *, level=0.95, settings=None, **options):
         if fault := next((fit for fit in fits if isinstance(fit, Exception)), None):
             raise fault
     names = [fit.name for fit in fits]
-    if isinstance(reference, str):
-        if reference not in names:
-            raise ValueError(f"there is no curve '{reference}'; the curves are {', '.join(names)}")
-        reference = names.index(reference)
-    if len(fits) < 2 or not 0 <= reference < len(fits) or not 0.0 < level < 1.0:
-        raise ValueError(
-            "a comparison takes two curves or more, one of them as reference, and a level between 0 and 1"
-        )
+    reference, level = place_of(reference, names), level_of(level)
+    if len(fits) < 2:
+        raise ValueError("a comparison takes two curves or more, one of them as reference")
     choices = {(str(fit.settings.native), str(fit.settings.denatured), fit.settings.sd_known) for fit in fits}
     if len(choices) > 1:
         raise ValueError("the curves of a comparison have the same choices of baselines and deviations")

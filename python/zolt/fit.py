@@ -5,14 +5,15 @@ import numpy as np
 from . import codes, engine, inference, model
 from ._library import MOST_POINTS
 from .caution import caution
+from .checks import number, numbers
 from .engine import Element
 from .engine_answer import EngineAnswer, answer_of_engine
-from .exclusion import excluded
+from .exclusion import excluded, without_effect
 from .fit_record import Fit, fewest_points
 from .points import pick_states, spike_marks, tidy_readings, usable_deviations
 from .reading.curve import Curve
 from .reading.quantities import soluble
-from .settings import USUAL_TEMPERATURE, settings_of
+from .settings import USUAL_TEMPERATURE, Settings, settings_of
 
 
 def fit(
@@ -63,6 +64,9 @@ def fit(
     `part` (of pooled replicates), `denaturant` and `notes` are what a reader knows of the readings. A
     curve that cannot be fitted is a result, not an error: see `ok`, `status`, `reason`.
     """
+    if not isinstance(settings, Settings | None):
+        raise TypeError(f"settings is a zolt.Settings, not {settings!r}; single choices are arguments")
+    exclude = () if exclude is None else exclude
     marked = not isinstance(exclude, str) and np.asarray(exclude).dtype == bool
     marks, exclude = (np.asarray(exclude), ()) if marked else (None, exclude)
     if settings is None:
@@ -73,13 +77,17 @@ def fit(
         )  # fmt: skip
     if settings.shares_m:
         raise ValueError("curves share m with one another: give them to zolt.fit_many or zolt.fit_global")
-    temperature = settings.temperature if temperature is None else temperature
+    temperature = settings.temperature if temperature is None else number(temperature, "temperature", "°C")
     sd, refused = usable_deviations(sd, n, settings.weights, y)
-    if marks is None:
-        marks = excluded(settings.exclude, Curve(name, np.ravel(x), np.ravel(y)))
-    if marks.size != np.size(x):
-        raise ValueError(f"x has {np.size(x)} values and exclude has {marks.size}; it marks every reading")
+    given = x
     x, y, order = tidy_readings(x, y)
+    if marks is None:
+        curve = Curve(name, numbers(given, "x"), y)
+        marks = excluded(settings.exclude, curve)
+        if idle := without_effect(settings.exclude, [curve]):
+            raise ValueError(f"exclude {', '.join(idle)}: no reading of the curve answers to it")
+    if marks.size != np.size(given):
+        raise ValueError(f"x has {np.size(given)} values and exclude has {marks.size}; it marks every reading")
     said = [*notes]
     if temperature is None:
         temperature = USUAL_TEMPERATURE

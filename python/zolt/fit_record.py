@@ -11,6 +11,7 @@ from .caution import codes_of, text_of
 from .engine import Element
 from .engine_answer import EngineAnswer
 from .evidence import Evidence
+from .checks import level_of
 from .model import CAL_PER_UNIT
 from .points import spike_marks
 from .settings import Settings
@@ -131,6 +132,9 @@ class Fit(model.Unfolding):
 
     def _count_fault(self):
         n, fewest = np.count_nonzero(self.kept), fewest_points(self.midpoint_only)
+        if n < fewest and not self.x.size:
+            need = f"this analysis needs at least {fewest}"
+            return "too few points", f"The curve has 0 readings, none with a number for both x and y; {need}."
         if n < fewest:
             return "too few points", f"The curve has {n} readings; this analysis needs at least {fewest}."
         if n > MOST_POINTS:
@@ -177,7 +181,7 @@ class Fit(model.Unfolding):
         x = np.linspace(self.x[0], self.x[-1], n) if self.x.size else np.empty(0)
         if self.answer is None or not self.ok:
             return x, np.full(x.size, np.nan), np.full(x.size, np.nan)
-        drawn = inference.draw(self.answer, x, level)
+        drawn = inference.draw(self.answer, x, level_of(level))
         return x, drawn["signal"], drawn["band"]
 
     def means(self):

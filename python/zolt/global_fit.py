@@ -7,7 +7,8 @@ import pandas as pd
 
 from . import inference, model
 from .batch import as_curves
-from .caution import LIMITS, caution
+from .caution import LIMITS, caution, p_words
+from .checks import level_of, number, place_of
 from .model import CAL_PER_UNIT
 from .points import tidy_readings, usable_deviations
 from .settings import USUAL_TEMPERATURE
@@ -93,10 +94,11 @@ class GlobalFit:
         unit = f"{units}/mol/M" if self.share == "m" else f"{units}/mol"
         scale = CAL_PER_UNIT[units]
         values = ", ".join(f"{v / scale:.3f} ± {e / scale:.3f}" for v, e in zip(self.shared, self.shared_se))
-        verdict = "agree with it" if self.p >= 0.05 else "do not agree with it"
+        agree = self.p >= LIMITS.shared_p
+        verdict = "agree with it" if agree else "do not agree with it"
         return (
             f"Global fit of {self.record.curves} curves: {self.share} = {values} {unit}; "
-            f"the curves {verdict} (p = {self.p:.2g})."
+            f"the curves {verdict} ({p_words(self.p, LIMITS.shared_p)})."
         )
 
     def __repr__(self):
@@ -109,13 +111,13 @@ def fit_global(curves, share="m", *, states=2, reference=0, temperature=None, le
     """Fit curves together with one m-value (`share="m"`) or one dG (`share="dG"`).
 
     `curves` is what `zolt.fit_many` takes, 2 curves or more; each keeps its own baselines and
-    midpoints. `reference` is the index of the curve that differences refer to. `options` are
+    midpoints. `reference` is the name or the index of the curve that differences refer to. `options` are
     `zolt.inference.Options`, without held values. `temperature` (°C) is for curves that state none;
     without it 25 °C is assumed, with a warning.
     """
     curves = as_curves(curves)
     assumed = temperature is None and any(curve.temperature is None for curve in curves)
-    temperature = USUAL_TEMPERATURE if temperature is None else temperature
+    temperature = USUAL_TEMPERATURE if temperature is None else number(temperature, "temperature", "°C")
     readings = [
         _readings(curve, temperature if curve.temperature is None else curve.temperature) for curve in curves
     ]
@@ -134,14 +136,11 @@ def _readings(curve, temperature):
 
 def global_of(readings, names, share="m", states=2, options=None, reference=0, level=0.95):
     """The `GlobalFit` of readings in the form of the inference library."""
-    if (
-        len(readings) < 2
-        or not 0 <= reference < len(readings)
-        or not 0.0 < level < 1.0
-        or states not in (2, 3, 4)
-    ):
-        raise ValueError("a global fit takes two curves or more, the index of one of them as reference, "
-                         "2, 3 or 4 states, and a level between 0 and 1")  # fmt: skip
+    if len(readings) < 2:
+        raise ValueError("a global fit takes two curves or more")
+    if states not in (2, 3, 4):
+        raise ValueError(f"states of a global fit are 2, 3 or 4, not {states!r}")
+    reference, level, states = place_of(reference, names), level_of(level), int(states)
     record, fits, spans, differences = inference.fit_global(
         readings, share, states - 1, options or inference.Options(), reference, level
     )

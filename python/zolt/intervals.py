@@ -5,6 +5,7 @@ from dataclasses import dataclass, field
 import numpy as np
 
 from . import inference
+from .checks import level_of
 from .model import CAL_PER_UNIT
 
 QUANTITIES = ("dG", "Cm", "m")
@@ -109,8 +110,9 @@ def intervals_of(fit, level, method, rounds, seed):
     """`Intervals` of a fit; `rounds` and `seed` belong to the bootstrap."""
     if not fit.ok or fit.answer is None:
         raise ValueError(f"a curve without a fit by least squares has no intervals ({fit.status})")
-    if not 0.0 < level < 1.0 or not 20 <= rounds <= 100000:
-        raise ValueError("level lies between 0 and 1, and 20 to 100000 rounds are taken")
+    level_of(level)
+    if not 20 <= rounds <= 100000:
+        raise ValueError(f"rounds is {rounds!r}; 20 to 100000 rounds are taken")
     answer = fit.answer
     if fit.together is not None:
         whole, place = fit.together

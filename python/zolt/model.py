@@ -13,7 +13,12 @@ from ._library import RESULT_LENGTH
 from .engine import CM_ELEMENTS, DG_ELEMENTS, Element
 
 # Units of energy that results may be asked for in; the engine works in cal/mol.
-CAL_PER_UNIT = {"cal": 1.0, "kcal": 1000.0, "kJ": 1000.0 / 4.184}
+class _Units(dict):
+    def __missing__(self, unit):
+        raise ValueError(f"the unit is one of {', '.join(map(repr, self))} (per mol), not {unit!r}")
+
+
+CAL_PER_UNIT = _Units({"cal": 1.0, "kcal": 1000.0, "kJ": 1000.0 / 4.184})
 
 
 def states_of(result):

@@ -4,6 +4,7 @@ import numpy as np
 
 from . import engine
 from ._library import MOST_POINTS
+from .checks import concentrations, numbers
 
 
 def spike_marks(y):
@@ -32,6 +33,7 @@ def pick_states(x, y):
     averaged, and where the spacing departs from even by more than a hundredth, the signal is first
     brought to an even grid of as many points by linear interpolation.
     """
+    x, y, _ = tidy_readings(x, y)
     if x.size > MOST_POINTS or x.size < 3:
         return 2
     gaps = x[1:] - x[:-1]
@@ -49,7 +51,7 @@ def means_at(x, y):
 
 def tidy_readings(x, y):
     """The readings as ascending rows of doubles without blanks, and the places that they came from."""
-    x, y = (engine.row(values).reshape(-1) for values in (x, y))
+    x, y = concentrations(x), numbers(y, "y")
     if y.size != x.size:
         raise ValueError(f"x has {x.size} values and y has {y.size}; a curve needs as many of each")
     order = np.flatnonzero(np.isfinite(x) & np.isfinite(y))
@@ -68,13 +70,21 @@ def usable_deviations(sd, n, weights, y):
     """
     if sd is None or weights == "none":
         return None, False
-    sd = engine.row(sd).reshape(-1)
-    if sd.size != np.size(y):
-        raise ValueError(f"y has {np.size(y)} values and sd has {sd.size}; a curve needs as many of each")
+    sd = _beside(sd, "sd", y)
     if weights == "sem":
         if n is None:
             return None, True
-        sd = sd / np.sqrt(engine.row(n).reshape(-1))
-    there = np.isfinite(engine.row(y).reshape(-1))
+        n = _beside(n, "n", y)
+        sd = np.divide(sd, np.sqrt(n, where=n > 0), out=np.full(sd.size, np.nan), where=n > 0)
+    there = np.isfinite(numbers(y, "y"))
     sound = np.isfinite(sd[there]).all() and (sd[there] > 0).all()
     return (sd, False) if sound else (None, bool(there.any()))
+
+
+def _beside(values, name, y):
+    values = numbers(values, name)
+    if values.size != np.size(y):
+        raise ValueError(
+            f"y has {np.size(y)} values and {name} has {values.size}; a curve needs as many of each"
+        )
+    return values

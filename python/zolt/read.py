@@ -43,6 +43,9 @@ def read_file(path, layout=None, sheet=None, **options):
     denaturant and `unit` the unit of concentration. Unusable files raise `ReadError` with file,
     row, column and what was expected.
     """
+    if unknown := set(options) - set(Options.__dataclass_fields__):
+        known = ", ".join(Options.__dataclass_fields__)
+        raise TypeError(f"unknown option {', '.join(sorted(unknown))}; there are layout, sheet, {known}")
     options = Options(**options)
     grids, notes = _grids(Path(path), sheet, options.skip_rows)
     curves = []
@@ -72,7 +75,8 @@ def read_together(paths, layout=None, temperature=None, **options):
     results = []
     for path in map(Path, paths):
         try:
-            results.append((path, read_file(path, layout, **options)))
+            found = read_file(path, layout, **options)
+            results.append((path, found if temperature is None else _without_doubt(found)))
         except ReadError as fault:
             results.append((path, fault))
         except Exception as fault:  # a fault of ours must not cost the other files
@@ -97,6 +101,13 @@ def read_together(paths, layout=None, temperature=None, **options):
             more = [note for name in names for note in notes.get(name, ()) if note not in said]
             results[i] = path, Reading(found.source, own, found.notes + more)
     return results
+
+
+def _without_doubt(reading):
+    """The reading without its notes on temperatures in doubt, as one is given."""
+    sure = lambda notes: [note for note in notes if note.code != "temperature_unclear"]  # noqa: E731
+    curves = [replace(curve, notes=tuple(sure(curve.notes))) for curve in reading.curves]
+    return Reading(reading.source, curves, sure(reading.notes))
 
 
 def _with_origin(curve, temperature):

@@ -29,11 +29,13 @@ def conditions(curve, across=False):
 def pooled(curves, across=False):
     """The curves with those of one `group`, temperature and label brought together, in order.
 
-    Only curves of one file are brought together, unless `across` is set.
+    Only curves of one file are brought together, unless `across` is set; then curves of one name in
+    several files, or sheets, are replicates too.
     Every reading stays a reading; equal concentrations tell the pure error of the fit. `part` says of
     each reading which replicate it belongs to. Replicates that differ in scale or offset, so that no
     one curve runs through them, stay as they are with a note.
     """
+    curves = _by_plain_name(curves) if across else curves
     groups = {}
     for i, curve in enumerate(curves):
         key = i if curve.group is None else conditions(curve, across)
@@ -48,6 +50,26 @@ def pooled(curves, across=False):
         else:
             brought.append(_together(same, taken[same[0].group] > 1))
     return tell_apart(brought)[0]
+
+
+def _by_plain_name(curves):
+    """The curves, those of one name in several files or sheets with that name as their group."""
+    places = {}
+    names = [curve.group or _plain_name(curve) for curve in curves]
+    for curve, name in zip(curves, names):
+        places.setdefault(name, set()).add((curve.details.get("file"), curve.details.get("sheet")))
+    return [
+        replace(curve, group=name) if curve.group is None and len(places[name]) > 1 else curve
+        for curve, name in zip(curves, names)
+    ]
+
+
+def _plain_name(curve):
+    """The name without the file or the sheet that told it from equal ones."""
+    name = curve.name
+    for detail in ("file", "sheet"):
+        name = name.removesuffix(f" ({curve.details.get(detail)})")
+    return name
 
 
 def gathered(curves, settings):

@@ -15,12 +15,14 @@ from . import engine
 from .batch import as_curves
 from .engine import CM_ELEMENTS, DG_ELEMENTS, Element
 from .caution import caution, cautions_of_notes
+from .checks import number
 from .fit_record import Fit
 from .model import CAL_PER_UNIT
 from .points import spike_marks, tidy_readings
 from .settings import USUAL_TEMPERATURE, Settings
 
 FORMS = ("trend", "aggregation")
+_OF_POINTS = ("series_apart", "many_readings_off", "spikes")  # warnings that a point of the trend may be wild
 _END_POINTS = 3
 _LEAST_CHANGE = 300.0  # cal/mol that a trend must change dG by, as the engine has it
 
@@ -79,12 +81,11 @@ class Series:
         scale = CAL_PER_UNIT[units]
         lost = [fit.name for fit, there in zip(self.fits, _sound(self.vectors, self.transition)) if not there]
         missing = f" Without a fit, and no part of it: {', '.join(lost)}." if lost else ""
-        apart = [f.name for f, used in zip(self.fits, self.included)
-                 if used and any(c.code == "series_apart" for c in f.warnings)]  # fmt: skip
-        if apart:
-            missing += (
-                f" Curves whose dG departs from their own fits: {', '.join(apart)}; look at them first."
-            )
+        if (outside := np.unique(self.labels[self.labels <= 0])).size:
+            values = ", ".join(f"{value:g}" for value in outside)
+            missing += f" Curves with a label of 0 or below ({values}) are fitted, but are no part of it."
+        if doubtful := self._doubtful():
+            missing += f" Look first at {doubtful}: they are part of it, unless --exclude keeps them out."
         if not self.has_line:
             return f"Fewer than two labels gave a dG, so there is no trend.{missing}"
         if not self.significant:
@@ -93,6 +94,13 @@ class Series:
                 f"labels than the errors of its ends or {_LEAST_CHANGE / scale:.1f} {units}/mol.{missing}"
             )
         return f"dG changes by {self.slope / scale:+.3f} {units}/mol per unit of {against}.{missing}"
+
+    def _doubtful(self):
+        """Names and codes of warnings of the curves that enter the trend and should perhaps not."""
+        used = self.included & (self.labels > 0) & _sound(self.vectors, self.transition)
+        codes = {fit.name: [c.code for c in fit.warnings if c.code in _OF_POINTS]
+                 for fit, part in zip(self.fits, used) if part}  # fmt: skip
+        return ", ".join(f"{name} ({', '.join(said)})" for name, said in codes.items() if said)
 
     @property
     def label_name(self):
@@ -187,7 +195,14 @@ def fit_series(
     """
     if form not in FORMS:
         raise ValueError(f"form is one of {', '.join(FORMS)}, not {form!r}")
+    if states not in (2, 3, 4):
+        raise ValueError(f"states of a series are 2, 3 or 4, not {states!r}")
+    if transition not in range(1, int(states)):
+        raise ValueError(f"{states} states have the transitions 1 to {states - 1}, not {transition!r}")
+    states, temperature = int(states), None if temperature is None else number(temperature, "temperature", "°C")
     curves = as_curves(curves)
+    if include is not None and np.size(include) != len(curves):
+        raise ValueError(f"include tells of each of the {len(curves)} curves whether it enters the trend")
     labels = np.array([c.label for c in curves] if labels is None else labels, dtype=object)
     labels = _numeric_labels(labels, len(curves))
     readings = [tidy_readings(*curve)[:2] for curve in curves]
@@ -232,13 +247,16 @@ def _one_temperature(curves, given):
 
 def _numeric_labels(labels, count):
     if labels.size != count:
-        raise ValueError(f"{count} curves need as many labels, found {labels.size}")
+        raise ValueError(f"{count} curves need as many labels, in their order; found {labels.size}")
     try:
         numbers = labels.astype(float)
     except (TypeError, ValueError):
         numbers = np.array([np.nan])
-    if np.isnan(numbers).any():
-        raise ValueError("every curve of a series needs a number as its label")
+    if not np.isfinite(numbers).all():
+        raise ValueError(
+            "every curve of a series needs a number as its label: give a column or a row 'label', or the "
+            f"labels of all {count} curves in their order"
+        )
     return numbers
 
 

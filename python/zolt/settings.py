@@ -5,11 +5,15 @@ from dataclasses import dataclass, fields, replace
 import numpy as np
 
 from . import inference
+from .checks import level_of, number
 from .model import CAL_PER_UNIT
 
 STATES = ("auto", "picker", 2, 3, 4)
 WEIGHTS = ("sd", "sem", "none")
 _LEAST_M, _MOST_M = 20, 50_000  # cal/mol/M
+_LEAST_DG, _MOST_DG = 50, 200_000  # cal/mol; a held dG of 5 is one in kcal
+_MOST_CM = 15.0  # M, more than any denaturant dissolves
+_OF_INTERVALS = ("method", "level", "rounds", "seed")
 REPLICATES = ("pooled", "across", "each")
 USUAL_TEMPERATURE = 25.0  # °C
 # What the saved form calls the fields that it holds as they are.
@@ -50,8 +54,10 @@ class Settings:
     intervals: dict = None
 
     def __post_init__(self):
-        if self.states not in STATES:
+        if isinstance(self.states, (bool, list, tuple, dict)) or self.states not in STATES:
             raise ValueError(f"states is 2, 3, 4, 'auto' or 'picker', not {self.states!r}")
+        if not isinstance(self.states, str):
+            object.__setattr__(self, "states", int(self.states))
         if self.weights not in WEIGHTS:
             raise ValueError(f"weights is one of {', '.join(WEIGHTS)}, not {self.weights!r}")
         if self.replicates not in REPLICATES:
@@ -60,12 +66,21 @@ class Settings:
             raise ValueError(f"m is 'free', 'shared' or a number in cal/mol/M, not {self.m!r}")
         if self.m is None:
             object.__setattr__(self, "m", "free")
-        held = () if isinstance(self.m, str) else np.ravel(self.m).astype(float)
-        if any(not _LEAST_M <= value <= _MOST_M for value in held if value == value):
-            raise ValueError(
-                f"m is {held[0]:g} cal/mol/M; of proteins it lies between {_LEAST_M} and {_MOST_M:,}: the "
-                "command line takes m in kcal or kJ, as --units says, Python in cal"
-            )
+        for value in () if isinstance(self.m, str) else _values("m", self.m, "cal/mol/M"):
+            if not _LEAST_M <= value <= _MOST_M:
+                raise ValueError(
+                    f"m is {value:g} cal/mol/M; of proteins it lies between {_LEAST_M} and {_MOST_M:,}: the "
+                    "command line takes m in kcal or kJ, as --units says, Python in cal"
+                )
+        for value in _values("dG", self.dG, "cal/mol"):
+            if not _LEAST_DG <= abs(value) <= _MOST_DG:
+                raise ValueError(
+                    f"dG is {value:g} cal/mol; a held one lies between {_LEAST_DG} and {_MOST_DG:,} above or "
+                    "below 0: Python takes it in cal"
+                )
+        for value in _values("Cm", self.Cm, "M"):
+            if abs(value) > _MOST_CM:
+                raise ValueError(f"Cm is {value:g} M; no denaturant dissolves to {_MOST_CM:g} M")
         if self.shares_m and self.states == "auto":
             object.__setattr__(self, "states", 2)  # which is what curves with one m are fitted with
         for side in ("native", "denatured"):
@@ -76,8 +91,13 @@ class Settings:
             raise ValueError("with a shared m intervals are profiles")
         if self.midpoint_only and (self.native, self.denatured) != ("line", "line"):
             raise ValueError("a midpoint fit takes no baselines")
-        if self.residues is not None and not self.residues > 0:
+        if self.residues is not None and (isinstance(self.residues, str) or not self.residues > 0):
             raise ValueError(f"residues is the number of amino acids of the chain, not {self.residues!r}")
+        if self.intervals is not None:
+            if not isinstance(self.intervals, dict) or not set(self.intervals) <= set(_OF_INTERVALS):
+                known = ", ".join(_OF_INTERVALS)
+                raise ValueError(f"intervals is a dictionary with any of {known}, not {self.intervals!r}")
+            level_of(self.intervals.get("level", 0.95))
 
     @property
     def shares_m(self):
@@ -176,9 +196,14 @@ def sides_of(baselines):
                 f"baselines have a native and a denatured side, not {', '.join(sorted(unknown))}"
             )
         return baselines
-    values = tuple(float(value) for value in baselines)
+    values = () if isinstance(baselines, str) or np.ndim(baselines) != 1 else tuple(baselines)
     if len(values) != 4:
-        raise ValueError("baselines are four numbers: aN, bN, aU, bU")
+        raise ValueError(
+            "baselines are a dictionary, as {'native': 'flat'}, or four numbers: aN, bN, aU, bU; "
+            f"not {baselines!r}"
+        )
+    names = ("aN", "bN", "aU", "bU")
+    values = tuple(number(value, f"the baseline's {name}") for name, value in zip(names, values))
     pairs = zip(("native", "denatured"), (values[:2], values[2:]))
     return {side: pair for side, pair in pairs if any(pair)}
 
@@ -188,10 +213,22 @@ def _side(name, side):
         if side not in inference.KINDS:
             raise ValueError(f"the {name} baseline is 'line', 'flat' or two numbers, not {side!r}")
         return side
-    pair = tuple(float(value) for value in side)
-    if len(pair) != 2:
-        raise ValueError(f"the {name} baseline is 'line', 'flat' or two numbers: intercept and slope")
-    return pair
+    if np.shape(side) != (2,):
+        raise ValueError(
+            f"the {name} baseline is 'line', 'flat' or two numbers, intercept and slope, not {side!r}"
+        )
+    names = (f"the {name} baseline's {what}" for what in ("intercept", "slope"))
+    return tuple(map(number, side, names))
+
+
+def _values(name, held, unit):
+    """The numbers among values that are held, one or one each transition; NaN and None hold nothing."""
+    if held is None:
+        return []
+    values = [held] if np.ndim(held) == 0 else list(held)
+    if values == [held]:
+        number(held, name, unit)
+    return [number(v, name, unit) for v in values if v is not None and v == v]
 
 
 def _side_words(side):

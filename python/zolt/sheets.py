@@ -104,15 +104,26 @@ def said_of(fits, intervals=None):
 
 def workbook_sheets(table, fits, intervals=None, settings=None, problems=()):
     """All tables of a run by the names of their sheets; `table` is that of the results."""
+    makers = sheets_of_fits(fits, settings or {}, problems, intervals)
+    makers["comparison of states"] = lambda: evidence_table(fits)
+    order = ("readings", "curves", "fraction folded", "comparison of states", "warnings", "settings")
+    return {"results": table, **{name: makers[name]() for name in order}}
+
+
+def sheets_of_fits(fits, settings, problems=(), intervals=None):
+    """Functions that make the tables of fits, by the names of their sheets."""
     return {
-        "results": table,
-        "readings": readings_table(fits),
-        "curves": wide_curves(fits),
-        "fraction folded": wide_curves(fits, fraction=True),
-        "comparison of states": evidence_table(fits),
-        "warnings": warnings_table(fits, intervals, problems),
-        "settings": settings_table(settings or {}),
+        "readings": lambda: readings_table(fits),
+        "curves": lambda: wide_curves(fits),
+        "fraction folded": lambda: wide_curves(fits, fraction=True),
+        "warnings": lambda: warnings_table(fits, intervals, problems),
+        "settings": lambda: settings_table(settings),
     }
+
+
+def facts_table(facts):
+    """A row per thing that is known of all curves together."""
+    return pd.DataFrame(list(facts.items()), columns=["what", "value"])
 
 
 def settings_table(settings):

@@ -5,7 +5,8 @@ import sys
 import click
 
 from ..output import print_cautions
-from ..sheets import said_of
+from ..batch import table_of
+from ..sheets import facts_table, said_of, sheets_of_fits
 from ..writing import TABLES
 from .choices import check_exclusions, choices_of, settings_from
 from .delivery import Delivery, write_result
@@ -66,7 +67,17 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
         click.echo(f"zolt: {fault}.", err=True)
         sys.exit(2)
     table = result.table(units)
-    write_result(delivery, table, lambda: result.plot(units=units, **look), look)
+    facts = result.facts(units)
+    told = {"command": " ".join(["zolt", *sys.argv[1:]]), **reading, **settings.words(units),
+            "level": level, "read": "; ".join(source.read)}  # fmt: skip
+    told["reference"] = facts["reference"]
+    sheets = {
+        "results": lambda: table.assign(advice=facts["advice"], settings=settings.line(units)),
+        "comparison": lambda: facts_table(facts),
+        "fits": lambda: table_of([(fit, None) for fit in result.fits], curves, units),
+        **sheets_of_fits(result.fits, told, source.problems),
+    }
+    write_result(delivery, sheets, lambda: result.plot(units=units, **look), look)
     click.echo(_printed(table, units))
     click.echo(f"Each less {result.fits[result.reference].name}; {units}/mol and M, ± standard error, "
                f"[{100 * level:g} % interval].")  # fmt: skip

@@ -4,6 +4,7 @@ import os
 
 import click
 
+from ..workbook import write_workbook
 from ..writing import CannotWrite, check_folder, check_place, reason, replacing, write_table
 
 
@@ -56,9 +57,20 @@ class Delivery:
             click.echo(f"zolt: {self.problems[-1]}", err=True)
 
 
-def write_result(delivery, table, draw, look):
-    """Write the table and the picture of what curves gave together; `draw` makes the picture."""
-    delivery.write("--out", lambda path: write_table(table, path))
+def write_result(delivery, sheets, draw, look):
+    """Write the tables and the picture of what curves gave together.
+
+    `sheets` are functions that make tables, by name; other files than workbooks hold the first alone.
+    `draw` makes the picture if it is asked for.
+    """
+
+    def write(path):
+        if path.suffix.lower() == ".xlsx":
+            write_workbook({name: make() for name, make in sheets.items()}, path)
+        else:
+            write_table(next(iter(sheets.values()))(), path)
+
+    delivery.write("--out", write)
     if delivery.asked("--plot"):
         from ..plot import save_figure
 

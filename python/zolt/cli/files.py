@@ -14,6 +14,8 @@ from ..writing import file_names, write_table
 
 DRAWN = ("fit", "energy", "profile")
 _SHOW_PROGRESS = 20  # pictures
+_MOST_NAMED = 6  # curves
+_NEEDS = {"energy": "a fit", "profile": "a fit by least squares with an m of its own"}
 
 
 @dataclass
@@ -90,7 +92,7 @@ def write_results(run, path):
 
 
 def draw_all(fits, folder, kinds, picture, units, look):
-    """Pictures of every fit, named after its file and curve; a kind that a fit cannot have is passed over."""
+    """Pictures of every fit, named after its file and curve; a kind that a fit cannot have is told."""
     from ..plot import plot_fit, plot_free_energy, plot_profile, save_fit
 
     draws = dict(zip(DRAWN, (plot_fit, plot_free_energy, plot_profile)))
@@ -99,9 +101,21 @@ def draw_all(fits, folder, kinds, picture, units, look):
         progress = tqdm(
             list(zip(fits, names)), unit="picture", disable=None if len(fits) >= _SHOW_PROGRESS else True
         )
+        lacking = []
         for fit, name in progress:
-            if kind == "fit" or (fit.ok and (kind == "energy" or fit.answer is not None)):
+            if _can_be_drawn(fit, kind):
                 save_fit(fit, folder / f"{name}.{picture}", draws[kind], units=units, **look)
+            else:
+                lacking.append(fit.name)
+        if lacking:
+            names = ", ".join(lacking[:_MOST_NAMED]) + (", ..." if len(lacking) > _MOST_NAMED else "")
+            click.echo(f"--draw {kind}: no picture of {names}, for want of {_NEEDS[kind]}.", err=True)
+
+
+def _can_be_drawn(fit, kind):
+    if kind == "profile":
+        return fit.ok and fit.answer is not None and fit.together is None
+    return kind == "fit" or fit.ok
 
 
 def _draw_overlay(fits, path, quantity, units, look):

@@ -76,6 +76,8 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     delivery.file("--overlay", overlay, PICTURES)
     delivery.file("--report", report, (".html", ".htm"))
     delivery.folder("--plots", plots)
+    if kinds != ["fit"] and plots is None:
+        raise click.UsageError(f"--draw {draw} says what --plots draws; name a folder by --plots.")
     if resume and (out is None or out.suffix.lower() != ".csv"):
         raise click.UsageError(
             "--resume goes with --out and a .csv file, beside which finished curves are kept."

@@ -6,7 +6,7 @@ from functools import partial
 import click
 
 from ..output import print_fits
-from ..sheets import said_of
+from ..sheets import facts_table, said_of, sheets_of_fits
 from ..writing import TABLES
 from .delivery import Delivery, write_result
 from .help import GroupedCommand
@@ -58,24 +58,53 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
     delivery.file("--plot", plot, PICTURES)
     source = Input(files, layout, reading, temperature)
     source.need_curves()
+    names = [curve.name for curve in source.curves]
+    given = None if labels is None else _numbers("--labels", labels, float, names)
+    excluded = _numbers("--exclude", exclude, int, names) if exclude.strip() else ()
     try:
-        given = None if labels is None else [float(text) for text in labels.split(",")]
-        excluded = {int(text) for text in exclude.split(",") if text.strip()}
         include = [i not in excluded for i in range(1, len(source.curves) + 1)]
         result = fit_series(
             source.curves, given, form=form, states=int(states), transition=int(transition),
             temperature=temperature, include=include, clean=not keep_all, normalise=not raw,
         )  # fmt: skip
     except ValueError as fault:
-        click.echo(f"zolt: {fault}", err=True)
+        click.echo(f"zolt: {str(fault).rstrip('.')}.", err=True)
         sys.exit(2)
     table = result.table(units)
-    write_result(delivery, table, lambda: result.plot(units=units, **look), look)
+    together = result.shared_m()
+    told = {"command": " ".join(["zolt", *sys.argv[1:]]), **reading, "form": form, "states": states,
+            "transition": transition, "labels": labels, "kept out of the trend": exclude,
+            "outliers": "kept" if keep_all else "left out", "signals": "raw" if raw else "normalised",
+            "temperature": f"{result.temperature:g} °C", "read": "; ".join(source.read)}  # fmt: skip
+    facts = {"trend": result.verdict_in(units), "one m": together.summary(units) if together else ""}
+    sheets = {"results": lambda: table, "labels": lambda: result.label_table(units),
+              "trend": lambda: facts_table(facts),
+              **sheets_of_fits(result.fits, told, source.problems)}  # fmt: skip
+    write_result(delivery, sheets, lambda: result.plot(units=units, **look), look)
     print_fits(table, units, said_of(result.fits))
     labels = result.label_table(units)
     click.echo("\n" + labels.to_string(index=False, float_format="{:.3f}".format, na_rep=""))
     click.echo(result.verdict_in(units))
-    if (together := result.shared_m()) is not None:
+    if together is not None:
         click.echo(together.summary(units))
     source.problems += delivery.problems
     source.finish()
+
+
+def _numbers(option, text, kind, names):
+    """The numbers of an option: a label for every curve, or places of curves from 1."""
+    curves = f"the {len(names)} curves are {', '.join(names[:6])}{', ...' if len(names) > 6 else ''}"
+    found = []
+    for part in text.split(","):
+        try:
+            found.append(kind(part))
+        except ValueError:
+            what = (
+                "numbers with commas between them, as 1,2,5" if kind is float else "places of curves, as 1,3"
+            )
+            raise click.UsageError(f"{option} takes {what}; '{part.strip()}' is none; {curves}.") from None
+    if kind is float and len(found) != len(names):
+        raise click.UsageError(f"{option} has {len(found)} numbers and needs one for every curve; {curves}.")
+    if kind is int and not all(1 <= place <= len(names) for place in found):
+        raise click.UsageError(f"{option} {text}: there is no such curve; {curves}.")
+    return found

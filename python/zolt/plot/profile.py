@@ -17,11 +17,12 @@ def profile(fit):
 
     Each has a row per transition and level: lower end, upper end, and by how many variances of the
     residuals the sum of squares has risen there. An end that the readings do not set is infinite.
-    Where an interval is widened for unequal scatter, so is the profile. ValueError if the fit is
-    not one by least squares.
+    Where an interval is widened for unequal scatter, so is the profile. Where the sum of squares has
+    several valleys, an end is the farthest place that any smaller rise reaches, so that the intervals
+    lie within one another. ValueError if the fit is not one by least squares.
     """
     spans = [(fit.intervals(level), fit.intervals(level, "linear")) for level in _LEVELS]
-    return {
+    rows = {
         name: np.array(
             [
                 [(*ends, ((straight[1] - straight[0]) / (2.0 * error)) ** 2) for ends, straight in rows]
@@ -32,6 +33,10 @@ def profile(fit):
         )
         for name in ("dG", "Cm", "m")
     }
+    for quantity in rows.values():
+        np.minimum.accumulate(quantity[..., 0], axis=-1, out=quantity[..., 0])
+        np.maximum.accumulate(quantity[..., 1], axis=-1, out=quantity[..., 1])
+    return rows
 
 
 @styled
@@ -40,17 +45,20 @@ def plot_profile(fit, *, units="kcal", level=0.95, title=None):
 
     The solid line is the least sum of squares with the quantity held, the dashed parabola what the
     standard error alone would say; where they part, only the profile tells the interval. Dotted
-    lines are the ends of the interval at `level`; a side without one is open. Takes the keywords of
-    `zolt.plot.look`. Returns the figure.
+    lines are the ends of the interval at `level`; a side without one is open, which is written there.
+    An upright piece of the solid line stands where the sum of squares has a further valley. Takes the
+    keywords of `zolt.plot.look`. Returns the figure.
     """
     lines, spans, count = profile(fit), fit.intervals(level), fit.dG.size
     figure = new_figure(aspect=_ASPECT * count + 0.06)
     for i, row in enumerate(figure.subplots(count, 3, squeeze=False, sharey="row")):
         for ax, (name, unit, scale) in zip(row, quantities(units)):
             _draw_profile(ax, getattr(fit, name)[i] / scale, fit.se[name][i] / scale, lines[name][i], scale)
-            for end in getattr(spans, name)[i] / scale:
+            for end, place, side in zip(getattr(spans, name)[i] / scale, (0.03, 0.97), ("left", "right")):
                 if np.isfinite(end):
                     ax.axvline(end, color=palette().reading, lw=0.9, ls=":")
+                else:
+                    ax.text(place, 0.97, "open", transform=ax.transAxes, ha=side, va="top", fontsize="small")
             ax.set_xlabel(f"{name if count == 1 else f'{name} {i + 1}'} ({unit})")
             dress(ax)
         row[0].set_ylim(bottom=0.0)
@@ -71,5 +79,7 @@ def _draw_profile(ax, estimate, error, rows, scale):
     steps = error * np.array([*-steps[::-1], 0.0, *steps])
     ax.plot(estimate + steps, (steps / error) ** 2, color=BASELINE, lw=1.0, ls=(0, (5, 3)))
     ax.axvline(estimate, color=colours.reading, lw=0.9)
-    if len(values) > 1:
-        ax.set_xlim(*limits([*values, *(estimate + steps)]))
+    if len(values) > 1:  # a parabola much wider than the profile would hide it
+        reach = max(np.ptp(values), min(error, 2.0 * np.ptp(values)))
+        ends = np.clip(estimate + steps, min(values) - 0.5 * reach, max(values) + 0.5 * reach)
+        ax.set_xlim(*limits([*values, *ends]))

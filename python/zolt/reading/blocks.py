@@ -7,7 +7,7 @@ below each other, and may name its concentrations in the first row in place of t
 from dataclasses import dataclass, field
 
 from .grid import Grid, shown
-from .numbers import cell_of
+from .numbers import cell_of, is_number_as_name
 from .spellings import SPELLINGS, header_of, plain, unit_of
 from .stated import stated_around, states_something
 from .text import split
@@ -76,16 +76,22 @@ def find_blocks(grid):
         pending = _end_of(grid, runs[-1][1], pending, classes)
     aside += pending
     most = max((len(body) for _, body in runs), default=0)
-    blocks, carried = [], {}
-    for above, body in runs:
+    blocks, carried, groups = [], {}, []
+    for (above, body), (next_above, _) in zip(runs, [*runs[1:], ((), ())]):
         if len(body) < min(3, most):
             aside += above
-            if all(map(_mark_role, (grid.rows[r] for r in body))):  # marks above the header
+            if _are_above_names(grid, body, next_above):
+                if _count_from_one(grid, body[0]):
+                    carried = {"replicate": body[0]}
+                else:
+                    groups, classes[body[0]] = body, "T"
+            elif all(map(_mark_role, (grid.rows[r] for r in body))):  # marks above the header
                 carried = {_mark_role(grid.rows[r]): r for r in body}
             else:
                 aside += body
             continue
-        block, rest = _block(grid, above, body, classes)
+        block, rest = _block(grid, [*groups, *above], body, classes)
+        groups = []
         block.marks, carried = {**carried, **block.marks}, {}
         blocks.append(block)
         aside += rest
@@ -128,7 +134,8 @@ def _block(grid, above, body, classes):
         cells = grid.rows[row]
         role = _mark_role(cells)
         about_axes = plain(cells[0]) in SPELLINGS["axis_keys"]
-        if sum(map(bool, cells)) == 1 < width or about_axes or (header and classes[row] == "K"):
+        lone = sum(map(bool, cells)) == 1 < width and cells[0]  # not one name above the columns of its group
+        if lone or about_axes or (header and classes[row] == "K"):
             rest.append(row)
         elif header:
             header.insert(0, row)
@@ -143,6 +150,12 @@ def _block(grid, above, body, classes):
         else:
             rest.append(row)
     body = [*faulty, *body]
+    if header and _names_columns(grid, body, header[-1]):
+        if "replicate" not in marks and _numbers_replicates(grid, body, header[-1]):
+            marks["replicate"] = row = body.pop(0)
+            corner = grid.cell(row, 0)
+        else:
+            header.append(body.pop(0))
     if header and cell_of(grid.cell(body[0], 0)).kind == "text" and len(grid.rows[header[-1]]) < width:
         # The rows name themselves; what is above is about the file.
         rest, header, marks = [*rest, *header, *marks.values()], [], {}
@@ -156,8 +169,9 @@ def _block(grid, above, body, classes):
     for row in range(header[-1] + 1, body[0]) if header else ():
         if len(grid.rows[row]) == 1 < width and header_of(grid.rows[row][0]).role == "x":
             corner = grid.rows[row][0]  # the concentrations have their name in a row of its own
-    if header and "replicate" not in marks and _numbers_replicates(grid, body, header[-1]):
-        marks["replicate"] = body.pop(0)
+    if header and "replicate" not in marks and not grid.cell(body[0], 0):
+        if _numbers_replicates(grid, body, header[-1]):
+            marks["replicate"] = body.pop(0)
     keep = _header_rows(grid, header, body)
     rest += [r for r in header if r not in keep]
     titles = [
@@ -186,17 +200,40 @@ def _is_header(grid, near, row, classes):
     return row in near and classes[row] == "T" and not states_something(grid.rows[row])
 
 
+def _names_columns(grid, body, header):
+    """True for a first row such as 'urea, 330, 340' below ', WT, WT': numbers that are names."""
+    first = grid.cell(body[0], 0)
+    if len(body) < 3 or cell_of(grid.cell(body[1], 0)).kind != "number":
+        return False
+    if first:
+        return header_of(first).role == "x" and cell_of(first).kind == "text"
+    numbers = all(cell_of(cell).kind == "number" for cell in grid.rows[body[0]][1:])
+    return numbers and _has_repeats(grid, header) and not _numbers_replicates(grid, body, header)
+
+
+def _are_above_names(grid, rows, above):
+    """True for a row such as ', 330, 340' right above 'urea, WT, WT'."""
+    cells = grid.rows[rows[0]]
+    if len(rows) > 1 or above[:1] != [rows[0] + 1] or len(cells) != len(grid.rows[above[0]]):
+        return False
+    if cells[0] and header_of(cells[0]).kind != "wavelength":
+        return False
+    return all(cell_of(cell).kind == "number" for cell in cells[1:]) and _has_repeats(grid, above[0])
+
+
+def _count_from_one(grid, row):
+    numbers = {whole_number(cell) for cell in grid.rows[row][1:]}
+    return numbers == set(range(1, len(numbers) + 1))
+
+
+def _has_repeats(grid, header):
+    names = grid.rows[header][1:]
+    return len(set(names)) < len(names) or "" in names
+
+
 def _numbers_replicates(grid, body, header):
-    """True for a first row such as ', 1, 2, 1, 2' below 'urea, WT, WT, V38A, V38A'."""
-    row = body[0]
-    numbers, names = grid.rows[row][1:], grid.rows[header][1:]
-    repeated = len(set(names)) < len(names) or "" in names
-    return (
-        len(body) > 2
-        and repeated
-        and not grid.cell(row, 0)
-        and all(0 < (whole_number(n) or 0) < 100 for n in numbers)
-    )
+    """True for a first row such as ', 1, 2, 1, 2' below 'urea, WT, WT, V38A, V38A', without a gap."""
+    return len(body) > 2 and _has_repeats(grid, header) and _count_from_one(grid, body[0])
 
 
 def _is_unit_row(cells):
@@ -219,6 +256,8 @@ def _header_rows(grid, rows, body):
     generic = len(set(names)) < len(names) or all(
         header_of(name).role in ("x", "y", "deviation", "n", "replicate") for name in names[1:]
     )
+    if not high[0] or header_of(high[0]).role in ("x", "curve"):
+        generic = generic or all(is_number_as_name(name) for name in low[1:] if name)
     pair_of_words = filled in ([0, 1], [0])
     if generic and not pair_of_words and width > 2:
         return rows[-2:]

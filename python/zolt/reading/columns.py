@@ -30,6 +30,14 @@ class Options:
     denaturant: str = None
     unit: object = None
 
+    def __post_init__(self):
+        if self.decimal not in (None, ".", ","):
+            raise ValueError(f"decimal is '.' or ',', not {self.decimal!r}")
+        if isinstance(self.skip_rows, bool) or not isinstance(self.skip_rows, int) or self.skip_rows < 0:
+            raise ValueError(f"skip_rows is the number of rows to pass over, not {self.skip_rows!r}")
+        if isinstance(self.columns, (str, int)):
+            object.__setattr__(self, "columns", (self.columns,))
+
 
 @dataclass(eq=False)
 class Column:
@@ -126,6 +134,8 @@ def _headers(block, stated):
     low = list(rows[-1]) if rows else []
     if low and block.corner:
         low[0] = block.corner
+    elif len(rows) > 1 and not low[0] and rows[-2] and header_of(rows[-2][0]).role == "x":
+        low[0] = rows[-2][0]
     return (rows[-2] if len(rows) > 1 else []), low
 
 

@@ -6,11 +6,10 @@ import numpy as np
 
 from .columns import read_numbers
 from .grid import shown, tidy_name
-from .quantities import HIGHEST_WITHOUT_UNIT, factor_to_molar, soluble
+from .quantities import HIGHEST_WITHOUT_UNIT, LEAST_CONCENTRATION, factor_to_molar, soluble
 from .spellings import SPELLINGS, denaturant_in, denaturant_of, plain, unit_of
 
 _LITTLE = 0.2  # M; urea and guanidinium salts unfold hardly anything below
-_LEAST = -0.05  # M; a refractometer may read a little below nothing
 
 
 def concentrations(table, column, options):
@@ -36,6 +35,8 @@ def concentrations(table, column, options):
     values = read_numbers(table, column).copy()
     unit = stated_unit or column.unit or _unit_column(table) or table.stated.unit
     in_cells = [unit_of(c.unit) if c.kind == "number" and c.unit else None for c in column.cells]
+    if unit is not None and unit.key == "%":  # the header says of what the per cent of the cells are
+        in_cells = [None if own is not None and own.key == "%" else own for own in in_cells]
     units = {u for u in in_cells if u is not None}
     for i, (cell, own) in enumerate(zip(column.cells, in_cells)):
         if cell.kind == "number":
@@ -78,7 +79,7 @@ def _check_concentrations(table, column, values, has_unit):
         raise grid.fault(
             "the column of concentrations holds no numbers; name another one with --x.", None, column.place
         )
-    if known.min() < _LEAST:
+    if known.min() < LEAST_CONCENTRATION:
         i = int(np.nanargmin(values))
         raise grid.fault(
             f"a concentration below 0, {shown(column.cells[i].text)}.", table.rows[i], column.place

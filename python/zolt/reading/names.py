@@ -6,7 +6,7 @@ from dataclasses import replace
 
 from .curve import LONGEST_NAME
 from .grid import tidy_name
-from .numbers import cell_of
+from .numbers import cell_of, is_number_as_name
 from .spellings import header_of, words_of
 
 _REPLICATE = re.compile(
@@ -21,6 +21,7 @@ _NUMBERED = re.compile(r"(.*[^\d\s.])(?:\.|\s*\()(\d{1,2})\)?")
 def signal_names(table, signals):
     """Names of the signals from header and group; equal ones of one protein are told apart later."""
     names, counts, many = [], Counter(c.name for c in signals), len(table.of("x")) > 1
+    repeated = any(count > 1 for count in counts.values())
     for i, column in enumerate(signals, start=1):
         general = header_of(column.name).role in ("y", "deviation") or not column.name
         group = column.group if column.group != column.name else ""
@@ -31,7 +32,7 @@ def signal_names(table, signals):
             names.append(re.sub(r"[\s_\-.]*y$", "", column.name, flags=re.I))
         elif general and group:
             names.append(group)
-        elif group and counts[column.name] > 1:
+        elif group and (repeated or is_number_as_name(column.name)):
             names.append(f"{group} {column.name}")
         elif group and many:
             names.append(group if column.of.name == group else f"{group} {column.name}")

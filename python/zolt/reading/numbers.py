@@ -24,6 +24,7 @@ _GROUPS = re.compile(r"[1-9]\d{0,2}(?:(['’\u00a0\u2009\u202f ])\d{3})(?:\1\d{3
 _FEW_DIGITS = re.compile(r"[1-9]\d{0,2}[.,]\d{3}")
 _LIMIT = re.compile(r"[<>≤≥~≈]\s*[+-]?[\d.,]+.*")
 _FILLED = re.compile(r"[*#\-.=]{2,}")
+_WAVELENGTH = re.compile(r"\d+(?:[.,]\d+)?\s*nm")
 _FLAG = re.compile(r"\s*[*†‡§!?^#a-d()\[\]]{1,4}")
 
 
@@ -163,3 +164,8 @@ def has_thousands(cells, of_table, decimal=None):
     """True where a comma or point of the column was taken to part thousands."""
     mark = decimal_of(cells, of_table, decimal)
     return any(cell.mark[:1] == "?" and cell.mark[1] != mark for cell in cells)
+
+
+def is_number_as_name(text):
+    """True for a header that is a number or a wavelength, and so tells nothing of the protein."""
+    return cell_of(text).kind == "number" or _WAVELENGTH.fullmatch(plain(text)) is not None

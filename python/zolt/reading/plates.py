@@ -21,6 +21,7 @@ from .quantities import celsius, temperature_from, temperature_unit
 from .spellings import SPELLINGS, header_of, plain
 from .concentrations import concentrations
 from .names import plain_value
+from .temperatures import doubt_temperature, temperature_of_names
 
 _WELL = re.compile(r"([A-Z]|A[A-F])[\s\-_]*0*([1-9]\d?)")
 
@@ -138,6 +139,8 @@ def plate_curves(grid, layout, options):
     signals = _readings(grid, options)
     table, roles = _layout_table(layout, replace(options, x=None, columns=None))
     _, stated = find_blocks(grid)
+    if stated.temperature is None and stated.unclear is None:
+        stated = replace(stated, temperature=table.stated.temperature)
     sample_of = roles["curve"]
     empty = [
         i for i, cell in enumerate(sample_of.cells)
@@ -172,6 +175,8 @@ def plate_curves(grid, layout, options):
             curves.append(_curve(grid, layout, table, roles, key, rows, molar, places, wells, stated,
                                  signal if len(signals) > 1 else ""))  # fmt: skip
     grid.notes.update(layout.notes)
+    if any(curve.temperature is None for curve in curves):
+        doubt_temperature(grid, stated if stated.mentioned or stated.unclear is not None else table.stated)
     return curves
 
 
@@ -200,9 +205,11 @@ def _curve(grid, layout, table, roles, key, rows, molar, places, wells, stated, 
         if not np.isnan(value):
             used.append((molar[i], value, places[i]))
     used.sort(key=lambda entry: entry[0])
-    temperature = stated.temperature
+    temperature = None
     if (column := roles.get("temperature")) is not None:
         temperature = _layout_temperature(layout, table, column, rows)
+    if temperature is None:
+        temperature = temperature_of_names(grid, (sample, label, signal), stated)
     details = {"file": Path(grid.source).name, "well": " ".join(well for _, _, well in used)}
     if grid.sheet:
         details["sheet"] = grid.sheet

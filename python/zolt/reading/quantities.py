@@ -5,19 +5,27 @@ import re
 from .spellings import SPELLINGS, plain
 
 HIGHEST_WITHOUT_UNIT = 15.0  # M; more than any denaturant dissolves, so something else is meant
+LEAST_CONCENTRATION = -0.05  # M; a refractometer may read a little below nothing
 ENGINE_RANGE = 0.0, 100.0  # °C
 
 _TEMPERATURE_UNIT_OF = {
     name: entry for entry in SPELLINGS["temperature_units"].values() for name in entry["names"]
 }
+_KEY_OF_UNIT = {name: key for key, entry in SPELLINGS["temperature_units"].items() for name in entry["names"]}
 _UNITS = "|".join(sorted(map(re.escape, _TEMPERATURE_UNIT_OF), key=len, reverse=True))
-_VALUE = r"([+-]?\d+(?:[.,]\d+)?)"
+UNITS = rf"{_UNITS}|degrees?|deg\.?|°|º"  # of temperatures in running text and in names
+VALUE = r"([+-]?\d+(?:[.,]\d+)?)"
+GIVE_OR_TAKE = r"(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?"
+RATE = r"\s*(?:/\s*(?:s|sec|m|min|h|hour)\b|per\b|\b(?:s|min|h)\s*-1)"  # behind a unit: no temperature
 _TEMPERATURE = re.compile(
-    rf"(?:about|approx\.?|ca\.?|c\.|~|≈)?\s*{_VALUE}\s*(?:(?:±|\+/-)\s*\d+(?:[.,]\d+)?\s*)?"
+    rf"(?:about|approx\.?|ca\.?|c\.|~|≈)?\s*{VALUE}\s*{GIVE_OR_TAKE}"
     rf"({_UNITS})?\s*\.?(?:[(,;].*)?"
 )
-_IN_NAME = re.compile(rf"(?<![\w.,]){_VALUE}\s*(°\s*c|º\s*c|deg\s?c|degrees\s?c|c|k)(?![\w%])")
-_DEGREES = re.compile(rf"{_VALUE}\s*(?:(?:°|º|deg\.?)\s*c|degrees|kelvin)(?!\w)")
+# A letter that stands alone before the number makes it a residue, as in 'Q 41 C'.
+_IN_NAME = re.compile(
+    rf"(\bat |@)?(?<![\w.,])(?<!\W[a-su-z] )(?<!^[a-su-z] ){VALUE}\s*{GIVE_OR_TAKE}({UNITS})(?![\w%]|{RATE})"
+)
+_LEAST_KELVIN = 200.0  # less is an index, as in 'clone 12 K'
 
 
 def temperature_from(text, unit_text=""):
@@ -50,22 +58,36 @@ def temperature_unit(header):
     return _TEMPERATURE_UNIT_OF.get(tail) or _TEMPERATURE_UNIT_OF.get(" ".join(words[-2:]))
 
 
-def temperature_in_name(text):
-    """°C that the name of a column states, such as 'F350_40C' or 'WT 298 K', or None."""
-    found = set()
-    for value, unit in _IN_NAME.findall(plain(text).replace("_", " ")):
-        number = float(value.replace(",", "."))
-        if unit == "k" and number < 200.0:
-            continue
-        degrees = celsius(number, _TEMPERATURE_UNIT_OF[unit.replace(" ", "")])
-        if degrees is not None:
+def unit_in_text(value, unit, text):
+    """Key of the unit of temperature, 'C', 'K' or 'F', behind a number within `text`.
+
+    None where the number is an index or an angle. Degrees without a letter are of Celsius.
+    """
+    key = _KEY_OF_UNIT.get(unit)
+    if key is None:
+        return None if any(word in text for word in SPELLINGS["temperature_in_text"]["angle"]) else "C"
+    return None if key == "K" and value < _LEAST_KELVIN else key
+
+
+def temperatures_in_name(text):
+    """Set of °C that a name states, such as 'F350_40C' or 'WT 298 K', and texts of what may be such."""
+    text = plain(text).replace("_", " ")
+    found, doubtful = set(), []
+    for at, number, unit in _IN_NAME.findall(text):
+        value = float(number.replace(",", "."))
+        key = unit_in_text(value, unit, text)
+        degrees = celsius(value, SPELLINGS["temperature_units"][key]) if key in ("C", "K") else None
+        if degrees is not None and (at or unit in _KEY_OF_UNIT):
             found.add(degrees)
+        elif degrees is not None:
+            doubtful.append(f"{degrees:g} °C")
+    return found, doubtful
+
+
+def temperature_in_name(text):
+    """°C that the name of a column states, or None."""
+    found, _ = temperatures_in_name(text)
     return found.pop() if len(found) == 1 else None
-
-
-def degrees_in(text):
-    """All temperatures with degrees as their unit within a text, as they stand."""
-    return _DEGREES.findall(plain(text))
 
 
 def factor_to_molar(unit, denaturant):

@@ -42,7 +42,6 @@ def curves_of(grid, options):
         )
     rows_left_out(grid, blocks)
     curves = []
-    doubt_temperature(grid, stated)
     for number, block in enumerate(blocks, start=1):
         table = table_of(*_upright(block, stated), options)
         assign_roles(table)
@@ -50,6 +49,8 @@ def curves_of(grid, options):
         if len(blocks) > 1:
             found = _titled(found, block.title or f"table {number}")
         curves += found
+    if any(curve.temperature is None for curve in curves):
+        doubt_temperature(grid, stated)
     return curves
 
 
@@ -150,7 +151,7 @@ def _curve(table, signal, base, rows, named, molar, temperatures, names):
     x_column = signal.of
     x_all, y_all = molar[id(x_column)], read_numbers(table, signal)
     x, y = x_all[rows], y_all[rows]
-    temperature = temperature_of(table, signal, temperatures, rows)
+    temperature = temperature_of(table, signal, temperatures, rows, named.values())
     name, label, replicate, group = names_of(base, named, names, temperature)
     label = _mark(table, "label", signal) if label is None else label
     replicate = _mark(table, "replicate", signal) if replicate is None else replicate

@@ -7,7 +7,9 @@ import numpy as np
 
 from .columns import read_numbers
 from .grid import shown
-from .quantities import celsius, temperature_from, temperature_in_name, temperature_unit
+from .quantities import celsius, temperature_from, temperature_unit, temperatures_in_name
+
+_ASSUMED = "25 °C is assumed unless --temperature says another"
 
 
 def temperature_column(table, keys):
@@ -43,8 +45,11 @@ def temperature_column(table, keys):
     return values
 
 
-def temperature_of(table, signal, by_row, rows):
-    """°C of a curve: its column, its mark, its name, then what the file says."""
+def temperature_of(table, signal, by_row, rows, keys=()):
+    """°C of a curve: its column, its mark, its names, then what the file says.
+
+    `keys` are the texts that part its rows from those of other curves.
+    """
     if by_row is not None and not np.isnan(by_row[rows]).all():
         return float(np.round(np.nanmean(by_row[rows]), 6))
     marks = table.marks.get("temperature", ())
@@ -56,32 +61,45 @@ def temperature_of(table, signal, by_row, rows):
                 f"expected a temperature of 0 to 100 °C for {signal}, found '{shown(text)}'."
             )
         return degrees
-    for text in (signal.name, signal.group, signal.of.name, table.title):
-        degrees = temperature_in_name(text)
-        if degrees is not None:
-            return degrees
-    return table.stated.temperature
+    names = (signal.name, *keys, signal.group, signal.of.name)
+    return temperature_of_names(table.grid, names, table.stated, table.title)
+
+
+def temperature_of_names(grid, names, stated, title=""):
+    """°C that one of the names of a curve, or the title of its table, states, else what the file says.
+
+    What stays in doubt is noted; of the title this is done with the other text.
+    """
+    doubtful = {}
+    for name in (*names, title):
+        found, unsure = temperatures_in_name(name)
+        if len(found) == 1 and not unsure:
+            return found.pop()
+        if (found or unsure) and name != title:
+            doubtful[name] = _or(found, unsure)
+    if stated.temperature is None:
+        for name, values in doubtful.items():
+            grid.note("temperature_unclear", f"'{shown(name)}' may state {values}; {_ASSUMED}")
+    return stated.temperature
+
+
+def _or(found, unsure):
+    return " or ".join([*(f"{degrees:g} °C" for degrees in sorted(found)), *unsure])
 
 
 def doubt_temperature(grid, stated):
     """A note on a temperature that is mentioned and could not be taken."""
     if stated.unclear is not None:
-        grid.note(
-            "temperature_unclear",
-            f"the temperature '{shown(stated.unclear)}' is not understood; say --temperature",
-        )
-    elif stated.temperature is None and stated.loose:
-        grid.note(
-            "temperature_unclear",
-            f"the text mentions {stated.loose[0]} °C, which may be of something else; say --temperature",
-        )
-    elif stated.temperature is None:
-        degrees = temperature_in_name(Path(grid.source).stem.replace("-", " "))
-        if degrees is not None:
-            grid.note(
-                "temperature_unclear",
-                f"the file's name says {degrees:g} °C; say --temperature {degrees:g} if that is so",
-            )
+        text = f"the temperature of the file, '{shown(stated.unclear)}', is not clear"
+    elif len(stated.mentioned) > 1:
+        text = f"the text mentions {' and '.join(stated.mentioned[:4])} and not which is that of the curves"
+    elif stated.mentioned:
+        text = f"the text mentions {stated.mentioned[0]}, which may be of something else"
+    else:
+        found, unsure = temperatures_in_name(Path(grid.source).stem.replace("-", " "))
+        text = f"the file's name says {_or(found, unsure)}" if found or unsure else None
+    if text is not None:
+        grid.note("temperature_unclear", f"{text}; {_ASSUMED}")
 
 
 def _unit_text(text):
