@@ -19,6 +19,7 @@ def test_midpoints_come_back(states, transitions, n, sign):
     assert fit.ok and fit.states == states and fit.r_squared > 0.99
     assert fit.Cm == pytest.approx([Cm for _, Cm, _ in transitions], abs=0.1)
     assert fit.weights.sum() == pytest.approx(1.0)
+    assert [fit.to_dict()[f"weight{i}"] for i in range(1, states)] == fit.weights.tolist()
     assert fit.m == pytest.approx(fit.dG / fit.Cm)
     # The numpy form of the model is the engine's.
     grid, signal = fit.curve(40)
