@@ -88,7 +88,7 @@ function drag(event: PointerEvent, acts: Acts) {
     .map(({ x, box }) => ({ x, at: box.left + box.width / 2 }));
   const from = dots.reduce((a, b) => (b.x < a.x ? b : a)), to = dots.reduce((a, b) => (b.x > a.x ? b : a));
   const svg = acts.picture.querySelector("svg")!;
-  const scale = Number(svg.getAttribute("width")) / (svg.getBoundingClientRect().width || 1);
+  const scale = Number(svg.getAttribute("width")) / svg.getBoundingClientRect().width;
   const move = ({ clientX }: PointerEvent) => handle.setAttribute("transform", `translate(${(clientX - event.clientX) * scale} 0)`);
   const up = ({ clientX }: PointerEvent) => {
     removeEventListener("pointermove", move);

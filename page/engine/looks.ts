@@ -22,16 +22,25 @@ export function looksOf(engine: Engine, curve: Readings, all: number[], one: One
     fraction: ok ? drawnAt(x) : [],
     crossing: ok ? crossing(fit, drawnAt) : null,
     without: ok ? withoutOne(engine, curve, one, options) : null,
-    off: ok ? engine.outliers(x, all, vectorOf(fit)) : [],
+    off: ok ? offOf(engine, x, all, vectorOf(fit)) : [],
     spikes: spikesOf(engine, all),
     engine: ok && (given || fit.transitions > 1)
       ? engine.analyse(fit.transitions + 1, ...finite(curve), curve.temperature, given ? options.baseline : null) : fit.engine,
   };
 }
 
-function finite({ x, y }: Readings): [number[], number[]] {
-  const there = x.map((_, i) => i).filter((i) => Number.isFinite(x[i]) && Number.isFinite(y[i]));
+const placesOf = (x: number[], y: number[]) => x.map((_, i) => i).filter((i) => Number.isFinite(x[i]) && Number.isFinite(y[i]));
+
+function finite({ x, y }: { x: number[]; y: number[] }): [number[], number[]] {
+  const there = placesOf(x, y);
   return [there.map((i) => x[i]), there.map((i) => y[i])];
+}
+
+/** The rule knows no gaps: one would hide what lies off. */
+function offOf(engine: Engine, x: number[], all: number[], vector: number[]): boolean[] {
+  const marked = engine.outliers(...finite({ x, y: all }), vector), off = x.map(() => false);
+  placesOf(x, all).forEach((i, k) => (off[i] = marked[k]));
+  return off;
 }
 
 function crossing({ baseline: [aN, bN, aU, bU] }: records.Fit, fractionAt: (x: number[]) => number[]) {

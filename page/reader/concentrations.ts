@@ -1,6 +1,7 @@
 // Concentrations of a table in M: unit and denaturant, and whether they can be right.
 
-import { Column, Options, Table, readNumbers } from "./columns";
+import type { Options } from "./choices";
+import { Column, Table, readNumbers } from "./columns";
 import { shown, tidyName } from "./grid";
 import { extent } from "./lists";
 import { HIGHEST_WITHOUT_UNIT, factorToMolar, soluble } from "./quantities";

@@ -1,6 +1,6 @@
 // Cells of a table as text, with the places they came from, and the sentences about them.
 
-import type { TableShown } from "./columns";
+import type { TableShown } from "./choices";
 import { wordsBetweenBlanks } from "./text_rules";
 
 /** A file that cannot be used; the message says file, place and what was expected. */

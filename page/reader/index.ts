@@ -4,7 +4,7 @@
 // together: of every file they give the same curves, or the same sentence. Where a file leaves it open,
 // `Options` say what a person knows.
 
-import { Options, TableShown } from "./columns";
+import type { Options, TableShown } from "./choices";
 import { Curve, RawCurve, identicalCurves, remarksOf, settled, summaryOf, tellApart } from "./curve";
 import { decode } from "./encoding";
 import { Grid, Note, ReadError, shown } from "./grid";
@@ -17,7 +17,7 @@ import { general, stripped } from "./text_rules";
 import { gridsOfWorkbook, isWorkbook } from "./workbook";
 
 export { ReadError } from "./grid";
-export type { ColumnShown, Options, Role, RoleChoice, TableShown } from "./columns";
+export type { ColumnShown, Options, Role, RoleChoice, TableShown } from "./choices";
 export type { Curve, CurveDetails } from "./curve";
 export type { Note } from "./grid";
 

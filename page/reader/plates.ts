@@ -5,7 +5,8 @@
 // and concentration of every well.
 
 import { blockWith, findBlocks, plateCorners, wholeNumber } from "./blocks";
-import { Column, Options, Table, readNumbers, tableOf } from "./columns";
+import type { Options } from "./choices";
+import { Column, Table, readNumbers, tableOf } from "./columns";
 import { concentrations, fileName } from "./concentrations";
 import { RawCurve } from "./curve";
 import { Grid, shown, tidyName } from "./grid";

@@ -1,7 +1,8 @@
 // Curves from the tables of a grid, whichever way these are laid out.
 
 import { Block, blockWith, findBlocks, kindsOf, noteRowsLeftOut, plateCorners } from "./blocks";
-import { Column, KEYS, Options, Table, TableShown, readNumbers, shownTable, tableOf } from "./columns";
+import type { Options, TableShown } from "./choices";
+import { Column, KEYS, Table, readNumbers, shownTable, tableOf } from "./columns";
 import { concentrations, fileName, needConcentrations } from "./concentrations";
 import { RawCurve } from "./curve";
 import { Grid, ReadError, filledCells, shown, tidyName } from "./grid";

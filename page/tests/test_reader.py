@@ -13,6 +13,7 @@ from pathlib import Path
 import numpy as np
 import openpyxl
 import pytest
+from limits import files_at_limits
 
 ROOT = Path(__file__).parents[2]
 sys.path.insert(0, str(ROOT / "python" / "tests"))
@@ -146,6 +147,15 @@ def test_random_dialects(read, tmp_path):
     for seed in range(150):
         path = tmp_path / f"file_{seed}.txt"
         path.write_bytes(host.written(*host.truth(seed), seed))
+        cases.append((path, {}))
+    assert_alike(read, cases)
+
+
+def test_files_at_the_limits(read, tmp_path):
+    cases = []
+    for i, text in enumerate(files_at_limits()):
+        path = tmp_path / f"limit_{i}.csv"
+        path.write_text(text, encoding="utf-8")
         cases.append((path, {}))
     assert_alike(read, cases)
 

@@ -29,6 +29,7 @@ table("choices", changed, [
   [["weights", "known"], ["weights", "none"], { weights: "none" }],
   [["weights", "sem"], { weights: "sem" }],
   [["residues", "107.4"], { residues: 107 }],
+  [["residues", "1"], { residues: 1 }],
   [["residues", "0"], {}],
   [["residues", "many"], {}],
   [["method", "bootstrap"], { intervals: { method: "bootstrap", rounds: 1000, seed: 0 } }],

@@ -5,3 +5,6 @@ declare module "node:assert" {
   export function deepStrictEqual(found: unknown, wanted: unknown, words?: string): void;
   export function ok(value: unknown, words?: string): void;
 }
+declare module "node:fs" {
+  export function readFileSync(path: string): Uint8Array;
+}

@@ -138,6 +138,11 @@ table("encodings", (raw: Uint8Array) => decode("f.csv", raw), [
   [utf16("a,ß\n", false), "a,ß\n"],
   [utf16("a,ß\n", true), "a,ß\n"],
   [bytes(0x54, 0x20, 0xb0, 0x43), "T °C"],  // a western page of codes
+  // Letters whose first bytes are the least and the greatest of those in common use.
+  [bytes(0xa4, 0xab, 0xb0, 0xa1, 0xcf, 0xc2), "か亜和"],
+  [bytes(0xb0, 0xa1, 0xc8, 0xfe), "가힝"],
+  [bytes(0xb0, 0xa1, 0xd7, 0xf9), "啊座"],
+  [bytes(0xa6, 0xb3, 0xa6, 0xb3, 0xc6, 0x7e), "有有籲"],
 ]);
 
 const kind = (format: string) => kindOfFormat(164, new Map([[164, format]]));

@@ -1,5 +1,5 @@
 // What is told of a fit: the views as text, and the tables that are taken along.
-import { choicesView, exportsView } from "../../app/choices_view";
+import { choicesView, exportsView, viewsView } from "../../app/choices_view";
 import { listView } from "../../app/list_view";
 import { reportView, settingsWords } from "../../app/report_view";
 import { resultView } from "../../app/result_view";
@@ -9,7 +9,8 @@ import type { Entry, State } from "../../app/state";
 import { Markup, h } from "../../figure/markup";
 import type { Rows } from "../../figure/spreadsheet";
 import * as records from "../../generated/records";
-import { answerOf, entry, state } from "./records";
+import { withTag } from "./drawn";
+import { answerOf, entry, evidenceOf, state } from "./records";
 import { ok, same, table, test } from "./check";
 
 /** The words of a view, parted by blanks. */
@@ -49,6 +50,38 @@ test("the sizes of the choices are those of the unit, and only what can be chose
   same(exportsView().length, 8);
 });
 
+const chosenIn = (views: Markup[]) => Object.fromEntries(views.flatMap((view) => withTag(view, "select")).map((one) =>
+  [one.attributes.id, withTag(one, "option").filter(({ attributes }) => attributes.selected).map(({ attributes }) => attributes.value).join()]));
+table("what is chosen is shown as chosen", (settings: object, wanted: string[]) => {
+  const found = chosenIn(choicesView(showing(entry({ sd: [], group: "WT" }), {}, settings)));
+  return wanted.map((id) => found[id]);
+}, [
+  [{}, ["states", "native", "denatured", "m", "replicates", "weights", "level", "method", "unit"], ["auto", "line", "line", "free", "pooled", "sd", "0.95", "profile", "kcal"]],
+  [{ states: 3, native: "flat", denatured: "given", shareM: true, replicates: "each" }, ["states", "native", "denatured", "m", "replicates"], ["3", "flat", "given", "shared", "each"]],
+  [{ heldM: 1200, weights: "sd", sdKnown: true, level: 0.9 }, ["m", "weights", "level"], ["given", "known", "0.9"]],
+  [{ weights: "none", sdKnown: true }, ["weights"], ["none"]],
+]);
+
+test("given baselines are fields of their own places", () => {
+  const fields = choicesView(showing(entry(), {}, { native: "given", denatured: "given", baseline: [1, 2, 3, 4] })).flatMap((view) => withTag(view, "input"));
+  same(fields.slice(0, 4).map(({ attributes }) => [attributes.id, attributes["data-baseline"], attributes.value]),
+    [["baseline0", 0, 1], ["baseline1", 1, 2], ["baseline2", 2, 3], ["baseline3", 3, 4]]);
+});
+
+const views = (changes: Partial<State>) => viewsView(state(changes)).flatMap((view) => [view, ...withTag(view, "select")].filter(({ attributes }) => attributes.id)
+  .map(({ attributes }) => `${attributes.id}${attributes["aria-pressed"] === "true" ? " on" : ""}`));
+const plates = [entry({ name: "A1" }), entry({ name: "B2" })], plain = [entry(), entry()], left = entry({ out: [true] });
+table("views that there are", views, [
+  [{ entries: [plain[0]], chosen: plain[0].key }, ["quantity"]],
+  [{ entries: plain, chosen: plain[0].key }, ["view-curve on", "view-overlay", "quantity"]],
+  [{ entries: plates, view: "plate" }, ["view-curve", "view-plate on", "view-overlay", "plateValue"]],
+  [{ entries: [plates[0], plain[0]], view: "overlay" }, ["view-curve", "view-overlay on"]],
+  [{ entries: plain, view: "set", set: { keys: [], reference: 0, comparison: null, trend: null, fault: null } }, ["view-curve", "view-overlay", "view-set on"]],
+  [{ entries: [left], chosen: left.key }, ["quantity", "all"]],
+  [{ entries: [left, plain[0]], chosen: left.key, view: "overlay" }, ["view-curve", "view-overlay on"]],
+  [{ entries: [{ ...plain[0], range: [1, 2] }], chosen: plain[0].key }, ["quantity", "all"]],
+]);
+
 const two = [entry({ name: "WT", label: 1 }), entry({ name: "L12A", label: 2, answer: answerOf({ Cm: [3, 0, 0], dG: [4500, 0, 0] }) })];
 const row = (changes: Partial<records.Comparison>): records.Comparison => ({
   status: 0, reserved: 0, dCm: -1, dCm_se: 0.03, dCm_interval: [-1.06, -0.94], shared_ddG: -1500, shared_se: 40, shared_interval: [-1580, -1420],
@@ -68,6 +101,49 @@ table("a comparison in words", (now: State, ...wanted: string[]) => wanted.filte
   [{ ...compared(0.5), entries: [...two, entry({ answer: answerOf({ transitions: 2 }) })] }, "1 of the fitted curves left out", []],
   [{ ...compared(0.5), set: { ...compared(0.5).set!, comparison: null, fault: "They cannot be compared." } }, "They cannot be compared.", []],
 ] as any);
+
+const trended = (slope: number): State => state({ entries: two, unit: "kJ", set: { keys: [], reference: 0, comparison: null, fault: null,
+  trend: { label: [1, 2.5], dG: [1000, 2000], error: [100, 250], used: [1, 1], line: [slope, 1000, 0.98765, 2] } } });
+const shown = (view: Markup) => withTag(view, "tr").slice(1).map((row) => row.children.map((cell) => words(cell as Markup).trim()).join(" | "));
+test("a trend in words, and the labels beside", () => {
+  ok(words(setView(trended(500))).includes("ΔG = 4.184 + 2.092 ln(label) kJ/mol, R² 0.9877."));
+  ok(words(setView(trended(0))).includes("No significant trend of ΔG with the label."));
+  same(shown(setView(trended(500))), ["1 | 4.184 | 0.42", "2.5 | 8.368 | 1"]);
+});
+
+test("what can be done with several curves hangs on what they are", () => {
+  const buttons = (entries: Entry[]) => withTag(setView(state({ entries, reference: entries[1]?.key })), "button").map(({ attributes }) => attributes.id);
+  same([buttons([two[0]]), buttons(two), buttons([two[0], { ...two[1], label: 1 }]), buttons([two[0], entry({ answer: answerOf({ transitions: 2 }) })])],
+    [[], ["compare", "trend"], ["compare"], []]);
+  const reference = withTag(setView(state({ entries: two, reference: two[1].key })), "option");
+  same(reference.map(({ attributes, children }) => [children[0], attributes.selected]), [["WT", false], ["L12A", true]]);
+});
+
+test("the models beside one another, with a dash where there is no number", () => {
+  const evidence = evidenceOf(2, { tried: 1, outcome: records.SMALL_GAIN, aicc_difference: 3.456, p: 0.25, residual_sd: 0.01234, parameters: 9 });
+  evidence.row[0] = { ...evidence.row[0], parameters: 0, p: -1, aicc_difference: -1 };
+  evidence.row[5] = { ...evidence.row[5], outcome: records.FEW_READINGS, p: 0.00001 };
+  const rows = shown(resultView(showing(entry({ answer: answerOf({}, { evidence }) })))).slice(-6);
+  same([rows[0], rows[3], rows[4], rows[5]], ["straight line | – | 1 | – | –", "two states taken | 6 | 1 | 0 | 0.5000",
+    "three states gains too little | 9 | 0.0123 | 3.46 | 0.2500", "four states too few readings | 6 | – | – | < 0.0001"]);
+  ok(!words(resultView(showing(entry({ answer: answerOf({}, { evidence: evidenceOf(2) }) })))).includes("four states"));
+});
+
+test("replicates fitted each alone: the mean of their results and its spread", () => {
+  const each = [5000, 6000, 7000].map((dG, i) => entry({ name: `WT rep ${i}`, group: "WT", replicate: i, answer: answerOf({ dG: [dG, 0, 0], Cm: [4 + i / 10, 0, 0] }) }));
+  const told = words(resultView(state({ entries: [...each, entry()], chosen: each[1].key, unit: "kJ" })));
+  for (const part of ["3 replicates", "ΔG 25.1 ± 4.2 kJ/mol", "Cm 4.10 ± 0.10 M"]) ok(told.includes(part), `${part} in ${told}`);
+  ok(!words(resultView(state({ entries: [each[0], entry()], chosen: each[0].key }))).includes("replicates"));
+});
+
+test("rows of the list: states, midpoint and dG with the digits of their errors", () => {
+  const rows = [two[0], entry({ name: "", answer: null }), entry({ answer: null, fault: "stopped" }), entry({ answer: answerOf({ status: records.NO_TRANSITION }) })];
+  same(shown(listView(state({ entries: rows, chosen: two[0].key, unit: "kJ" }))), ["WT | 2 | 4.000 | 25.10 | ", "(no name) | … |  |  | ", "WT | none |  |  | ", "WT | none |  |  | "]);
+  same(withTag(listView(state({ entries: rows, chosen: rows[2].key })), "button").map(({ attributes }) => attributes["aria-current"]), [null, null, "true", null]);
+  const many = Array.from({ length: 401 }, () => two[0]);
+  const long = listView(state({ entries: many }));
+  same([shown(long).length, words(long).includes("400 of 401 curves")], [400, true]);
+});
 
 const even = (rows: Rows) => rows.every((cells) => cells.length === rows[0].length);
 const column = (rows: Rows, name: string) => rows.slice(1).map((cells) => cells[rows[0].indexOf(name)]);
@@ -106,6 +182,7 @@ test("the report says each warning once, with its curves, and folds nothing", ()
   const report = h("div", {}, ...reportView(state({ entries: rows, chosen: rows[0].key }), "ZOLT 1, module 2")), told = words(report);
   ok(told.includes("all No temperature is stated; 25 °C is assumed.") && /b The residuals wave/.test(told));
   ok(told.includes("a 2 6.00 ± 0.20 4.000 ± 0.020 1.500 ± 0.050") && told.includes("ZOLT 1, module 2."));
+  same(withTag(report, "article").length, 2);
   const folded = (view: Markup): boolean => (view.tag === "details" && !view.attributes.open) || view.children.some((child) => child && typeof child === "object" && folded(child));
   ok(!folded(report));
 });

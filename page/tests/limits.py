@@ -1,0 +1,116 @@
+"""Tables of which a number or a count lies at a limit of the reader, just within it and just beyond."""
+
+from itertools import product
+
+ONE, TWO = ["urea_M", "WT"], ["urea_M", "WT", "b"]
+
+
+def run_of(n, top=8.0, least=0.0):
+    return [round(least + (top - least) * i / max(n - 1, 1), 4) for i in range(n)]
+
+
+def bumpy(n, by=0.0):
+    """Signals that could be no concentrations."""
+    return [round((0.1 if 2 * i < n else 0.9) + 0.01 * (i * i % 3) + by, 3) for i in range(n)]
+
+
+def table(names, *columns, apart=","):
+    rows = [names, *zip(*columns)] if names else zip(*columns)
+    return "\n".join(apart.join(map(str, row)) for row in rows) + "\n"
+
+
+X, Y, Z = run_of(9), bumpy(9), bumpy(9, 1.5)
+
+
+def files_at_limits():
+    for part in (concentrations, rows_and_columns, labels, temperatures, headers, several_tables):
+        yield from part()
+
+
+def concentrations():
+    tops = (0.19, 0.2, 0.21, 0.49, 0.5, 1.99, 2.0, 8.5, 8.6, 10.5, 10.6, 15.0, 15.1)
+    for top, name in product(tops, ("urea (M)", "GdmCl (M)", "x", "dose", "")):
+        yield table([name, "WT", "L12A"], run_of(9, top), Y, Z)
+        yield table(["tube", "a", "b"], range(1, 10), run_of(9, top), Y)
+    for least in (-0.06, -0.05, -0.04, 0.0):
+        yield table(TWO, run_of(9, 8, least), Y, Z)
+        yield table(["", "WT", "b"], run_of(9, 8, least), Y, Z)
+    for unit, top in product(("% of 8 M", "% w/v", "g/L", "mM", "µM", "% of 10 M", "ppm"), (8, 100, 8000)):
+        yield table([f"GdmCl ({unit})", "WT"], run_of(9, top), Y)
+        yield table(["conc", "WT"], [f"{value} {unit}" if i else value for i, value in enumerate(run_of(9, top))], Y)
+    for shift, sign in product((0, 1.59, 1.6, 1.61), (1, -1)):  # a second column that may be concentrations
+        other = run_of(9, 8 - shift) if sign < 0 else run_of(9, 8, shift)
+        yield table([*TWO, "c"], X, Y, other, Z)
+        yield table(TWO, X, other, Z)
+        yield table(None, X, Y, other, Z)
+    for n, times, low in product((3, 4, 5, 8, 9), (2, 3, 4), (0, 1.59, 1.6, 1.61)):  # those that begin again
+        again = run_of(n) + run_of(n, 8, low) * (times - 1)
+        yield table(ONE, again, bumpy(len(again)))
+
+
+def rows_and_columns():
+    for n, names in product(range(1, 8), (ONE, ["", "WT"], None)):
+        yield table(names, run_of(n), bumpy(n))
+        yield f"words\n\n{table(names, run_of(n), bumpy(n))}\n{table(names, run_of(4, 7), bumpy(4, 2))}"
+    for start, n, name in product((0, 1, 2), (9, 11, 12, 13), ("", "#", "tube", "sample", "c")):
+        yield table([name, "urea_M", "WT"], range(start, start + n), run_of(n), bumpy(n))
+        yield table([name, "WT", "b"], range(start, start + n), bumpy(n), bumpy(n, 2))
+    for count, filler in product(range(9), ("", "bad", "#N/A", "#")):
+        yield table(TWO, X, [filler if i < count else v for i, v in enumerate(Y)], Z)
+        yield table(TWO, [filler if i >= 9 - count else v for i, v in enumerate(X)], Y, Z)
+        names = [filler if 0 < i <= count else "ABC"[i // 3] for i in range(9)]
+        yield table(["sample", "urea_M", "b"], names, X, Z)
+
+
+def labels():
+    names = ("ligand", "sample", "lot", "T (C)", "replicate")
+    for count, n, shared, name in product((2, 3, 4), (2, 3, 4), (0, 0.5, 1), names):
+        rows = [
+            (f"L{k}" if name in ("sample", "lot") else 10 * k + 1, x + (k * 0.01 if i >= shared * n else 0), y)
+            for k in range(count)
+            for i, (x, y) in enumerate(zip(run_of(n), bumpy(n, k)))
+        ]
+        label, x, y = zip(*rows)
+        yield table([name, "urea_M", "signal"], label, x, y)
+        yield table(["urea_M", name, "WT"], x, label, y)
+    for off in (0, 0.0139, 0.0141, 0.02):  # a column that may be the mean of others
+        means = [round((a + b) / 2 + (off if i == 3 else 0), 6) for i, (a, b) in enumerate(zip(Y, Z))]
+        yield table([*TWO, "mean", "sd", "n"], X, Y, Z, means, [0.1] * 9, [2] * 9)
+        yield table(["urea_M", "a", "mean"], X, Y, means)
+
+
+def temperatures():
+    for degrees in (-0.1, 0, 99.9, 100, 100.1, 199, 200, 200.1, 273.15, 373.15, 373.2, 399, 400):
+        for name in ("T (C)", "T (K)", "temperature", "T (F)"):
+            yield table([*ONE, name], X, Y, [degrees] * 9)
+        yield table(["urea_M", f"WT {degrees} K", f"b_{degrees}C"], X, Y, Z)
+        yield f"# Temperature: {degrees}\n# measured at {degrees} degrees\n{table(ONE, X, Y)}"
+    for spread, several, name in product((0.9, 1.0, 1.1, 2.9, 3.0, 3.1), (1, 3), ("T (C)", "t")):
+        yield table([*ONE, name], X, Y, [20 + spread * (i // several % 2) for i in range(9)])
+    for degrees in (3.9, 4, 4.1, 399.9, 400, 400.1):  # of a letter that may be another thing
+        yield table([*ONE, "t"], X, Y, [degrees] * 9)
+
+
+def headers():
+    rows = (ONE, ["urea_M", "a (b", "c)", "d"], [*TWO, "c"], ["a", "b"], ["", "WT", "", "L12A"], ["", "2", "3"], ["x", "y", "sd"])
+    for names, apart in product(rows, (",", ";", "\t", " ")):
+        body, units = table(None, X, Y, Z, apart=apart), apart.join(["(M)", "(AU)", "AU"])
+        yield f"{apart.join(names)}\n{body}" + f"9{apart}0.9\n" * (apart == ",")
+        yield f"{apart.join(['', 'WT', '', ''][: len(names)])}\n{apart.join(names)}\n{body}"
+        yield f"{apart.join(names[:3])}\n\n{units}\n{body}"
+    for group, low in product((",G,", "G,,", "G,H,", ",G,H"), product(("WT", "y", "sd", ""), repeat=2)):
+        yield f"{group}\n" + table(["urea_M", *low], X, Y, Z)
+    marked = (["", 1, 2], ["", 0, 100], ["", 99, 1], ["label", 5, 6], ["T (C)", 25, 37], ["replicate", 1, 2], ["", "", 2])
+    for marks, names in product(marked, (["urea_M", "WT", "WT"], TWO, ["urea_M", "WT", ""])):
+        yield table(names, *([mark, *values] for mark, values in zip(marks, (X, Y, Z))))
+        yield table(marks, *([name, *values] for name, values in zip(names, (X, Y, Z))))
+    for breaks, quote in product(range(5), ('"{}"', '"{}""{}"', '{}"{}')):
+        name = quote.format("WT" + "\n" * breaks + "1", "b")
+        yield table(["urea_M", name, "c"], X, Y, Z)
+        yield table([*ONE, "remark"], X, Y, [name if i == 4 else "" for i in range(9)])
+
+
+def several_tables():
+    parted = ("\n", "\nWT again\n", "\nWT again,and more\n", "key: value\n", "# comment\n", "nothing,of\n")
+    for x, between in product((run_of(4, 12, 9), run_of(4, 3), run_of(2, 12, 9), run_of(4, 8, 8)), parted):
+        yield table(TWO, X, Y, Z) + between + table(None, x, bumpy(len(x)), bumpy(len(x), 3))
