@@ -14,7 +14,9 @@ from wheel.bdist_wheel import bdist_wheel
 HERE = Path(__file__).resolve().parent
 # A source distribution carries the sources of the libraries with it.
 TOP = HERE / "engine" if (HERE / "engine").is_dir() else HERE.parent
-TAKEN_ALONG = ("CMakeLists.txt", "VERSION", "LICENSE", "README.md", "cmake", "include", "src", "out/zolt.html")
+TAKEN_ALONG = (
+    "CMakeLists.txt", "VERSION", "LICENSE", "README.md", "cmake", "include", "src", "out/zolt.html"
+)  # fmt: skip
 # The inference library names the engine by the number of its interface; both lie in one folder.
 ENGINE, INFERENCE, INTERFACE = "ZOLTFittingEngine", "ZOLTInference", 1
 # The system that the wheel is for, where the libraries were cross compiled: manylinux_2_27_aarch64, ...

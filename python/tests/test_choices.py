@@ -42,6 +42,8 @@ WELLS = ["A1", "A2", "A3", "B3", "A4", "A5"]
     [
         ("2", [2, 3]),
         ("2.0000001", [2, 3]),
+        ("4.000003", [5]),
+        ("1.000002", []),
         ("1..2", [1, 2, 3]),
         ("3..", [4, 5]),
         ("..0.5", [0]),
@@ -146,8 +148,9 @@ def test_one_m_for_all_curves(table):
     for wrong in (
         dict(m="shared", dG=5000.0),
         dict(m="shared", intervals=dict(method="bootstrap")),
-        dict(m="held"),
-    ):
+        dict(m="held"), dict(m=19.9), dict(m=50_001.0), dict(residues=0), dict(states=1), dict(weights="n"),
+        dict(replicates="all"), dict(baselines=(1.0, 2.0)), dict(baselines={"left": "flat"}),
+    ):  # fmt: skip
         with pytest.raises(ValueError):
             settings_of(**wrong)
 
@@ -163,6 +166,8 @@ SETTINGS = [
     dict(m="shared", replicates="each", sd_known=True),
     dict(dG=[None, 9000.0], Cm=3.2, states="picker"),
     dict(midpoint_only=True),
+    dict(m=20.0, residues=1),
+    dict(m=50_000.0),
 ]
 
 
@@ -231,9 +236,13 @@ def test_a_session_of_the_page_runs_here(tmp_path):
             '{"format": "zolt session", "formatVersion": 1, "settings": {"states": 7}, "curves": [1]}',
             "settings are damaged",
         ),
-        ('{"format": "zolt session", "formatVersion": 1, "settings": [1], "curves": [1]}', "settings are damaged"),
         (
-            '{"format": "zolt session", "formatVersion": 1, "curves": [{"x": [1], "y": [1], "temperature": 25, "fit": [3]}]}',
+            '{"format": "zolt session", "formatVersion": 1, "settings": [1], "curves": [1]}',
+            "settings are damaged",
+        ),
+        (
+            '{"format": "zolt session", "formatVersion": 1, "curves": '
+            '[{"x": [1], "y": [1], "temperature": 25, "fit": [3]}]}',
             "results of the session are damaged",
         ),
         (

@@ -20,8 +20,8 @@ def table(tmp_path):
 def test_fit_writes_everything_that_was_asked_for(run, table, tmp_path):
     outputs = {s: tmp_path / f"out{s}" for s in (".csv", ".xlsx", ".json", ".html")}
     for suffix in (".csv", ".xlsx", ".json"):
-        more = ["--plots", tmp_path / "p", "--format", "svg", "--report", outputs[".html"],
-                "--curves", tmp_path / "fitted.csv", "--intervals", "--rounds", 40] if suffix == ".csv" else []  # fmt: skip
+        more = ["--plots", tmp_path / "p", "--format", "svg", "--report", outputs[".html"], "--intervals",
+                "--curves", tmp_path / "fitted.csv", "--rounds", 40] if suffix == ".csv" else []  # fmt: skip
         result = run("fit", table, "--units", "kJ", "--out", outputs[suffix], *more)
         assert result.exit_code == 0 and "2 of 2 curves fitted" in result.stdout
     frame = pd.read_csv(outputs[".csv"])
@@ -47,7 +47,8 @@ BAD_FILES = {
 def test_bad_files_get_a_sentence_each_and_the_others_are_fitted(run, table, tmp_path):
     for name, content in BAD_FILES.items():
         (tmp_path / name).write_bytes(content)
-    result = run("fit", *(tmp_path / name for name in BAD_FILES), table, "--quiet", "--out", tmp_path / "o.csv")
+    bad = (tmp_path / name for name in BAD_FILES)
+    result = run("fit", *bad, table, "--quiet", "--out", tmp_path / "o.csv")
     assert result.exit_code == 2
     sentences = [line for line in result.stderr.splitlines() if line.startswith("zolt: ")]
     assert [name in line for name, line in zip(BAD_FILES, sentences, strict=True)] == [True] * 4
@@ -123,9 +124,11 @@ def test_series_states_smooth_and_version(run, table, tmp_path):
 def test_what_was_read_is_said_and_kept(run, tmp_path):
     x, y = simulate(FKBP12, 20, noise=0.004)
     for name in ("one", "two"):
-        pd.DataFrame({"conc": x, "Time (s)": range(20), "WT": y}).to_csv(tmp_path / f"{name}.csv", index=False)
+        frame = pd.DataFrame({"conc": x, "Time (s)": range(20), "WT": y})
+        frame.to_csv(tmp_path / f"{name}.csv", index=False)
     files = tmp_path / "one.csv", tmp_path / "two.csv"
-    result = run("fit", *files, "--denaturant", "guanidinium chloride", "--out", tmp_path / "o.csv", "--report", tmp_path / "r.html")
+    result = run("fit", *files, "--denaturant", "guanidinium chloride", "--out", tmp_path / "o.csv",
+                 "--report", tmp_path / "r.html")  # fmt: skip
     lines = result.stderr.splitlines()
     assert lines[0] == "one.csv: read 20 readings of 1 curve, 0 to 8 M GdmCl (unit assumed), 25 °C assumed"
     assert "  column 'Time (s)' left out: time is no signal" in lines
@@ -140,7 +143,8 @@ def test_what_was_read_is_said_and_kept(run, tmp_path):
 
 
 def test_reading_options_reach_the_reader(run, tmp_path):
-    (tmp_path / "f.csv").write_text("a line\nfoo;dose;WT;V38A\n" + "".join(f'5;{i};"1,{i:03}";"2,{i:03}"\n' for i in range(9)))
+    rows = "".join(f'5;{i};"1,{i:03}";"2,{i:03}"\n' for i in range(9))
+    (tmp_path / "f.csv").write_text("a line\nfoo;dose;WT;V38A\n" + rows)
     options = ["--x", "dose", "--columns", "WT", "--skip-rows", 1, "--decimal", ",", "--unit", "% of 10 M"]
     result = run("states", tmp_path / "f.csv", *options)
     assert result.stdout.split()[-3:-1] == ["WT", "9"] and "0 to 0.8 M" in result.stderr

@@ -71,7 +71,8 @@ def test_wrong_comparisons_are_refused():
     for arguments, said in (
         ((proteins()[:1],), "two curves or more"),
         ((proteins(), "p9"), "there is no curve 'p9'"),
-        ((proteins(), 7), "the index, from 0, of one of 3 curves"),
+        ((proteins(), -1), "the index, from 0, of one of 3 curves"),
+        ((proteins(), 3), "the index, from 0, of one of 3 curves"),
     ):
         with pytest.raises(ValueError, match=said):
             zolt.compare(*arguments)

@@ -19,6 +19,7 @@ def test_midpoints_come_back(states, transitions, n, sign):
     assert fit.ok and fit.states == states and fit.r_squared > 0.99
     assert fit.Cm == pytest.approx([Cm for _, Cm, _ in transitions], abs=0.1)
     assert fit.weights.sum() == pytest.approx(1.0)
+    assert [fit.to_dict()[f"weight{i}"] for i in range(1, states)] == fit.weights.tolist()
     assert fit.m == pytest.approx(fit.dG / fit.Cm)
     # The numpy form of the model is the engine's.
     grid, signal = fit.curve(40)
@@ -40,6 +41,14 @@ def test_the_picker_sees_an_uneven_grid_as_an_even_one():
     assert zolt.pick_states(crowded, np.interp(crowded, x, y)) == zolt.pick_states(x, y) == 3
     twice = np.repeat(x, 2)
     assert zolt.pick_states(twice, np.repeat(y, 2)) == 3
+
+
+@pytest.mark.parametrize("off, even", [(0.009, True), (0.011, False)])
+def test_the_picker_takes_a_grid_for_even_to_a_hundredth(monkeypatch, off, even):
+    x, y = simulate(THREE, 41)
+    monkeypatch.setattr(engine, "pick_states", lambda seen: np.array_equal(seen, y))
+    x[20] += off * 0.2
+    assert zolt.pick_states(x + 1.0, y) == even
 
 
 def test_order_and_blanks_of_the_readings_do_not_matter(curve):
@@ -74,6 +83,11 @@ def test_a_curve_without_a_fit_says_why(change, status):
     assert fit.to_dict()["status"] == status and status in fit._repr_html_()
     with pytest.raises(ValueError, match=status):
         fit.intervals()
+
+
+def test_the_shortest_and_the_longest_curves_are_fitted():
+    assert zolt.fit(*simulate(FKBP12, 384), states=2).ok and zolt.fit(*simulate(FKBP12, 8), states=2).ok
+    assert zolt.fit(*simulate(FKBP12, 6), midpoint_only=True).status != "too few points"
 
 
 def test_a_number_of_states_forces_a_fit_that_is_doubted():

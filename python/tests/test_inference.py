@@ -25,7 +25,9 @@ EXACT = dict(xtol=1e-15, ftol=1e-15, gtol=1e-15)
 def signal(p, x, k):
     """aN, bN, aU, bU, then Cm and m (kcal/mol/M) of each transition, then weights but the last."""
     weights = [*p[4 + 2 * k :], 1.0 - sum(p[4 + 2 * k :])]
-    G = sum(w / (1.0 + np.exp(-1000.0 * p[5 + 2 * t] * (x - p[4 + 2 * t]) / RT)) for t, w in enumerate(weights))
+    G = sum(
+        w / (1.0 + np.exp(-1000.0 * p[5 + 2 * t] * (x - p[4 + 2 * t]) / RT)) for t, w in enumerate(weights)
+    )
     return (p[0] + p[1] * x) * (1.0 - G) + (p[2] + p[3] * x) * G
 
 
@@ -38,7 +40,8 @@ def judged(x, y, transitions, sd=None):
     """scipy's optimum with covariance by the model and HC3, from the truth as start."""
     k = len(transitions)
     weight = 1.0 if sd is None else 1.0 / sd
-    found = least_squares(lambda p: (signal(p, x, k) - y) * weight, start(transitions), jac="3-point", **EXACT)
+    residuals = lambda p: (signal(p, x, k) - y) * weight  # noqa: E731
+    found = least_squares(residuals, start(transitions), jac="3-point", **EXACT)
     inverse = np.linalg.inv(found.jac.T @ found.jac)
     leverage = np.einsum("ij,jk,ik->i", found.jac, inverse, found.jac)
     meat = found.jac.T @ np.diag((found.fun / (1.0 - leverage)) ** 2) @ found.jac
@@ -58,7 +61,8 @@ def test_optimum_and_errors_are_those_of_scipy(transitions, n, noise, weighted):
         k = len(transitions)
         found, model, hc3 = judged(x, y, transitions, sd)
         answer = inference.fit(inference.Readings(x, y, sd), k)
-        mine = [*answer.values("baseline"), *np.ravel(list(zip(answer.values("Cm"), answer.values("m") / 1000.0)))]
+        shapes = np.column_stack([answer.values("Cm"), answer.values("m") / 1000.0])
+        mine = [*answer.values("baseline"), *shapes.ravel()]
         assert answer.record.sse == pytest.approx(2.0 * found.cost, rel=1e-9)
         assert mine == pytest.approx(found.x[: len(mine)], rel=1e-6, abs=1e-8)
         for theirs, suffix in ((model, "_se"), (hc3, "_hc3")):
@@ -93,8 +97,9 @@ def test_profile_intervals_are_those_of_scipy():
 
         for end, bound in enumerate(getattr(fit.intervals(), name)[0] / scale):
             estimate = found.x[place]
-            ratio = bound / estimate
-            value = estimate * ratio ** (1.0 / wider[place]) if name == "m" else estimate + (bound - estimate) / wider[place]
+            narrow = 1.0 / wider[place]
+            moved = (bound / estimate) ** narrow if name == "m" else 1.0 + (bound / estimate - 1.0) * narrow
+            value = estimate * moved
             assert tau(value) == pytest.approx(quantile, rel=2e-3), (name, end)
 
 
@@ -107,16 +112,18 @@ def _widening(found):
 
 
 def test_a_global_fit_is_that_of_scipy():
-    curves = [simulate([(1400.0 * Cm, Cm, 1.0)], 24, noise=0.01, seed=i) for i, Cm in enumerate((3.1, 4.0, 4.6))]
+    midpoints = 3.1, 4.0, 4.6
+    curves = [simulate([(1400.0 * Cm, Cm, 1.0)], 24, noise=0.01, seed=i) for i, Cm in enumerate(midpoints)]
     together = zolt.fit_global(curves)
     noise = [fit.record.residual_sd for fit in together.answers]
 
     def residuals(p):
+        rows = (p[1 + 5 * i : 6 + 5 * i] for i in range(3))
         return np.concatenate(
-            [(signal([*p[1 + 5 * i : 6 + 5 * i], p[0]], x, 1) - y) / noise[i] for i, (x, y) in enumerate(curves)]
+            [(signal([*row, p[0]], x, 1) - y) / s for row, (x, y), s in zip(rows, curves, noise)]
         )
 
-    first = [1.4, *np.ravel([[0.1, 0.0, 1.0, 0.0, Cm] for Cm in (3.1, 4.0, 4.6)])]
+    first = [1.4, *np.ravel([[0.1, 0.0, 1.0, 0.0, Cm] for Cm in midpoints])]
     found = least_squares(residuals, first, jac="3-point", **EXACT)
     covariance = np.linalg.inv(found.jac.T @ found.jac) * 2.0 * found.cost / (72 - 16)
     assert together.shared[0] / 1000.0 == pytest.approx(found.x[0], rel=1e-6)
@@ -135,7 +142,8 @@ def test_the_drawn_band_is_the_propagated_error():
     found, model, _ = judged(x, y, THREE)
     at, middle, half = zolt.fit(x, y, states=3).band(9, level=0.9)
     h = 1e-6
-    slopes = np.array([(signal(found.x + h * e, at, 2) - signal(found.x - h * e, at, 2)) / (2 * h) for e in np.eye(9)]).T
+    ends = [[signal(found.x + side * h * e, at, 2) for e in np.eye(9)] for side in (1.0, -1.0)]
+    slopes = (np.subtract(*ends) / (2 * h)).T
     wanted = stats.t.ppf(0.95, 48 - 9) * np.sqrt(np.einsum("ij,jk,ik->i", slopes, model, slopes))
     assert middle == pytest.approx(signal(found.x, at, 2), rel=1e-6)
     assert half == pytest.approx(wanted, rel=1e-3)

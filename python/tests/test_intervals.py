@@ -27,6 +27,7 @@ def test_the_bootstrap_follows_its_seed_and_shows_its_draws(curve):
     first, again, other = (fit.intervals(method="bootstrap", rounds=100, seed=s) for s in (1, 1, 2))
     assert np.array_equal(first.dG, again.dG) and not np.array_equal(first.dG, other.dG)
     assert first.used == 100 and first.draws["m"].shape == (100, 1)
+    assert fit.intervals(method="bootstrap", rounds=20).used == 20
     assert first.draws["dG"] == pytest.approx(first.draws["m"] * first.draws["Cm"])
 
 

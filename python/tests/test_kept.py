@@ -126,6 +126,25 @@ def test_two_runs_do_not_write_one_file(run, tmp_path):
         assert result.exit_code == 2 and "--resume goes with --out and a .csv file" in result.stderr
 
 
+@pytest.mark.parametrize("again", [False, True])
+def test_a_file_that_another_run_has_just_removed_is_not_written(tmp_path, monkeypatch, again):
+    path, lock, taken = tmp_path / "o.csv.partial", kept.fcntl.flock, []
+
+    def late(file, how):
+        taken.append(file)
+        if len(taken) == 1:
+            path.unlink()
+            if again:
+                path.touch()
+        lock(file, how)
+
+    monkeypatch.setattr(kept.fcntl, "flock", late)
+    rows = KeptRows(1, tmp_path / "o.csv")
+    rows.add(0, "key", {"curve": "c", "status": "fitted"}, ())
+    rows.close()
+    assert b'"key"' in path.read_bytes() and len(taken) == 2
+
+
 class DeadlyOnce(zolt.batch.FitAll):
     """Work at which the process dies when it first meets a curve; a file tells that it has."""
 

@@ -89,3 +89,17 @@ def test_auxiliary_rows_of_the_table_can_be_called():
     assert np.array_equal(engine.normalise(y, 0.0, 10.0), y)
     assert np.array_equal(engine.smooth_emission(y, 0.5), y)
     assert np.allclose(engine.smooth_emission(y, 3.0)[3:-3], y[3:-3])
+
+
+def test_the_library_is_looked_for_where_it_is_told_then_installed_then_built(tmp_path, monkeypatch):
+    package, name = tmp_path / "python" / "zolt", _library.file_name("ZOLTInference")
+    monkeypatch.setattr(_library, "__file__", str(package / "_library.py"))
+    source = Path(library().path).with_name(name)
+    places = [tmp_path / "build" / "release", package / "lib", tmp_path / "told"]
+    monkeypatch.delenv("ZOLT_LIBRARY", raising=False)
+    for place in places:
+        place.mkdir(parents=True)
+        (place / name).symlink_to(source)
+        if place == places[-1]:
+            monkeypatch.setenv("ZOLT_LIBRARY", str(place / "engine.so"))  # the other one lies beside it
+        assert _library.open_library("ZOLTInference", "ZOLT_INFERENCE_LIBRARY")[1] == str(place / name)

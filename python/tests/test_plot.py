@@ -129,6 +129,7 @@ def test_the_profile_meets_the_ends_of_every_interval(curve):
     lower, upper, rise = profile["Cm"][0].T  # nearly straight, so that the standard error tells all of it
     assert ((upper - lower) / 2.0 / fit.se["Cm"][0]) ** 2 == pytest.approx(rise, rel=0.05)
     axes = plot.plot_profile(fit).axes
+    assert axes[1].lines[0].get_ydata()[-1] == rise[-1] and axes[1].lines[0].get_xdata()[-1] == upper[-1]
     dotted = [line.get_xdata()[0] for line in axes[0].lines if line.get_linestyle() == ":"]
     assert dotted == pytest.approx(spans.dG[0] / 1000) and len(axes) == 3
     steep = zolt.fit(*simulate([(26000.0, 1.3, 1.0)], 12, reach=3.0, noise=0.01), states=2)

@@ -53,9 +53,11 @@ def test_replicates_of_other_scale_are_not_averaged(scales, count, told):
 
 
 def test_replicates_of_another_midpoint_are_not_averaged():
-    near, far = ([Curve(f"WT {Cm}", *simulate([(5000.0, Cm, 1.0)], 24, noise=0.005), 25.0, group="WT") for Cm in pair]
-                 for pair in ((3.9, 3.95), (3.9, 4.3)))  # fmt: skip
-    assert len(zolt.pooled(near)) == 1 and len(zolt.pooled(far)) == 2
+    first, near, far = (
+        Curve(f"WT {Cm}", *simulate([(5000.0, Cm, 1.0)], 24, noise=0.005), 25.0, group="WT")
+        for Cm in (3.9, 3.95, 4.3)
+    )
+    assert len(zolt.pooled([first, near])) == 1 and len(zolt.pooled([first, far])) == 2
 
 
 def test_what_belongs_to_other_conditions_stays_apart():

@@ -61,7 +61,8 @@ def test_a_run_with_everything_asks_for_no_network_and_writes_where_it_is_told(h
     out = tmp_path / "out"
     status, seen = watched(
         "fit", hostile, "--intervals", "--out", out / "o.csv", "--readings", out / "r.csv",
-        "--curves", out / "c.csv", "--wide", "--report", out / "r.html", "--plots", out / "p", "--overlay", out / "o.svg",
+        "--curves", out / "c.csv", "--wide", "--report", out / "r.html", "--plots", out / "p",
+        "--overlay", out / "o.svg",
         "--denaturant", "<i>urea</i>", "--quiet",
     )  # fmt: skip
     assert status == 0 and set(seen) <= {f"write {out}", f"write {out / 'p'}"} and len(seen) == 2

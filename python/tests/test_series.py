@@ -50,6 +50,7 @@ def test_the_aggregation_form_follows_the_label_itself():
     )
     assert series.slope == pytest.approx(500.0, rel=0.1)
     assert "per unit of the label" in series.verdict
+    assert series.plot().axes[1].get_xscale() == "linear"
     with pytest.raises(ValueError, match="trend form"):
         series.curve("denatured")
 
@@ -135,6 +136,7 @@ def test_units_and_names_come_from_what_was_asked_and_read(tmp_path):
         lines += [f"{curve.label},{x},{y}" for x, y in zip(*curve)]
     (tmp_path / "s.csv").write_text("\n".join(lines))
     series = zolt.fit_series(zolt.read_curves(tmp_path / "s.csv"))
+    assert (series.denaturant, series.label_name) == ("urea", "Ca (mM)")
     kcal, kJ = (float(series.verdict_in(units).split()[3]) for units in ("kcal", "kJ"))
     assert kJ == pytest.approx(
         4.184 * kcal, abs=0.003
@@ -165,3 +167,13 @@ def test_a_series_has_the_temperature_of_its_curves(stated, given, used, told):
     assert {"temperature_assumed" in [c.code for c in fit.warnings] for fit in series.fits} == {told}
     with pytest.raises(ValueError, match="these have 15, 30 °C"):
         zolt.fit_series([replace(curves[0], temperature=15.0), replace(curves[1], temperature=30.0)])
+
+
+@pytest.mark.parametrize("lacking", [0, 1])
+def test_a_bad_reading_is_left_out_of_a_series_unless_it_is_told_to_stay(lacking):
+    first, *others = make_series([1, 3, 9], rising)
+    y = first.y.copy()
+    y[5] += 0.4
+    curves = [replace(first, y=y), *(replace(c, x=c.x[lacking:], y=c.y[lacking:]) for c in others)]
+    cleaned, whole = (zolt.fit_series(curves, clean=clean).fits[0].kept for clean in (True, False))
+    assert not cleaned[5] and cleaned.sum() >= y.size - 3 and whole.all()

@@ -3,14 +3,17 @@
 import json
 import re
 from pathlib import Path
+from types import SimpleNamespace
 
 import numpy as np
 import pytest
 from conftest import FKBP12, THREE, simulate
 
 import zolt
+from zolt import doubts
 from zolt.caution import TABLE
 from zolt.chain import expected_m
+from zolt.inference import OUTCOMES
 from zolt.read import Curve
 
 MODULES = Path(zolt.__file__).parent
@@ -127,6 +130,18 @@ def test_a_warning_is_not_raised_lightly(code):
     make, options = NEAR[code]
     fit = fitted(*make(), **{"states": 2, **options})
     assert fit.ok and code not in codes(fit)
+
+
+@pytest.mark.parametrize(
+    "states, behind, sound, rival",
+    [(2, 1.9, 1, True), (2, 2.1, 1, False), (2, 1.9, 0, False), (2, -11.0, 1, False),
+     (4, -2.1, 1, True), (4, -1.9, 1, False), (4, -2.1, 0, False)],
+)  # fmt: skip
+def test_a_model_is_a_rival_where_it_is_sound_and_its_aicc_near(states, behind, sound, rival):
+    noise = OUTCOMES.index("gain no more than noise")
+    row = SimpleNamespace(states=states, aicc_difference=10.0 + behind, sound=sound, outcome=noise)
+    chosen = SimpleNamespace(states=3, aicc_difference=10.0)
+    assert doubts.LIMITS.aicc == 2.0 and bool(doubts._as_good(row, chosen)) == rival
 
 
 def test_waves_count_for_more_with_many_readings():

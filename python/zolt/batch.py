@@ -23,7 +23,8 @@ _QUANTITIES = ("dG", "Cm", "m", "weight")
 _PER_TRANSITION = re.compile(r"(dG|Cm|m|weight)(\d)")
 _CLOSING = (
     "bootstrap_used", "R_squared", "durbin_watson", "replicate_sd", "lack_of_fit_p", "code", "reason",
-    "warnings", "warnings_in_words", "settings", "spikes", "outliers", "left_out", "aN", "bN_per_M", "aU", "bU_per_M",
+    "warnings", "warnings_in_words", "settings", "spikes", "outliers", "left_out",
+    "aN", "bN_per_M", "aU", "bU_per_M",
 )  # fmt: skip
 _COUNTS = ("states", "code", "points", "replicates", "spikes", "outliers", "left_out", "bootstrap_used")
 

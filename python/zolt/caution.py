@@ -45,15 +45,13 @@ def cautions_of_notes(notes):
             continue
         code = note.code if note.code in TABLE else _OTHER
         texts.setdefault(code, []).append(note.text)
-    return [
-        Caution(code, _sentence(said) if len(said) == 1 else f"{_sentence(said)} {len(said) - 1} more like this.",
-                TABLE[code]["advice"])
-        for code, said in texts.items()
-    ]  # fmt: skip
+    return [Caution(code, _sentences(said), TABLE[code]["advice"]) for code, said in texts.items()]
 
 
-def _sentence(texts):
-    return f"{texts[0][:1].upper()}{texts[0][1:].rstrip('.')}."
+def _sentences(texts):
+    """The first of the texts as a sentence, and how many there are beside it."""
+    first = f"{texts[0][:1].upper()}{texts[0][1:].rstrip('.')}."
+    return first if len(texts) == 1 else f"{first} {len(texts) - 1} more like this."
 
 
 def p_words(p, limit):

@@ -87,8 +87,8 @@ class Comparison:
         if len(temperatures) > 1:
             degrees = ", ".join(f"{value:g}" for value in temperatures)
             return (
-                f"The curves stand at different temperatures ({degrees} °C): what differs between them is not "
-                "what differs between the proteins. Compare curves of one temperature."
+                f"The curves stand at different temperatures ({degrees} °C): what differs between them "
+                "is not what differs between the proteins. Compare curves of one temperature."
             )
         if not self.ok:
             return f"No global fit: {inference.sentence(self.record.status)}"
@@ -101,7 +101,8 @@ class Comparison:
         chance = p_words(self.p, LIMITS.shared_p)
         if self.p >= LIMITS.shared_p:
             return (
-                f"The curves agree with one m of {m} ({chance}): the global fit gives the sharpest ddG. {ways}"
+                f"The curves agree with one m of {m} ({chance}): the global fit gives the sharpest ddG. "
+                f"{ways}"
             )
         return (
             f"The curves do not agree with one m ({m}; {chance}): their ddG depends on the concentration. "

@@ -180,7 +180,8 @@ def _one_reading(fit):
         far = np.abs(then - now) > np.maximum(LIMITS.decides_errors * fit.se[name], least)
         if far.any():
             i = int(np.argmax(far))
-            words = f"{name}{_which(fit, i)} is {then[i] / scale:.{digits}f}, not {now[i] / scale:.{digits}f} {unit}"
+            new, old = (f"{values[i] / scale:.{digits}f}" for values in (then, now))
+            words = f"{name}{_which(fit, i)} is {new}, not {old} {unit}"
             yield caution("one_reading_decides", x=where, without=words)
             return
 
@@ -270,6 +271,6 @@ def _which(fit, i):
     return "" if fit.dG.size == 1 else f" {i + 1}"
 
 
-_OF_LEAST_SQUARES = (_signal, _states, _residuals, _replicates, _bounds, _plateaus, _crossing, _errors, _one_reading,
-                     _engine, _shared, _chain)  # fmt: skip
+_OF_LEAST_SQUARES = (_signal, _states, _residuals, _replicates, _bounds, _plateaus, _crossing, _errors,
+                     _one_reading, _engine, _shared, _chain)  # fmt: skip
 _OF_ALL = (_no_transition, _series, _off, _weights, _left_out)

@@ -66,7 +66,8 @@ class Evidence:
 
     def __repr__(self):
         columns = ["model", "free", "residual_sd", "durbin_watson", "dAICc", "p", "p_without", "outcome"]
-        return f"{self.sentence}\n{self.table()[columns].to_string(index=False, float_format='{:.3g}'.format)}"
+        rows = self.table()[columns].to_string(index=False, float_format="{:.3g}".format)
+        return f"{self.sentence}\n{rows}"
 
     def _repr_html_(self):
         return f"<p>{self.sentence}</p>{self.table().to_html(index=False, float_format='{:.3g}'.format)}"

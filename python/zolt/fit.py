@@ -67,7 +67,7 @@ def fit(
     if not isinstance(settings, Settings | None):
         raise TypeError(f"settings is a zolt.Settings, not {settings!r}; single choices are arguments")
     exclude = () if exclude is None else exclude
-    marked = not isinstance(exclude, str) and np.size(exclude) > 0 and np.asarray(exclude).dtype == bool
+    marked = not isinstance(exclude, str) and np.asarray(exclude).dtype == bool
     marks, exclude = (np.asarray(exclude), ()) if marked else (None, exclude)
     if settings is None:
         settings = settings_of(
@@ -121,7 +121,7 @@ def fit(
 
 
 def _without(kept, marked, wanted, settings):
-    """The kept points less the marked ones, if a quarter of the wanted ones at most is lost, and enough stay."""
+    """The kept points less the marked ones, if at most a quarter of the wanted ones goes and enough stay."""
     fewer = kept & ~marked
     left, all_wanted = np.count_nonzero(fewer), np.count_nonzero(wanted)
     if np.any(kept & marked) and all_wanted - left <= all_wanted // 4:

@@ -291,7 +291,8 @@ class Fit(model.Unfolding):
             words = f"{self.reason} {text_of(self.warnings)}".strip()
             return f"<Fit {name}{self.status}, code {self.code}. {words}>"
         warned = f"; warnings: {codes_of(self.warnings)}" if self.warnings else ""
-        return f"<Fit {name}{self.states} states; {self.summary()}; R² {self.r_squared:.4f}, code {self.code}{warned}>"
+        words = f"{self.summary()}; R² {self.r_squared:.4f}, code {self.code}{warned}"
+        return f"<Fit {name}{self.states} states; {words}>"
 
     def _repr_html_(self):
         from .report import fit_html

@@ -103,7 +103,8 @@ class GlobalFit:
 
     def __repr__(self):
         said = "".join(f"\n{caution}" for caution in self.warnings)
-        return f"<{self.summary()}>\n{self.table().to_string(index=False, float_format='{:.4g}'.format)}{said}"
+        rows = self.table().to_string(index=False, float_format="{:.4g}".format)
+        return f"<{self.summary()}>\n{rows}{said}"
 
 
 def fit_global(curves, share="m", *, states=2, reference=0, temperature=None, level=0.95, options=None):
@@ -162,7 +163,8 @@ def with_one_m(fits, settings):
     if len(fits) < 2:
         raise ValueError("a shared m takes two curves or more")
     states = alone(settings).states
-    whole = global_of([fit.readings for fit in fits], [fit.name for fit in fits], "m", states, settings.options(),
+    readings, names = [fit.readings for fit in fits], [fit.name for fit in fits]
+    whole = global_of(readings, names, "m", states, settings.options(),
                       level=(settings.intervals or {}).get("level", 0.95))  # fmt: skip
     if not whole.ok:
         raise ValueError(f"no fit with a shared m: {whole.reason}")

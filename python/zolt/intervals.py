@@ -106,7 +106,7 @@ def quantities(units):
     return ("dG", f"{units}/mol", energy), ("Cm", "M", 1.0), ("m", f"{units}/mol/M", energy)
 
 
-def intervals_of(fit, level=0.95, method="profile", rounds=1000, seed=0):
+def intervals_of(fit, level, method, rounds, seed):
     """`Intervals` of a fit; `rounds` and `seed` belong to the bootstrap."""
     if not fit.ok or fit.answer is None:
         raise ValueError(f"a curve without a fit by least squares has no intervals ({fit.status})")

@@ -66,7 +66,8 @@ class KeptRows:
         except BlockingIOError:
             self._file.close()
             raise CannotWrite(
-                f"--out {self.path.with_suffix('')}: another run is writing it; wait for it, or name another file."
+                f"--out {self.path.with_suffix('')}: another run is writing it; wait for it, "
+                "or name another file."
             ) from None
         except OSError:  # a file system without locks
             return True
@@ -165,7 +166,10 @@ def keys_of(curves, settings, units):
     common = repr((__version__, libraries, units, sorted(settings.to_plain().items()))).encode()
     for curve in curves:
         details = sorted(curve.details.items(), key=str)
-        told = (curve.name, curve.temperature, curve.label, curve.replicate, details, curve.denaturant, curve.notes)
+        told = (
+            curve.name, curve.temperature, curve.label, curve.replicate, details, curve.denaturant,
+            curve.notes,
+        )  # fmt: skip
         whole = hashlib.sha256(common + repr(told).encode())
         for values in (curve.x, curve.y, curve.sd, curve.n, curve.part):
             kind = "" if values is None else f"{values.dtype}{values.shape}"

@@ -86,8 +86,8 @@ def _line(kind):
 def _states(settings):
     if settings.states == "auto":
         return (
-            "The number of states of each curve was decided by F tests between models of increasing number of "
-            "states, repeated without influential readings, and against curves without a transition."
+            "The number of states of each curve was decided by F tests between models of increasing number "
+            "of states, repeated without influential readings, and against curves without a transition."
         )
     if settings.states == "picker":
         return "The number of states of each curve was read off the shape of its signal."

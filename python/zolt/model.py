@@ -47,7 +47,7 @@ def transitions(result):
 
 
 class Unfolding:
-    """Whatever holds a fit in the layout of the engine's vector, as `result`: what the vector says by name."""
+    """Whatever holds a fit as `result`, in the layout of the engine's vector: what that says by name."""
 
     @cached_property
     def states(self):

@@ -31,9 +31,9 @@ def print_fits(table, units, said=(), total=None):
             if columns[0] in shown and shown[columns[0]].notna().any():
                 values = shown.reindex(columns=columns).to_numpy(float)
                 head[f"{name}{i}"] = [_estimate(row, digits) for row in values]
-    for column, name in (("R_squared", "R²"), ("spikes", "spikes"), ("outliers", "outliers"), ("code", "code")):
+    for column in ("R_squared", "spikes", "outliers", "code"):
         if column in shown:
-            head[name] = shown[column]
+            head[column.replace("R_squared", "R²")] = shown[column]
     if "warnings" in shown:
         own = _own_codes(shown["warnings"].fillna(""))
         if any(own):

@@ -19,7 +19,8 @@ from .reading.text import MOST_BYTES, decode, grid_of_text
 from .reading.workbook import grids_of_workbook, is_workbook
 
 _ON_ALL = (  # notes on a file that bear on the numbers of all its curves
-    "unit_assumed", "unit_converted", "x_assumed", "temperature_unclear", "beyond_solubility", "low_concentrations",
+    "unit_assumed", "unit_converted", "x_assumed", "temperature_unclear", "beyond_solubility",
+    "low_concentrations",
 )  # fmt: skip
 
 __all__ = ["Curve", "Note", "ReadError", "Reading", "read_curves", "read_file", "read_together"]

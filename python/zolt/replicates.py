@@ -134,7 +134,8 @@ def _together(curves, ambiguous):
         details["input_notes"] = "; ".join(dict.fromkeys(note.text for note in notes))
     return replace(
         first, name=_named(first, ambiguous), x=x[order], y=rows("y"), sd=rows("sd"), n=rows("n"),
-        part=part[order], members=members[order], replicate=None, group=None, details=details, notes=tuple(notes),
+        part=part[order], members=members[order], replicate=None, group=None, details=details,
+        notes=tuple(notes),
     )  # fmt: skip
 
 

@@ -22,9 +22,9 @@ from .settings import Settings
 
 FORMAT, FORMAT_VERSION = "zolt session", 1
 _OF_RECORD = (
-    "status", "transitions", "readings", "concentrations", "free_parameters", "bounds", "baseline", "dG", "Cm",
-    "m", "weight", "baseline_se", "dG_se", "Cm_se", "m_se", "weight_se", "sse", "degrees", "residual_sd",
-    "r_squared", "durbin_watson", "lack_p",
+    "status", "transitions", "readings", "concentrations", "free_parameters", "bounds", "baseline",
+    "dG", "Cm", "m", "weight", "baseline_se", "dG_se", "Cm_se", "m_se", "weight_se", "sse", "degrees",
+    "residual_sd", "r_squared", "durbin_watson", "lack_p",
 )  # fmt: skip
 _COMPARED = ("dG", "Cm", "m")
 
@@ -97,7 +97,8 @@ def _curve(fit):
         "x": _plain(fit.x), "y": _plain(fit.y), "sd": None if fit.sd is None else _plain(fit.sd),
         "part": None if fit.part is None else fit.part.tolist(), "temperature": fit.temperature,
         "denaturant": fit.denaturant, "unit": "M", "label": _plain(fit.details.get("label")),
-        "replicate": _plain(fit.details.get("replicate")), "details": {k: _plain(v) for k, v in details.items()},
+        "replicate": _plain(fit.details.get("replicate")),
+        "details": {k: _plain(v) for k, v in details.items()},
         "notes": [caution.sentence for caution in fit.input_cautions],
         "noteCodes": [caution.code for caution in fit.input_cautions],
         "out": (~fit.kept).tolist(), "range": None, "fit": _numbers(fit), "sentence": fit.reason,
@@ -184,8 +185,9 @@ def _fitted(curve, settings):
     if curve.get("range") is not None:
         low, high = curve["range"]
         out |= ~((x >= low) & (x <= high))
-    details = {**(curve.get("details") or {}), **{
-        name: curve[name] for name in ("file", "well", "label", "replicate") if curve.get(name) not in (None, "")}}  # fmt: skip
+    own = {name: curve.get(name) for name in ("file", "well", "label", "replicate")}
+    told = {name: value for name, value in own.items() if value not in (None, "")}
+    details = {**(curve.get("details") or {}), **told}
     notes = curve.get("notes") or []
     codes = curve.get("noteCodes") or ["other_note"] * len(notes)
     once = replace(alone(settings) if settings.shares_m else settings, weights="none" if sd is None else "sd",

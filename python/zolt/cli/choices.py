@@ -88,7 +88,7 @@ def _m(text, units):
 
 
 def baselines_of(text):
-    """The sides that `--baselines` tells: four numbers, or native= and denatured= with a word or two numbers."""
+    """The sides that `--baselines` tells: four numbers, or native= and denatured=, each a word or a pair."""
     if text is None:
         return None
     wrong = click.UsageError(

@@ -41,8 +41,8 @@ from .options import (
 def compare(files, reference, level, temperature, units, layout, reading, out, plot, look, choices):
     """Compare the curves of the FILES with a reference: differences of dG and Cm with intervals.
 
-    All curves are taken for two states, and replicates of a file are pooled. ddG comes by three ways: a global fit
-    with one m, the mean m times the difference of Cm, and the plain difference of dG.
+    All curves are taken for two states, and replicates of a file are pooled. ddG comes by three ways: a
+    global fit with one m, the mean m times the difference of Cm, and the plain difference of dG.
 
     \b
     Examples:
@@ -91,11 +91,12 @@ def _printed(table, units):
     shown = table[["curve"]].copy()
     for name, suffix, digits, head in (
         ("dCm", "_M", 3, "dCm"), ("ddG_shared_m", f"_{units}_per_mol", 2, "ddG, one m"),
-        ("ddG_mean_m", f"_{units}_per_mol", 2, "ddG, mean m x dCm"), ("ddG_plain", f"_{units}_per_mol", 2, "ddG, plain"),
+        ("ddG_mean_m", f"_{units}_per_mol", 2, "ddG, mean m x dCm"),
+        ("ddG_plain", f"_{units}_per_mol", 2, "ddG, plain"),
     ):  # fmt: skip
         columns = [f"{name}{part}{suffix}" for part in ("", "_se", "_lower", "_upper")]
         rows = table.reindex(columns=columns).to_numpy(float)
-        shown[head] = ["" if value != value else f"{value:+.{digits}f} ± {error:.{digits}f} [{low:.{digits}f}, {high:.{digits}f}]"
-                       for value, error, low, high in rows]  # fmt: skip
+        form = f"{{:+.{digits}f}} ± {{:.{digits}f}} [{{:.{digits}f}}, {{:.{digits}f}}]"
+        shown[head] = ["" if row[0] != row[0] else form.format(*row) for row in rows]
     shown["status"] = table["status"]
     return shown.to_string(index=False)

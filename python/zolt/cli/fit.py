@@ -58,8 +58,8 @@ _OF_FITS = ("--readings", "--curves", "--plots", "--overlay", "--report")  # tab
 @machine("--workers", type=click.IntRange(1), metavar="N", help="Threads.  [one per processor]")
 @machine("--scheduler", metavar="ADDRESS", help="A dask scheduler that does the work.")
 def fit_command(files, temperature, intervals, method, rounds, seed, units, layout, workers, scheduler, out,
-                reading_file, curve_file, wide, plots, draw, picture, overlay, overlay_of, report, resume, quiet,
-                reading, look, choices):
+                reading_file, curve_file, wide, plots, draw, picture, overlay, overlay_of, report, resume,
+                quiet, reading, look, choices):
     """Fit every curve of the FILES and print a table. The exit status is 0, or 2
     when a file could not be read or written.
     """  # fmt: skip
@@ -79,7 +79,9 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
     if kinds != ["fit"] and plots is None:
         raise click.UsageError(f"--draw {draw} says what --plots draws; name a folder by --plots.")
     if resume and (out is None or out.suffix.lower() != ".csv"):
-        raise click.UsageError("--resume goes with --out and a .csv file, beside which finished curves are kept.")
+        raise click.UsageError(
+            "--resume goes with --out and a .csv file, beside which finished curves are kept."
+        )
     with cluster(scheduler) as client:
         source = Input(files, layout, reading, temperature, quiet)
         source.need_curves()
@@ -98,11 +100,13 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
                 sys.exit(2)
             elapsed = time.perf_counter() - started
             if whole:
-                logbook = {"command": " ".join(["zolt", *sys.argv[1:]]), "files": ", ".join(map(str, files)),
-                           **reading, **settings.words(units), "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
+                command = " ".join(["zolt", *sys.argv[1:]])
+                logbook = {"command": command, "files": ", ".join(map(str, files)), **reading,
+                           **settings.words(units), "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
                 table = table_of(outcomes, curves, units)
                 run = Run(outcomes, table, settings, units, logbook, source.read, source.problems)
-                write_all(delivery, run, wide=wide, kinds=kinds, picture=picture, overlay_of=overlay_of, look=look)
+                write_all(delivery, run, wide=wide, kinds=kinds, picture=picture,
+                          overlay_of=overlay_of, look=look)  # fmt: skip
             else:
                 delivery.write("--out", kept.write_csv)
             head = kept.head(MOST_PRINTED)

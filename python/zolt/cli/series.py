@@ -82,7 +82,8 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
               **sheets_of_fits(result.fits, told, source.problems)}  # fmt: skip
     write_result(delivery, sheets, lambda: result.plot(units=units, **look), look)
     print_fits(table, units, said_of(result.fits))
-    click.echo("\n" + result.label_table(units).to_string(index=False, float_format="{:.3f}".format, na_rep=""))
+    labels = result.label_table(units)
+    click.echo("\n" + labels.to_string(index=False, float_format="{:.3f}".format, na_rep=""))
     click.echo(result.verdict_in(units))
     if together is not None:
         click.echo(together.summary(units))

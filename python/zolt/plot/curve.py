@@ -76,8 +76,8 @@ def _draw_legend(fit, ax, lowest, alone):
 
 def _said_of(fit, hollow):
     """What the hollow marks stand for."""
-    words = [word for word, some in (("left out", ~fit.kept), ("spike or outlier", hollow & fit.kept)) if some.any()]
-    return ", ".join(words)
+    kinds = ("left out", ~fit.kept), ("spike or outlier", hollow & fit.kept)
+    return ", ".join(word for word, marks in kinds if marks.any())
 
 
 def _draw_points(fit, ax, values, size=24):

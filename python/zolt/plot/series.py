@@ -34,7 +34,7 @@ def plot_series(series, *, units="kcal", label=None, signal="Fraction denatured"
 def _draw_series_curves(series, ax, figure, label, signal):
     """Readings and fits between their own baselines, so that curves of any scale compare."""
     labels = series.labels
-    logarithmic = _is_logarithmic(series) and labels.max() > labels.min()
+    logarithmic = _is_logarithmic(series)
     places = _places(labels, labels, logarithmic)
     norm = (LogNorm if logarithmic else Normalize)(places.min(), places.max())
     colors = LinearSegmentedColormap.from_list("labels", colormaps["viridis"](np.linspace(0, 0.9, 64)))
@@ -103,7 +103,7 @@ def _is_logarithmic(series):
 
 
 def _places(labels, among, logarithmic=True):
-    """Where labels stand: on a logarithmic axis 0 lies a usual step left of the smallest other `among` all."""
+    """Where labels stand: on a logarithmic axis 0 lies a usual step left of the least other `among` all."""
     positive = np.unique(among[among > 0])
     if not logarithmic or not positive.size:
         return labels

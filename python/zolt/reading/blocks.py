@@ -258,8 +258,8 @@ def _header_rows(grid, rows, body):
     )
     if not high[0] or header_of(high[0]).role in ("x", "curve"):
         generic = generic or all(is_number_as_name(name) for name in low[1:] if name)
-    pair_of_words = filled in ([0, 1], [0]) and not (filled == [0] and width == 2)
-    if generic and len(filled) >= 1 and not pair_of_words and width > 2:
+    pair_of_words = filled in ([0, 1], [0])
+    if generic and not pair_of_words and width > 2:
         return rows[-2:]
     return rows[-1:]
 

@@ -14,7 +14,7 @@ _REPLICATE = re.compile(
     r"[\s_.\-#]*(\w{1,3})\b[)\]]?(.*)",
     re.I,
 )
-# As programs number what is called alike: 'WT', 'WT.1', 'WT.2'. In 'pH 7', 'pH 7.4' the number is no such one.
+# As programs number what is called alike: 'WT', 'WT.1', 'WT.2'. That of 'pH 7.4' beside 'pH 7' is none.
 _NUMBERED = re.compile(r"(.*[^\d\s.])(?:\.|\s*\()(\d{1,2})\)?")
 
 
@@ -99,7 +99,8 @@ class SignalNames:
 
     def are_replicates(self, name):
         """True where the name stands more than once and nothing tells its columns apart."""
-        return self.counts[name] > 1 and header_of(name).role is None and not _told_apart_above(name, self._table)
+        several = self.counts[name] > 1 and header_of(name).role is None
+        return several and not _told_apart_above(name, self._table)
 
 
 def _replicate_of(name, names):

@@ -46,8 +46,8 @@ def write_report(path, fits, intervals=None, *, units="kcal", settings=None, pro
 <html lang="en"><head><meta charset="utf-8"><title>zolt report</title><style>{STYLE}</style></head>
 <body><h1>Denaturation curves</h1>
 <p class="quiet">{len(fits)} curves, {fitted} fitted, in the order of the input; a curve of several
-transitions has a line for each. Numbers are those of least squares, with standard errors after ±. "Marked" counts spikes,
-outliers and readings left out.{spans}</p>
+transitions has a line for each. Numbers are those of least squares, with standard errors after ±. "Marked"
+counts spikes, outliers and readings left out.{spans}</p>
 {_warnings(fits, intervals, problems)}
 {_methods(fits, intervals)}
 <h2>Results</h2>{summary(fits, intervals, units)}{_plate(fits)}

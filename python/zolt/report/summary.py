@@ -42,8 +42,8 @@ def summary(fits, intervals, units):
             (fit.code, fit.states if fit.ok else "", fit.path.status, fit.path.sentence), None
         )
     failed = {i for i, fit in enumerate(fits) if not fit.ok}
-    codes = [[code, states, escape(status), escape(reason)]
-             for code, states, status, reason in sorted(meanings, key=lambda key: (key[0], str(key[1]), key[3]))]  # fmt: skip
+    in_order = sorted(meanings, key=lambda row: (row[0], str(row[1]), row[3]))
+    codes = [[code, states, escape(status), escape(reason)] for code, states, status, reason in in_order]
     said = folded(
         "What the engine said: its codes", table(["code", "states", "status", "meaning"], codes, {0, 1})
     )
@@ -99,13 +99,18 @@ def _named(links):
     return ", ".join(links[:_MOST_LINKS]) + (f" and {more} more" if more > 0 else "")
 
 
+def _cell(value):
+    if isinstance(value, float):
+        return f"{value:.3g}" if np.isfinite(value) else ""
+    return str(value)
+
+
 def evidence(fit):
     """The comparison of the models of a curve, folded away."""
     if fit.evidence is None or not fit.evidence.record.row[3].tried:
         return ""
     heads = ["model", "free", "residual_sd", "durbin_watson", "dAICc", "F", "p", "p_without", "outcome"]
-    rows = [[escape(f"{v:.3g}" if np.isfinite(v) else "") if isinstance(v := row[name], float) else escape(str(v))
-             for name in heads] for row in fit.evidence.rows()]  # fmt: skip
+    rows = [[escape(_cell(row[name])) for name in heads] for row in fit.evidence.rows()]
     return folded(
         "Evidence for the states", escape(fit.evidence.sentence) + table(heads, rows, set(range(1, 8)))
     )
