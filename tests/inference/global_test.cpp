@@ -101,6 +101,8 @@ TEST(Global, DifferencesAndIntervalsHoldTheTruth) {
     held[3] += holds(all.differences[2].ddG_interval[0], 1400.0 * apart);
     refused += all.global.p < 0.05;
     EXPECT_EQ(all.differences[0].ddG[0], 0.0);
+    const ZOLTI_Difference& last = all.differences[2];  // unequal noise widens and never narrows
+    EXPECT_GE(last.dCm_interval[0][1] - last.dCm_interval[0][0], 1.9 * 2.0 * last.dCm_se[0]);
     EXPECT_NEAR(all.differences[2].ddG[0], all.fits[2].dG[0] - all.fits[0].dG[0], 1e-6);
   }
   for (const int count : held) {
