@@ -101,6 +101,13 @@ TEST(Global, DifferencesAndIntervalsHoldTheTruth) {
     held[3] += holds(all.differences[2].ddG_interval[0], 1400.0 * apart);
     refused += all.global.p < 0.05;
     EXPECT_EQ(all.differences[0].ddG[0], 0.0);
+    const ZOLTI_Difference& last = all.differences[2];
+    const auto errorsWide = [](const double* span, double se) { return (span[1] - span[0]) / se; };
+    for (const double wide : {errorsWide(last.dCm_interval[0], last.dCm_se[0]),
+                              errorsWide(last.ddG_interval[0], last.ddG_se[0])}) {
+      EXPECT_GE(wide, 3.8);  // unequal noise widens and never narrows
+      EXPECT_LE(wide, 6.0);
+    }
     EXPECT_NEAR(all.differences[2].ddG[0], all.fits[2].dG[0] - all.fits[0].dG[0], 1e-6);
   }
   for (const int count : held) {
@@ -169,6 +176,9 @@ TEST(Global, FreeEnergiesCanBeShared) {
   for (std::size_t i = 0; i < 3; ++i) {
     EXPECT_NEAR(all.fits[i].dG[0], all.global.shared[0], 1e-6);
     EXPECT_NEAR(all.fits[i].dG_se[0] / all.global.shared_se[0], 1.0, 1e-6);
+    const auto errorsWide = [](const double* span, double se) { return (span[1] - span[0]) / se; };
+    EXPECT_NEAR(errorsWide(all.intervals[i].Cm[0], all.fits[i].Cm_se[0]), 4.0, 0.6) << i;
+    EXPECT_NEAR(errorsWide(all.intervals[i].m[0], all.fits[i].m_se[0]), 4.0, 0.6) << i;
   }
 }
 

@@ -117,9 +117,22 @@ TEST(Hostile, ChoicesThatCannotBeAreRefused) {
     EXPECT_EQ(fit(data, 1, options).status, one.status) << one.name;
     EXPECT_EQ(decide(data, 4, options).fit.status, one.status) << one.name;
   }
-  const ZOLTI_Curve hot = data.curve(101.0);
   ZOLTI_Fit found;
-  EXPECT_EQ(ZOLTI_fit(&hot, 1, nullptr, &found, nullptr, nullptr), ZOLTI_BAD_TEMPERATURE);
+  for (const double temperature : {-0.1, 0.0, 100.0, 100.1, kNaN}) {
+    const ZOLTI_Curve curve = data.curve(temperature);
+    const bool bounded = temperature >= 0.0 && temperature <= 100.0;
+    EXPECT_EQ(ZOLTI_fit(&curve, 1, nullptr, &found, nullptr, nullptr),
+              bounded ? ZOLTI_FITTED : ZOLTI_BAD_TEMPERATURE);
+  }
+  const ZOLTI_Curve hot = data.curve(101.0);
+  const ZOLTI_Curve two[] = {data.curve(), data.curve()};
+  ZOLTI_Global global;
+  ZOLTI_Fit both[2];
+  for (const double level : {0.0, 1.0, 1.2, kNaN}) {
+    EXPECT_EQ(ZOLTI_fit_global(two, 2, 1, ZOLTI_SHARE_M, nullptr, 0, level, &global, both, nullptr,
+                               nullptr),
+              ZOLTI_BAD_ARGUMENT);
+  }
   EXPECT_EQ(ZOLTI_fit(&hot, 4, nullptr, &found, nullptr, nullptr), ZOLTI_BAD_ARGUMENT);
   EXPECT_EQ(ZOLTI_fit(nullptr, 1, nullptr, &found, nullptr, nullptr), ZOLTI_BAD_ARGUMENT);
   EXPECT_EQ(ZOLTI_fit_global(&hot, 1, 1, 1, nullptr, 0, 0.9, nullptr, &found, nullptr, nullptr),

@@ -16,6 +16,8 @@ TEST(Optimum, CurvesWithoutNoiseGiveTheirTruth) {
   for (int k = 1; k <= 3; ++k) {
     const ZOLTI_Fit found = fit(sample(*truths[k - 1], 64, 0.0), k);
     ASSERT_EQ(found.status, ZOLTI_FITTED);
+    EXPECT_GT(found.agreeing, 1);
+    EXPECT_LE(found.agreeing, found.starts);
     for (std::size_t t = 0; t < static_cast<std::size_t>(k); ++t) {
       const Transition& truth = (*truths[k - 1])[t];
       EXPECT_NEAR(found.dG[t] / truth.dG, 1.0, 1e-6) << k << " transitions, " << t;
