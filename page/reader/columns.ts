@@ -168,6 +168,9 @@ function fitHeader(block: Block, names: string[], width: number): [names: string
   }
   let low = grid.delimiter === null && names.length > width ? rejoined(names, width, block) : names;
   low = notWider(block, low);
+  // The blank names at its end were cut off with its marks, and are no sign of a column of row numbers.
+  const written = grid.widths && block.header.length ? grid.widths[block.header[block.header.length - 1]] : 0;
+  while (low.length < Math.min(written, width)) low = [...low, ""];
   if (low.length === width - 1 && low.length > 2 && !low.some((name, i) => i % 2 === 1 && name))
     low = [...low, ""]; // names above pairs of columns: the last is blank and was cut off
   needEqualRows(block, Math.max(width, low.length));
@@ -175,7 +178,7 @@ function fitHeader(block: Block, names: string[], width: number): [names: string
   if (wider === undefined) return [low, 0];
   const first = body.map((r) => cellOf(grid.cell(r, 0)));
   const counts = first.every((c) => c.kind === "number" && !c.mark) && countsRows(first.map((c) => valueOf(c)));
-  if (counts && body.every((r) => grid.rows[r].length === low.length + 1))
+  if (counts && low.every(Boolean) && body.every((r) => grid.rows[r].length === low.length + 1))
     return [["", ...low], 1]; // numbers of rows without a header of their own
   const cells = grid.rows[wider].length;
   const why = `the row has ${cells} cells and the header ${low.length}`;

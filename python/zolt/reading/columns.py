@@ -148,6 +148,9 @@ def _fit_header(block, low, width):
     if grid.delimiter is None and len(low) > width:
         low = _rejoined(low, width, block)
     low = _not_wider(block, low)
+    # The blank names at its end were cut off with its marks, and are no sign of a column of row numbers.
+    written = grid.widths[block.header[-1]] if grid.widths and block.header else 0
+    low = [*low, *[""] * (min(written, width) - len(low))]
     if len(low) == width - 1 and not any(low[1::2]) and len(low) > 2:
         low = [*low, ""]  # names above pairs of columns: the last is blank and was cut off
     _need_equal_rows(block, max(width, len(low)))
@@ -158,7 +161,7 @@ def _fit_header(block, low, width):
     counts = all(c.kind == "number" and not c.mark for c in first) and counts_rows(
         [c.value(".") for c in first]
     )
-    if counts and all(len(grid.rows[r]) == len(low) + 1 for r in block.body):
+    if counts and all(low) and all(len(grid.rows[r]) == len(low) + 1 for r in block.body):
         return ["", *low], 1  # numbers of rows without a header of their own
     cells = len(grid.rows[wider[0]])
     why = f"the row has {cells} cells and the header {len(low)}"
