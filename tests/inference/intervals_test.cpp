@@ -81,12 +81,7 @@ TEST(Intervals, HoldTheTruthAsOftenAsTheySay) {
 }
 
 TEST(Intervals, MethodsAgreeWhereTheCurveIsGood) {
-  Data data = sample(kOne, 60, 0.002, 5);
-  Noise noise(6);  // every other reading is worse, and says so
-  for (std::size_t i = 0; i < 60; ++i) {
-    data.sd.push_back(i % 2 == 0 ? 1.0 : 4.0);
-    data.y[i] += i % 2 == 0 ? 0.0 : 0.0075 * noise.normal();
-  }
+  const Data data = sample(kOne, 60, 0.004, 5);
   const ZOLTI_Fit found = fit(data);
   const ZOLTI_Intervals profile = intervals(data, found);
   for (const int method : {ZOLTI_LINEAR, ZOLTI_BOOTSTRAP}) {
@@ -98,6 +93,16 @@ TEST(Intervals, MethodsAgreeWhereTheCurveIsGood) {
   EXPECT_NEAR(
       intervals(data, found, ZOLTI_LINEAR).m[0][1] + intervals(data, found, ZOLTI_LINEAR).m[0][0],
       2.0 * found.m[0], 1e-6);
+}
+
+TEST(Intervals, BootstrapOfWeightedReadingsStandsAboutTheFit) {
+  Data data = sample(kOne, 60, 0.004, 5);
+  data.sd.assign(60, 1.0);
+  data.sd[27] = 0.3;  // a reading that counts for many, and is off
+  data.y[27] += 0.006;
+  const ZOLTI_Fit found = fit(data);
+  const ZOLTI_Intervals spans = intervals(data, found, ZOLTI_BOOTSTRAP);
+  EXPECT_NEAR((spans.Cm[0][0] + spans.Cm[0][1]) / 2.0, found.Cm[0], 0.4 * found.Cm_se[0]);
 }
 
 TEST(Intervals, BootstrapFollowsItsSeed) {
