@@ -93,8 +93,9 @@ function upright(block: Block): Block {
   if (below.includes("number") || below.filter((kind) => kind === "text").length < below.length) return block;
   if (new Set(rows.map((r) => grid.cell(r, 0))).size < rows.length) return block;
   const named = numbers.length >= 3 && heads.some((head) => head.role === "x");
-  const rising = numbers.length >= 4 && runsLikeConcentration(numbers.map((cell) => valueOf(cell)));
-  return named || rising ? turned(block, rows) : block;
+  const values = numbers.map((cell) => valueOf(cell));
+  const runs = values.length >= 4 && [values, [...values].reverse()].some(runsLikeConcentration);
+  return named || runs ? turned(block, rows) : block;
 }
 
 /** The block with its rows as columns; the corner names what runs along the row. */

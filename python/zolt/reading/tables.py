@@ -104,7 +104,7 @@ def _upright(block, stated):
     across = count >= 3 and any(h.role == "x" for h in heads)
     if not across:
         values = np.array([cell.value(".") for cell in numbers if cell.kind == "number"])
-        across = count >= 4 and runs_like_concentration(values)
+        across = count >= 4 and any(map(runs_like_concentration, (values, values[::-1])))
     if not across:
         return block, stated
     return _turned(block, rows), stated
