@@ -163,10 +163,10 @@ function findX(table: Table): void {
   const scale = rising.filter((c) => extent(knownNumbers(table, c))[1] >= 2.0);
   const unnamed = first.name === "" && table.named;
   if (first.role === "index" || (counts && (unnamed || scale.length || extent(values)[1] > 11))) {
-    const likely = scale[0] ?? rising[0] ?? first;
+    const likely: Column | undefined = scale[0] ?? rising[0];
+    const example = likely ? `, for instance --x ${likely.place + 1}` : "";
     throw table.fault(
-      `${first} counts rows, and no column is named as the concentration; ` +
-        `name it with --x, for instance --x ${likely.place + 1}.`,
+      `${first} counts rows, and no column is named as the concentration; name it with --x${example}.`,
     );
   }
   if (first.header.role === "y" || (rising.length && !runsLikeConcentration(values)))

@@ -165,10 +165,12 @@ def _find_x(table):
     counts = counts_rows(values)
     scale = [c for c in rising if np.nanmax(read_numbers(table, c)) >= 2.0]
     if first.role == "index" or (counts and (unnamed or scale or values.max() > 11)):
+        likely = next(iter(scale or rising), None)
+        example = "" if likely is None else f", for instance --x {likely.place + 1}"
         raise table.grid.fault(
-            f"{first} counts rows, and no column is named as the concentration; "
-            f"name it with --x, for instance --x {(scale or rising or [first])[0].place + 1}.", None,
-        )  # fmt: skip
+            f"{first} counts rows, and no column is named as the concentration; name it with --x{example}.",
+            None,
+        )
     if first.header.role == "y" or (rising and not runs_like_concentration(values)):
         raise table.grid.fault(
             f"cannot tell the concentrations: {first} comes first but does not look like "
