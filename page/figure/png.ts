@@ -1,4 +1,5 @@
 // A picture as PNG, drawn by the browser from its own SVG, with a word on its origin.
+import { checkSum } from "../reader/package";
 import { Markup, toText } from "./markup";
 
 export async function toPng(picture: Markup, origin: string, scale = 3): Promise<Uint8Array> {
@@ -30,20 +31,10 @@ function withText(png: Uint8Array, keyword: string, words: string): Uint8Array {
   const view = new DataView(chunk.buffer);
   view.setUint32(0, body.length - 4);
   chunk.set(body, 4);
-  view.setUint32(body.length + 4, crc(body));
+  view.setUint32(body.length + 4, checkSum(body));
   const whole = new Uint8Array(png.length + chunk.length);
   whole.set(png.subarray(0, HEADER_END));
   whole.set(chunk, HEADER_END);
   whole.set(png.subarray(HEADER_END), HEADER_END + chunk.length);
   return whole;
-}
-
-/** The cyclic redundancy check that closes every chunk. */
-function crc(bytes: Uint8Array): number {
-  let sum = ~0;
-  for (const byte of bytes) {
-    sum ^= byte;
-    for (let bit = 0; bit < 8; ++bit) sum = (sum >>> 1) ^ (sum & 1 ? 0xedb88320 : 0);
-  }
-  return ~sum >>> 0;
 }

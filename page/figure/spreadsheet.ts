@@ -1,6 +1,6 @@
 // Tables as text of a spreadsheet and as a workbook. What comes from a file is text there, never a formula.
-import { strToU8, zipSync } from "fflate";
 import { escaped } from "./markup";
+import { zipOf } from "./zip";
 
 export type Cell = string | number | null;
 export type Rows = Cell[][];
@@ -21,7 +21,6 @@ const MAIN = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
 const OFFICE = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
 const PACKAGE = "http://schemas.openxmlformats.org/package/2006";
 const LONGEST_CELL = 32767;  // letters, as spreadsheets take them
-const TIME = new Date(1980, 0, 1);  // the same tables are the same bytes
 
 function columnName(i: number): string {
   return (i >= 26 ? columnName(Math.floor(i / 26) - 1) : "") + String.fromCharCode(65 + (i % 26));
@@ -49,8 +48,7 @@ export function workbook(sheets: Sheet[]): Uint8Array {
     "xl/_rels/workbook.xml.rels": `<Relationships xmlns="${PACKAGE}/relationships">${
       each((_, n) => `<Relationship Id="rId${n}" Type="${OFFICE}/worksheet" Target="worksheets/sheet${n}.xml"/>`)}</Relationships>`,
   };
-  const files: Record<string, Uint8Array> = {};
-  for (const [name, xml] of Object.entries(parts)) files[name] = strToU8(HEAD + xml);
-  sheets.forEach(([, rows], i) => (files[`xl/worksheets/sheet${i + 1}.xml`] = strToU8(sheetXml(rows))));
-  return zipSync(files, { mtime: TIME, level: 6 });
+  for (const name in parts) parts[name] = HEAD + parts[name];
+  sheets.forEach(([, rows], i) => (parts[`xl/worksheets/sheet${i + 1}.xml`] = sheetXml(rows)));
+  return zipOf(parts);
 }

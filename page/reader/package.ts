@@ -3,7 +3,8 @@
 // The directory at the end of the file is read here, since the sums of the entries stand there and a
 // reading changed by a damaged disk must not pass; the library inflates.
 
-import { inflateSync } from "fflate";
+import { Inflate } from "pako/lib/inflate.js";
+import crc32 from "pako/lib/zlib/crc32.js";
 
 const DIRECTORY_END = 0x06054b50;
 const DIRECTORY_ENTRY = 0x02014b50;
@@ -72,20 +73,26 @@ export function unpacked(raw: Uint8Array, entry: Entry): Uint8Array {
   const start = entry.at + 30 + view.getUint16(entry.at + 26, true) + view.getUint16(entry.at + 28, true);
   const packed = raw.subarray(start, start + entry.packed);
   if (entry.method !== 0 && entry.method !== 8) throw new Error(`'${entry.name}' is packed in an unknown way`);
-  const bytes = entry.method === 8 ? inflateSync(packed, { out: new Uint8Array(entry.size) }) : packed;
+  const bytes = entry.method === 8 ? inflated(packed, entry) : packed;
   if (bytes.length !== entry.size || checkSum(bytes) !== entry.sum) throw new Error(`'${entry.name}' is damaged`);
   return bytes;
 }
 
-const SUMS = new Uint32Array(256).map((_, byte) => {
-  let sum = byte;
-  for (let bit = 0; bit < 8; bit++) sum = sum & 1 ? (sum >>> 1) ^ 0xedb88320 : sum >>> 1;
-  return sum;
-});
+/** What was packed, which is never more than the directory says. */
+function inflated(packed: Uint8Array, entry: Entry): Uint8Array {
+  const bytes = new Uint8Array(entry.size);
+  let length = 0;
+  const inflate = new Inflate({ raw: true });
+  inflate.onData = (chunk) => {
+    if (length + chunk.length > entry.size) throw new Error(`'${entry.name}' is damaged`);
+    bytes.set(chunk, length);
+    length += chunk.length;
+  };
+  inflate.push(packed, true);
+  return bytes.subarray(0, length);
+}
 
-/** The cyclic redundancy check of zip files, CRC-32. */
-function checkSum(bytes: Uint8Array): number {
-  let sum = 0xffffffff;
-  for (const byte of bytes) sum = (sum >>> 8) ^ SUMS[(sum ^ byte) & 0xff];
-  return (sum ^ 0xffffffff) >>> 0;
+/** The cyclic redundancy check of zip files and of pictures, CRC-32. */
+export function checkSum(bytes: Uint8Array): number {
+  return crc32(0, bytes, bytes.length, 0) >>> 0;
 }

@@ -1,5 +1,5 @@
 // Numbers as they are told: digits by their error, open ends, cells of tables.
-import { strFromU8, unzipSync } from "fflate";
+import { entriesOf, unpacked } from "../../reader/package";
 import { interval, probability, short, withError } from "../../app/numbers";
 import { csv, workbook } from "../../figure/spreadsheet";
 import { fileName } from "../../app/download";
@@ -57,8 +57,10 @@ table("fileName", (name: string) => fileName(name, "svg"), [
 ]);
 
 const sheetOf = (rows: (string | number | null)[][]) => {
-  const files = unzipSync(workbook([["one & only", rows]]));
-  return { names: Object.keys(files), book: strFromU8(files["xl/workbook.xml"]), sheet: strFromU8(files["xl/worksheets/sheet1.xml"]) };
+  const bytes = workbook([["one & only", rows]]);
+  const entries = entriesOf(bytes);
+  const text = (name: string) => new TextDecoder().decode(unpacked(bytes, entries.get(name)!));
+  return { names: [...entries.keys()], book: text("xl/workbook.xml"), sheet: text("xl/worksheets/sheet1.xml") };
 };
 
 test("workbook: parts, escaped text, numbers as numbers, gaps left out", () => {

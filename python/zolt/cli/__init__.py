@@ -1,6 +1,9 @@
 """The command `zolt`: a file per command, and the options that they share."""
 
+import contextlib
 import errno
+import os
+import sys
 
 import click
 
@@ -23,8 +26,16 @@ class Commands(click.Group):
         except OSError as fault:
             if fault.errno == errno.EPIPE:  # the reader of a pipe has seen enough
                 raise
+            if not fault.filename:
+                _let_the_screen_go()
             place = f"{fault.filename}: " if fault.filename else ""
             raise click.ClickException(f"{place}{reason(fault)}.") from None
+
+
+def _let_the_screen_go():
+    """Has what is still to be written there go nowhere: at the exit it would fail once more, without a sentence."""
+    with contextlib.suppress(OSError, ValueError):  # where it is no file
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
 
 
 @click.group(cls=Commands, context_settings={"help_option_names": ["-h", "--help"]})
