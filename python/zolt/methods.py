@@ -12,7 +12,7 @@ REFERENCES = (
     "Biochemistry 27:8063-8068.",
 )
 _WORDS = {2: "two-state", 3: "three-state", 4: "four-state"}
-_NAMES = {"GdmCl": "guanidinium chloride", None: "a denaturant"}
+_NAMES = {"GdmCl": "guanidinium chloride"}
 _METHODS = {
     "profile": "profile likelihood, widened where the scatter is uneven",
     "linear": "the standard errors and Student's t",
@@ -44,9 +44,10 @@ def methods(fits, intervals=None):
 
 
 def _experiment(fits):
-    kinds = sorted(
-        {_NAMES.get(kind, kind) for kind in (fit.denaturant or fit.details.get("denaturant") for fit in fits)}
-    )
+    named = {fit.denaturant or fit.details.get("denaturant") for fit in fits}
+    kinds = sorted(_NAMES.get(kind, kind) for kind in named - {None})
+    if None in named:
+        kinds.append("another that the data do not name" if kinds else "a denaturant")
     temperatures = sorted({fit.temperature for fit in fits})
     at = f"{temperatures[0]:g}" if len(temperatures) == 1 else f"{temperatures[0]:g} to {temperatures[-1]:g}"
     assumed = any(said.code == "temperature_assumed" for fit in fits for said in fit.warnings)
