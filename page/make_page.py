@@ -36,7 +36,7 @@ def main():
                      f'--define:ZOLT_VERSION="{version}"', f'--define:ZOLT_MODULE_HASH="{module_hash}"')
     loader = bundled("loader.js", "--target=es5")
     style = bundled("page.css")
-    licences = [TOP / "LICENSE", PAGE / "licences.txt", PAGE / "licences" / "pako.txt"]
+    licences = [TOP / "LICENSE", *(PAGE / "licences" / name for name in ("parts.txt", "pako.txt"))]
     parts = {
         "script-hashes": f"{policy_hash(script)} {policy_hash(loader)}", "style-hash": policy_hash(style),
         "style": style, "loader": loader, "script": packed(script.encode()), "version": version, "module-hash": module_hash,

@@ -1,5 +1,5 @@
 // A picture as PNG, drawn by the browser from its own SVG, with a word on its origin.
-import { checkSum } from "../reader/package";
+import { checkSum } from "../zip/check_sum";
 import { Markup, toText } from "./markup";
 
 export async function toPng(picture: Markup, origin: string, scale = 3): Promise<Uint8Array> {

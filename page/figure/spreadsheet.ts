@@ -1,6 +1,6 @@
 // Tables as text of a spreadsheet and as a workbook. What comes from a file is text there, never a formula.
 import { escaped } from "./markup";
-import { zipOf } from "./zip";
+import { zipOf } from "../zip/write";
 
 export type Cell = string | number | null;
 export type Rows = Cell[][];

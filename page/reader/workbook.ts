@@ -2,12 +2,11 @@
 
 import { Epoch, NumberKind, kindOfFormat, textOfNumber } from "./cell_formats";
 import { startsWith } from "./encoding";
-import { Comment, Grid, ReadError, filledCells, shown } from "./grid";
-import { cellOf } from "./numbers";
-import { Entry, entriesOf, unpacked } from "./package";
-import { appendTo } from "./lists";
+import { Comment, Grid, ReadError, shown } from "./grid";
+import { LeftOut, takenOut } from "./taken_out";
 import { pattern, stripped } from "./text_rules";
 import { Tag, walk } from "./xml";
+import { Entry, entriesOf, unpacked } from "../zip/read";
 
 const MOST_UNPACKED = 100_000_000; // bytes; a workbook of a plate reader has a hundredth of it
 const MOST_CELLS = 2_000_000;
@@ -227,51 +226,9 @@ class Workbook {
   }
 }
 
-/** False for what a flag of the format is set by. */
+/** True for a flag of the format that is written and not set. */
 function isOff(flag: string | undefined): boolean {
   return flag === "0" || flag === "false";
-}
-
-type LeftOut = readonly [code: string, what: string, why: string];
-
-/** Takes out what a person took out without deleting it: hidden rows, hidden columns, numbers struck through. */
-function takenOut(
-  rows: (string[] | null)[],
-  hidden: { rows: Set<number>; spans: [first: number, last: number][] },
-  strokes: [row: number, column: number][],
-): LeftOut[] {
-  const notes: LeftOut[] = [];
-  const why = "it is hidden in the workbook";
-  const columns = new Map<number, string>();
-  const struck = new Map<number, number[]>();
-  for (const [row, column] of strokes) appendTo(struck, row, column);
-  rows.forEach((cells, i) => {
-    const row = i + 1;
-    if (cells === null) return;
-    if (hidden.rows.has(row)) {
-      if (cells.some(Boolean)) notes.push(["row_left_out", `row ${row}`, why]);
-      rows[i] = null;
-      return;
-    }
-    for (const [first, last] of hidden.spans)
-      for (let c = first; c <= Math.min(last, cells.length); c++) {
-        if (cells[c - 1] && !columns.has(c)) columns.set(c, cells[c - 1]);
-        cells[c - 1] = "";
-      }
-    const crossed = (struck.get(row) ?? []).filter((c) => cells[c - 1] && cellOf(cells[c - 1]).kind === "number");
-    if (crossed.length && crossed.length === filledCells(cells)) {
-      notes.push(["struck_through", `row ${row}`, "it is struck through"]);
-      rows[i] = null;
-      return;
-    }
-    for (const c of crossed) {
-      notes.push(["struck_through", `row ${row}, column ${c} ('${shown(cells[c - 1])}')`, "it is struck through"]);
-      cells[c - 1] = "";
-    }
-  });
-  for (const c of [...columns.keys()].sort((a, b) => a - b))
-    notes.push(["column_left_out", `column ${c} ('${shown(columns.get(c)!)}')`, why]);
-  return notes;
 }
 
 /** Column from 1 of a cell such as 'AB12'; one without a name follows the cell before. */

@@ -225,10 +225,9 @@ def _values(name, held, unit):
     """The numbers among values that are held, one or one each transition; NaN and None hold nothing."""
     if held is None:
         return []
-    values = [held] if np.ndim(held) == 0 else list(held)
-    if values == [held]:
-        number(held, name, unit)
-    return [number(v, name, unit) for v in values if v is not None and v == v]
+    if np.ndim(held) == 0:
+        return [number(held, name, unit)]
+    return [number(value, name, unit) for value in held if value is not None and value == value]
 
 
 def _side_words(side):

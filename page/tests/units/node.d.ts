@@ -8,3 +8,6 @@ declare module "node:assert" {
 declare module "node:fs" {
   export function readFileSync(path: string): Uint8Array;
 }
+declare module "node:zlib" {
+  export function deflateRawSync(plain: Uint8Array): Uint8Array;
+}

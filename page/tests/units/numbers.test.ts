@@ -1,5 +1,5 @@
 // Numbers as they are told: digits by their error, open ends, cells of tables.
-import { entriesOf, unpacked } from "../../reader/package";
+import { entriesOf, unpacked } from "../../zip/read";
 import { interval, probability, short, withError } from "../../app/numbers";
 import { csv, workbook } from "../../figure/spreadsheet";
 import { fileName } from "../../app/download";

@@ -9,7 +9,7 @@ from ..batch import table_of
 from ..sheets import facts_table, said_of, sheets_of_fits
 from ..writing import TABLES
 from .choices import check_exclusions, choices_of, settings_from
-from .delivery import Delivery, write_result
+from .delivery import Delivery, command_line, write_result
 from .help import GroupedCommand
 from .input import Input
 
@@ -68,7 +68,7 @@ def compare(files, reference, level, temperature, units, layout, reading, out, p
         sys.exit(2)
     table = result.table(units)
     facts = result.facts(units)
-    told = {"command": " ".join(["zolt", *sys.argv[1:]]), **reading, **settings.words(units),
+    told = {"command": command_line(), **reading, **settings.words(units),
             "level": level, "read": "; ".join(source.read)}  # fmt: skip
     told["reference"] = facts["reference"]
     sheets = {

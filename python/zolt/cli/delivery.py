@@ -1,6 +1,7 @@
 """The files that a command is asked for: looked at before the work, written before the screen is."""
 
 import os
+import sys
 
 import click
 
@@ -55,6 +56,11 @@ class Delivery:
             words = reason(fault) if isinstance(fault, OSError) else str(fault)
             self.problems.append(f"{what} {path}: not written, {words.rstrip('.')}.")
             click.echo(f"zolt: {self.problems[-1]}", err=True)
+
+
+def command_line():
+    """The command as it was given, for what is written to tell it."""
+    return " ".join(["zolt", *sys.argv[1:]])
 
 
 def write_result(delivery, sheets, draw, look):

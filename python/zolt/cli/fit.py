@@ -11,7 +11,7 @@ from ..output import MOST_PRINTED, print_fits, print_replicates
 from ..writing import TABLES
 from .choices import check_exclusions, fit_choices, settings_from
 from .cluster import cluster
-from .delivery import Delivery
+from .delivery import Delivery, command_line
 from .files import DRAWN, Run, check_sheets, write_all
 from .help import GroupedCommand
 from .input import Input
@@ -100,8 +100,7 @@ def fit_command(files, temperature, intervals, method, rounds, seed, units, layo
                 sys.exit(2)
             elapsed = time.perf_counter() - started
             if whole:
-                command = " ".join(["zolt", *sys.argv[1:]])
-                logbook = {"command": command, "files": ", ".join(map(str, files)), **reading,
+                logbook = {"command": command_line(), "files": ", ".join(map(str, files)), **reading,
                            **settings.words(units), "fitting took": f"{elapsed:.2f} s"}  # fmt: skip
                 table = table_of(outcomes, curves, units)
                 run = Run(outcomes, table, settings, units, logbook, source.read, source.problems)

@@ -8,7 +8,7 @@ import click
 from ..output import print_fits
 from ..sheets import facts_table, said_of, sheets_of_fits
 from ..writing import TABLES
-from .delivery import Delivery, write_result
+from .delivery import Delivery, command_line, write_result
 from .help import GroupedCommand
 from .input import Input
 from .options import (
@@ -72,7 +72,7 @@ def series(files, form, states, transition, labels, exclude, keep_all, raw, temp
         sys.exit(2)
     table = result.table(units)
     together = result.shared_m()
-    told = {"command": " ".join(["zolt", *sys.argv[1:]]), **reading, "form": form, "states": states,
+    told = {"command": command_line(), **reading, "form": form, "states": states,
             "transition": transition, "labels": labels, "kept out of the trend": exclude,
             "outliers": "kept" if keep_all else "left out", "signals": "raw" if raw else "normalised",
             "temperature": f"{result.temperature:g} °C", "read": "; ".join(source.read)}  # fmt: skip

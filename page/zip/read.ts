@@ -4,7 +4,7 @@
 // reading changed by a damaged disk must not pass; the library inflates.
 
 import { Inflate } from "pako/lib/inflate.js";
-import crc32 from "pako/lib/zlib/crc32.js";
+import { checkSum } from "./check_sum";
 
 const DIRECTORY_END = 0x06054b50;
 const DIRECTORY_ENTRY = 0x02014b50;
@@ -90,9 +90,4 @@ function inflated(packed: Uint8Array, entry: Entry): Uint8Array {
   };
   inflate.push(packed, true);
   return bytes.subarray(0, length);
-}
-
-/** The cyclic redundancy check of zip files and of pictures, CRC-32. */
-export function checkSum(bytes: Uint8Array): number {
-  return crc32(0, bytes, bytes.length, 0) >>> 0;
 }

@@ -1,5 +1,5 @@
 // A package of texts: a zip file whose entries are stored as they are, for what is saved on a disk of today.
-import { checkSum } from "../reader/package";
+import { checkSum } from "./check_sum";
 
 const VERSION = 20;
 const UTF8_NAMES = 0x800;
