@@ -66,21 +66,6 @@ def test_a_failed_fit_is_a_result(run, tmp_path):
     assert "5 readings" in result.stdout and "0 readings" in result.stdout
 
 
-@pytest.mark.parametrize(
-    "arguments, said",
-    [
-        (["--temperature", 120], "0 to 100"),
-        (["--baselines", "1,2"], "four numbers"),
-        (["--out", "a.txt"], "must end in"),
-        (["--midpoint", "--intervals"], "takes no --intervals"),
-        (["--midpoint", "--baselines", "1,2,3,4"], "takes no baselines"),
-    ],
-)
-def test_wrong_options_are_refused(run, table, arguments, said):
-    result = run("fit", table, *arguments)
-    assert result.exit_code == 2 and said in result.stderr
-
-
 def test_plate_report_has_a_map(run, tmp_path):
     from test_read import write_plate
 

@@ -12,10 +12,13 @@ from pathlib import Path
 import numpy as np
 import pandas as pd
 from click.testing import CliRunner
-from conftest import FKBP12, THREE, simulate
+from conftest import FKBP12, FOUR, THREE, simulate
+from matplotlib.collections import Collection, PathCollection
+from matplotlib.lines import Line2D
 from test_warnings import CASES, fitted
 
 import zolt
+from zolt import plot
 from zolt.cli import main
 from zolt.report import write_report
 from zolt.sheets import workbook_sheets
@@ -31,6 +34,13 @@ COMMANDS = [
     "compare examples/series.csv --units kJ",
     "fit examples/series.csv --replicates each --residues 30 --denaturant urea --units kJ",
     "states examples/three_state.csv examples/gankyrin_urea.csv",
+    "fit examples/series.csv --states 2 --replicates each --columns 2,3,4,5",
+]
+REFUSED = ["--temperature 120", "--temperature 0", "--baselines 1,2", "--out a.txt", "--midpoint --intervals",
+           "--midpoint --baselines 1,2,3,4", "--rounds 19", "--workers 0", "--font-size 2.5", "--states 5",
+           "--skip-rows -1", "--residues 0", "--m 0", "--exclude 9..1"]  # fmt: skip
+COMMANDS += [f"fit examples/ci2_gdmcl.csv {options}" for options in REFUSED] + [
+    f"compare examples/series.csv --level {level}" for level in (1.2, 1, 0)
 ]
 
 
@@ -56,11 +66,48 @@ def said(name, x, y, options):
         yield from (fit.intervals(method=method) for method in ("profile", "linear"))
 
 
+def drawn(figure):
+    """What stands in a picture: its words, its limits and some places of every line, mark and face."""
+    for ax in figure.axes:
+        legend = ax.get_legend()
+        words = [*ax.texts, *(legend.get_texts() if legend else [])]
+        yield " | ".join([ax.get_title("left"), ax.get_xlabel(), ax.get_ylabel(), *(text.get_text() for text in words)])
+        places = [("limits", [ax.get_xlim(), ax.get_ylim()])]
+        for artist in ax.get_children():
+            if isinstance(artist, PathCollection):
+                places.append(("marks", artist.get_offsets()))
+            elif isinstance(artist, Collection):
+                places.append(("face", [point for path in artist.get_paths() for point in path.vertices]))
+            elif isinstance(artist, Line2D):
+                places.append(("line", artist.get_xydata()))
+        for kind, found in places:
+            some = np.ravel(found[:: max(len(found) // 4, 1)])
+            yield f"  {kind}: {' '.join(f'{value:.4g}' for value in np.round(some, 5) + 0.0)}"
+
+
+def pictures():
+    two, three, four = (zolt.fit(*simulate(made, 48, noise=0.01), name=name, sd=sd) for made, name, sd in
+                        ((FKBP12, "two", [0.01] * 48), (THREE, "three", None), (FOUR, "four", None)))  # fmt: skip
+    x, y = simulate(FKBP12, 16, noise=0.01)
+    again = zolt.fit(np.tile(x, 3), [*y, *(y + 0.02), *(y - 0.02)], name="again", exclude="0..0.5")
+    for fit in (two, three, four, again):
+        yield fit.plot(units="kJ")
+        yield plot.plot_free_energy(fit)
+        yield plot.plot_profile(fit)
+    for quantity in ("fraction", "signal", "energy"):
+        yield plot.plot_overlay([two, three, again], quantity=quantity)
+    curves = zolt.read_curves("examples/series.csv")
+    yield plot.plot_compare(zolt.compare(curves[2:], 1))
+    yield plot.plot_series(zolt.fit_series(curves), units="kJ")
+    yield plot.plot_series(zolt.fit_series(curves, form="aggregation"))
+
+
 def parts():
-    """Commands with what they print, curves with all that is said of them."""
+    """Commands with what they print, curves with all that is said of them, pictures with what they draw."""
     for command in COMMANDS:
         done = CliRunner(mix_stderr=False).invoke(main, command.split())
-        yield re.sub(r"in [\d.]+ s\.", "in a moment.", f"$ zolt {command}\n{done.stderr}{done.stdout}")
+        told = re.sub(r"(?s)Usage: .*?(?=Error)", "", done.stderr) + re.sub(r"in [\d.]+ s\.", "in a moment.", done.stdout)
+        yield f"$ zolt {command}\n{told}{done.exit_code}"
     for name, (x, y), options in [*((n, make(), o) for n, (make, o) in CASES.items()), *lopsided()]:
         yield "\n".join(map(str, said(name, x, y, options)))
     fits = [zolt.fit(*simulate(FKBP12, 48, noise=0.01), name="two", denaturant="urea"),
@@ -75,7 +122,8 @@ def parts():
     curves = zolt.read_curves("examples/series.csv")
     yield "\n".join(map(str, (zolt.fit_global(curves), zolt.fit_global(curves[:4], share="dG", reference=1),
                               zolt.compare(curves[2:], 1), zolt.fit_series(curves),
-                              zolt.fit_series(curves, normalise=False, clean=False)))) + "\n"  # fmt: skip
+                              zolt.fit_series(curves, normalise=False, clean=False))))  # fmt: skip
+    yield "\n\n".join("\n".join(drawn(figure)) for figure in pictures()) + "\n"
 
 
 def test_what_is_shown_is_what_was_recorded(monkeypatch):
