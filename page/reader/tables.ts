@@ -201,10 +201,9 @@ function curveOf(
 function noteRestart(table: Table, rows: number[], x: number[], name: string): void {
   const known = x.map((_, k) => k).filter((k) => !Number.isNaN(x[k]));
   const falls = known.filter((k, j) => j > 0 && x[k] < x[known[j - 1]]);
-  const rises = known.length - 1 - falls.length;
   if (known.length <= 7 || !falls.length || falls.length > Math.floor(known.length / 4)) return;
   const [least, greatest] = extent(known.map((k) => x[k]));
-  if (rises <= falls.length || falls.some((k) => x[k] > least + 0.2 * (greatest - least))) return;
+  if (falls.some((k) => x[k] > least + 0.2 * (greatest - least))) return;
   const row = table.grid.rowNames[table.rows[rows[falls[0]]]];
   const text = `the concentrations of '${shown(name)}' begin again in ${row}; taken as one curve`;
   table.grid.note("begins_again", text, name);

@@ -55,16 +55,21 @@ def rows_and_columns():
     for start, n, name in product((0, 1, 2), (9, 11, 12, 13), ("", "#", "tube", "sample", "c")):
         yield table([name, "urea_M", "WT"], range(start, start + n), run_of(n), bumpy(n))
         yield table([name, "WT", "b"], range(start, start + n), bumpy(n), bumpy(n, 2))
-    for count, filler in product(range(9), ("", "bad", "#N/A", "#")):
+    for count, filler in product(range(10), ("", "bad", "#N/A", "#")):
         yield table(TWO, X, [filler if i < count else v for i, v in enumerate(Y)], Z)
         yield table(TWO, [filler if i >= 9 - count else v for i, v in enumerate(X)], Y, Z)
         names = [filler if 0 < i <= count else "ABC"[i // 3] for i in range(9)]
         yield table(["sample", "urea_M", "b"], names, X, Z)
 
 
+    for n, name, unit in product((2, 3, 4), ("urea_M", "", "WT"), ("", " M")):  # concentrations along a row
+        rows = [name, *(f"{value}{unit}" for value in run_of(n))], ["L12A", *bumpy(n)], ["V38A", *bumpy(n, 2)]
+        yield table(None, *zip(*rows))
+
+
 def labels():
     names = ("ligand", "sample", "lot", "T (C)", "replicate")
-    for count, n, shared, name in product((2, 3, 4), (2, 3, 4), (0, 0.5, 1), names):
+    for count, n, shared, name in product((2, 3, 4), (1, 2, 3, 4), (0, 0.5, 1), names):
         rows = [
             (f"L{k}" if name in ("sample", "lot") else 10 * k + 1, x + (k * 0.01 if i >= shared * n else 0), y)
             for k in range(count)
@@ -98,7 +103,7 @@ def headers():
         yield f"{apart.join(names)}\n{body}" + f"9{apart}0.9\n" * (apart == ",")
         yield f"{apart.join(['', 'WT', '', ''][: len(names)])}\n{apart.join(names)}\n{body}"
         yield f"{apart.join(names[:3])}\n\n{units}\n{body}"
-    for group, low in product((",G,", "G,,", "G,H,", ",G,H"), product(("WT", "y", "sd", ""), repeat=2)):
+    for group, low in product((",G,", "G,,", "G,H,", ",G,H"), product(("WT", "y", "a y", "CD 222", "sd", ""), repeat=2)):
         yield f"{group}\n" + table(["urea_M", *low], X, Y, Z)
     marked = (["", 1, 2], ["", 0, 100], ["", 99, 1], ["label", 5, 6], ["T (C)", 25, 37], ["replicate", 1, 2], ["", "", 2])
     for marks, names in product(marked, (["urea_M", "WT", "WT"], TWO, ["urea_M", "WT", ""])):

@@ -18,7 +18,7 @@ from matplotlib.lines import Line2D
 from test_warnings import CASES, fitted
 
 import zolt
-from zolt import inference, plot
+from zolt import plot
 from zolt.cli import main
 from zolt.report import write_report
 from zolt.sheets import workbook_sheets
@@ -70,8 +70,8 @@ def drawn(figure):
     """What stands in a picture: its words, its limits and some places of every line, mark and face."""
     for ax in figure.axes:
         legend = ax.get_legend()
-        words = [*ax.texts, *(legend.get_texts() if legend else [])]
-        yield " | ".join([ax.get_title("left"), ax.get_xlabel(), ax.get_ylabel(), *(text.get_text() for text in words)])
+        words = [text.get_text() for text in (*ax.texts, *(legend.get_texts() if legend else []))]
+        yield " | ".join([ax.get_title("left"), ax.get_xlabel(), ax.get_ylabel(), *words])
         places = [("limits", [ax.get_xlim(), ax.get_ylim()])]
         for artist in ax.get_children():
             if isinstance(artist, PathCollection):
@@ -86,8 +86,8 @@ def drawn(figure):
 
 
 def pictures():
-    two, three, four = (zolt.fit(*simulate(made, 48, noise=0.01), name=name, sd=sd) for made, name, sd in
-                        ((FKBP12, "two", [0.01] * 48), (THREE, "three", None), (FOUR, "four", None)))  # fmt: skip
+    kinds = (FKBP12, "two", [0.01] * 48), (THREE, "three", None), (FOUR, "four", None)
+    two, three, four = (zolt.fit(*simulate(made, 48, noise=0.01), name=name, sd=sd) for made, name, sd in kinds)
     x, y = simulate(FKBP12, 16, noise=0.01)
     again = zolt.fit(np.tile(x, 3), [*y, *(y + 0.02), *(y - 0.02)], name="again", exclude="0..0.5")
     for fit in (two, three, four, again):
@@ -102,54 +102,12 @@ def pictures():
     yield plot.plot_series(zolt.fit_series(curves, form="aggregation"))
 
 
-def counted(record):
-    """Every number of a record of the inference library, a matrix by its sum; steps of the search are not told."""
-    for name, kind in record._fields_:
-        value = getattr(record, name)
-        if name == "row":
-            yield from (f"  {model}: {' '.join(counted(row))}" for model, row in zip(inference.MODELS, value))
-        elif name not in ("iterations", "starts"):
-            numbers = np.ravel(np.array(value))
-            numbers = numbers if numbers.size < 30 else [numbers.sum()]
-            yield f"{name} {' '.join(f'{number:.5g}' for number in numbers)}"
-
-
-def of_library():
-    """What the inference library gives for curves and choices of many kinds, record by record."""
-    curve = lambda made, n=32, noise=0.01, **more: inference.Readings(*simulate(made, n, noise=noise, **more))  # noqa: E731
-    options = inference.Options
-    two, three, four = curve(FKBP12), curve(THREE, 60), curve(FOUR, 96, 0.003)
-    x, y = simulate(FKBP12, 16, noise=0.01)
-    cases = [
-        (two, 1, options()), (two, 1, options("flat")), (two, 1, options(denatured=(1.0, -0.003), margin=0.5)),
-        (two, 1, options(m=1400.0)), (two, 1, options(dG=5500.0)), (two, 2, options(Cm=[None, 3.0])),
-        (three, 2, options()), (three, 2, options(m=[2300.0, None])), (three, 3, options(engine=False)),
-        (four, 3, options()), (curve([(30000.0, 1.3, 1.0)], 12), 1, options()), (curve(FKBP12, reach=3.6), 1, options()),
-        (inference.Readings(two.x, two.y, np.linspace(0.005, 0.02, 32)), 1, options(sd_known=True)),
-        (inference.Readings([*x, *x, *x], [*y, *(y + 0.02), *(y[::-1])], temperature=60.0), 1, options()),
-        (inference.Readings(two.x, 1.0 - 0.1 * two.x**2 + 0.1 * two.y), 1, options()),
-        (inference.Readings(two.x, np.exp(-two.x / 2) + 0.05 * two.y), 1, options()),
-    ]  # fmt: skip
-    for readings, transitions, choice in cases:
-        for answer in (inference.fit(readings, transitions, choice), inference.decide(readings, choice)):
-            yield answer.record
-            if answer.evidence:
-                yield answer.evidence
-        for method in inference.METHODS:
-            yield inference.intervals(readings, answer, choice, method, rounds=20)[0]
-    several = [curve([(1400.0 * at, at, 1.0)], 24, seed=at) for at in (3, 4, 5)]
-    halves = [curve([(2200.0 * at, at, 0.5), (13000.0, 5.6, 0.5)], 48, seed=1) for at in (2.0, 2.4)]
-    for curves, share, transitions in ((several, "m", 1), (several, "dG", 1), (halves, "m", 2), (halves, "dG", 2)):
-        whole, *parts = inference.fit_global(curves, share, transitions, reference=1)
-        yield from (whole, *(part for kind in parts for part in kind))
-    yield from inference.compare(several, reference=2)[2]
-
-
 def parts():
-    """Commands with what they print, curves with all that is said of them, records, pictures with what they draw."""
+    """Commands with what they print, curves with all that is said of them, pictures with what they draw."""
     for command in COMMANDS:
         done = CliRunner(mix_stderr=False).invoke(main, command.split())
-        told = re.sub(r"(?s)Usage: .*?(?=Error)", "", done.stderr) + re.sub(r"in [\d.]+ s\.", "in a moment.", done.stdout)
+        told = re.sub(r"(?s)Usage: .*?(?=Error)", "", done.stderr + done.stdout)
+        told = re.sub(r"in [\d.]+ s\.", "in a moment.", told)
         yield f"$ zolt {command}\n{told}{done.exit_code}"
     for name, (x, y), options in [*((n, make(), o) for n, (make, o) in CASES.items()), *lopsided()]:
         yield "\n".join(map(str, said(name, x, y, options)))
@@ -166,7 +124,6 @@ def parts():
     yield "\n".join(map(str, (zolt.fit_global(curves), zolt.fit_global(curves[:4], share="dG", reference=1),
                               zolt.compare(curves[2:], 1), zolt.fit_series(curves),
                               zolt.fit_series(curves, normalise=False, clean=False))))  # fmt: skip
-    yield "\n\n".join(" | ".join(counted(record)).replace(" |   ", "\n  ") for record in of_library())
     yield "\n\n".join("\n".join(drawn(figure)) for figure in pictures()) + "\n"
 
 

@@ -16,6 +16,7 @@ HEADERS = [  # text, role, unit, denaturant
     ("Urea, mM", "x", "mM", "urea"),
     ("urea_M", "x", "M", "urea"),
     ("ureaM", "x", "M", "urea"),
+    ("GdnM", None, None, None),  # too short a name to be cut
     ("M urea", "x", "M", "urea"),
     ("c(urea)/mol dm-3", "x", "M", "urea"),
     ("Urea (mol·L⁻¹)", "x", "M", "urea"),

@@ -7,6 +7,8 @@ declare module "node:assert" {
 }
 declare module "node:fs" {
   export function readFileSync(path: string): Uint8Array;
+  export function readFileSync(path: string, encoding: "utf8"): string;
+  export function writeFileSync(path: string, text: string): void;
 }
 declare module "node:zlib" {
   export function deflateRawSync(plain: Uint8Array): Uint8Array;

@@ -196,7 +196,7 @@ def _note_restart(table, rows, x, name):
     known = np.flatnonzero(~np.isnan(x))
     steps = np.diff(x[known])
     falls = np.flatnonzero(steps < 0.0)
-    if known.size > 7 and 0 < falls.size <= known.size // 4 and (steps >= 0.0).sum() > falls.size:
+    if known.size > 7 and 0 < falls.size <= known.size // 4:
         again = x[known][falls + 1]
         if (again <= x[known].min() + 0.2 * np.ptp(x[known])).all():
             row = table.grid.row_names[table.rows[rows[known[falls[0] + 1]]]]
