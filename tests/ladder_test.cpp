@@ -2,10 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
+#include <span>
+#include <tuple>
 #include <vector>
 
 #include "analysis/four_state.h"
+#include "analysis/packaging.h"
+#include "analysis/part_fits.h"
 #include "analysis/three_state.h"
 #include "analysis/two_state.h"
 
@@ -140,6 +145,37 @@ TEST(BestColumn, KeepsTheFirstOfEqualValues) {
   EXPECT_EQ(zolt::bestColumn(rsq, 0, 5), 4u);
   EXPECT_EQ(zolt::bestColumn(rsq, 3, 4), 3u);
   EXPECT_EQ(zolt::bestColumn(rsq, 0, 1), 0u);
+}
+
+// A midpoint equal to the last signal is still within reach.
+TEST(PartFit, IsUsableUpToTheLastSignal) {
+  const double x[] = {0.0, 8.0}, y[] = {0.0, 1.0};
+  for (const auto& [dG, Cm, usable] : {std::tuple(0.0, 0.0, true),
+                                       {5000.0, 1.0, true},
+                                       {5000.0, 1.0000001, false},
+                                       {-1e-9, 1.0, false},
+                                       {5000.0, -1e-9, false}}) {
+    zolt::PartFit fit{};
+    fit.p[0] = dG;
+    fit.p[1] = Cm;
+    EXPECT_EQ(zolt::isUsable(fit, {x, y}), usable) << dG << " " << Cm;
+  }
+}
+
+// Residuals of 3, 1, 1 and 1 on four readings.
+TEST(ConfidenceWidth, IsMinusOneWhereNothingWasFitted) {
+  const double x[] = {0.0, 1.0, 2.0, 3.0}, y[] = {0.0, 1.0, 2.0, 3.0};
+  const zolt::Curve curve{x, y}, uneven{x, std::span(y).first(3)};
+  zolt::Misfit misfit{};
+  misfit.sse = 12.0;
+  const double width = zolt::tQuantileTable(4) * std::sqrt(6.0);
+  EXPECT_EQ(zolt::confidenceWidth(0.0, curve, misfit), width);
+  EXPECT_EQ(zolt::confidenceWidth(-0.1, curve, misfit), -1.0);
+  EXPECT_EQ(zolt::confidenceWidth(1.0, uneven, misfit), -1.0);
+  misfit.firstValue = -0.99;
+  EXPECT_EQ(zolt::confidenceWidth(1.0, curve, misfit), width);
+  misfit.firstValue = -1.0;
+  EXPECT_EQ(zolt::confidenceWidth(1.0, curve, misfit), -1.0);
 }
 
 }  // namespace

@@ -73,6 +73,10 @@ TEST(Evidence, RowsTellWhyAModelWasLeft) {
        "Two states. 16 readings: 18 are needed to look for a third state."},
       {sample(kOne, 24, 0.0005), ZOLTI_MODEL_THREE_STATES, ZOLTI_NO_NEED, "Two states. The res"},
       {sample(kTwo, 48, 0.01), ZOLTI_MODEL_THREE_STATES, ZOLTI_PASSED, "Three states. The sec"},
+      {sample({{4000.0, 2.2, 0.12}, {13000.0, 5.6, 0.88}}, 96, 0.001), ZOLTI_MODEL_THREE_STATES,
+       ZOLTI_PASSED, "Three states. The sec"},
+      {sample({{4000.0, 2.2, 0.08}, {13000.0, 5.6, 0.92}}, 96, 0.001), ZOLTI_MODEL_THREE_STATES,
+       ZOLTI_SMALL_WEIGHT, "Two states, not fully"},
       {plain([](double u) { return 1.0 - u; }, 20, 0.02, 6), ZOLTI_MODEL_TWO_STATES,
        ZOLTI_SERVES_AS_WELL, "No transition. A"},
   };
@@ -99,6 +103,15 @@ TEST(Evidence, RowsAgreeWithTheirSums) {
   EXPECT_EQ(three.aicc_difference, 0.0);
   EXPECT_NEAR(two.aicc_difference, two.aicc - three.aicc, 1e-9);
   EXPECT_NEAR(three.residual_sd, decided.fit.residual_sd, 1e-12);
+}
+
+// Nothing can gain on a model that leaves nothing.
+TEST(Evidence, ALineWithoutNoiseLeavesNothingToGain) {
+  const Decided decided = decide(plain([](double u) { return u; }, 24, 0.0, 1));
+  const ZOLTI_EvidenceRow& two = decided.evidence.row[ZOLTI_MODEL_TWO_STATES];
+  EXPECT_EQ(decided.evidence.states, 0);
+  EXPECT_EQ(two.F, 0.0);
+  EXPECT_EQ(two.p, 1.0);
 }
 
 TEST(Evidence, TheAskedForMostIsKept) {

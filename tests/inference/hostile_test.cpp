@@ -60,6 +60,15 @@ TEST(Hostile, OddCurvesHaveTheirStatus) {
          }
        },
        ZOLTI_BEYOND_ARITHMETIC},
+      {"the least range",
+       [](Data& d) {
+         for (double& y : d.y) {
+           y = y < 0.5 ? 0.0 : 1e-140;
+         }
+       },
+       ZOLTI_FITTED},
+      {"the greatest range", [](Data& d) { d.x.front() = 0.0, d.x.back() = 1e140; },
+       ZOLTI_UNDETERMINED},
       {"beyond any range", [](Data& d) { d.y[0] = -1.7e308, d.y[1] = 1.7e308; },
        ZOLTI_BEYOND_ARITHMETIC},
       {"deviation of 0", [](Data& d) { d.sd.assign(24, 1.0), d.sd[3] = 0.0; }, ZOLTI_BAD_DEVIATION},

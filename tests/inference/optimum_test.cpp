@@ -190,7 +190,7 @@ TEST(Optimum, HoldingWhatWasFoundChangesNothingElse) {
     EXPECT_EQ(again.free_parameters, one.free) << one.name;
     EXPECT_NEAR(again.sse / found.sse, 1.0, 1e-9) << one.name;
     EXPECT_NEAR(again.dG[0] / found.dG[0], 1.0, 1e-6) << one.name;
-    EXPECT_EQ(again.dG_se[0] < 0.0, !std::isnan(one.dG)) << one.name;
+    EXPECT_EQ(again.dG_se[0] == -1.0, !std::isnan(one.dG)) << one.name;
     EXPECT_LT(again.baseline_se[2], found.baseline_se[2]) << one.name;
   }
 }
@@ -261,6 +261,12 @@ TEST(Optimum, BoundsAndMidpointsOutsideAreTold) {
   const ZOLTI_Fit outside = fit(sample({{6000.0, 4.0, 1.0}}, 40, 0.0, 1, 3.9));
   EXPECT_EQ(outside.bounds, ZOLTI_OUTSIDE);
   EXPECT_NEAR(outside.Cm[0], 4.0, 1e-3);
+  ZOLTI_Options narrow = usual();
+  narrow.least_m = 0.8;
+  narrow.most_m = 0.9;
+  const ZOLTI_Fit shallow = fit(sample(kOne, 24, 0.01), 1, narrow);
+  EXPECT_EQ(shallow.status, ZOLTI_FITTED);
+  EXPECT_NEAR(shallow.m[0], 0.9, 1e-9);
 }
 
 TEST(Optimum, TheDrawnCurveIsTheFittedOne) {
