@@ -1,19 +1,16 @@
 """Many curves at once: on the threads of this machine or on a dask cluster."""
 
 import re
-from dataclasses import dataclass, replace
-from os import PathLike
+from dataclasses import dataclass
 
-import numpy as np
 import pandas as pd
 from tqdm import tqdm
 
 from .caution import cautions_of_notes, codes_of, text_of
-from .checks import numbers
+from .curves import as_curves
 from .exclusion import excluded
 from .fit import fit
-from .read import Curve, Reading
-from .reading.curve import identical_curves
+from .global_fit import alone, with_one_m
 from .replicates import GROUP, gathered
 from .settings import Settings, settings_of
 from .sheets import warnings_of
@@ -27,44 +24,6 @@ _CLOSING = (
     "aN", "bN_per_M", "aU", "bU_per_M",
 )  # fmt: skip
 _COUNTS = ("states", "code", "points", "replicates", "spikes", "outliers", "left_out", "bootstrap_used")
-
-
-def as_curves(curves):
-    """Curves from what people have: `Curve` records, a wide DataFrame, {name: (x, y)}, pairs.
-
-    Of what no reader has seen, curves with the same readings get a note.
-    """
-    if isinstance(curves, (str, PathLike)):
-        file = repr(str(curves))
-        raise TypeError(f"{file} is the name of a file; read it first, by zolt.read_curves({file})")
-    if isinstance(curves, (Curve, Reading)):
-        curves = [curves] if isinstance(curves, Curve) else curves.curves
-    if hasattr(curves, "columns"):
-        if len(curves.columns) < 2:
-            raise ValueError("the table has one column; expected concentrations and a signal in each other")
-        x = curves.iloc[:, 0]
-        curves = [Curve(str(name), x, curves.iloc[:, i]) for i, name in enumerate(curves.columns) if i]
-    elif hasattr(curves, "items"):
-        curves = [_curve(str(name), pair) for name, pair in curves.items()]
-    else:
-        if not hasattr(curves, "__iter__"):
-            raise TypeError(f"expected curves, as {{name: (x, y)}} or a list of zolt.Curve, found {curves!r}")
-        curves = list(curves)
-        if all(isinstance(c, Curve) and all(isinstance(row, np.ndarray) for row in c) for c in curves):
-            return curves
-        curves = [c if isinstance(c, Curve) else _curve(f"curve {i}", c) for i, c in enumerate(curves, 1)]
-    rows = [
-        replace(c, x=numbers(c.x, f"x of '{c.name}'"), y=numbers(c.y, f"y of '{c.name}'")) for c in curves
-    ]
-    notes = {note.curve: (note,) for note in identical_curves(rows)}
-    return [replace(curve, notes=(*curve.notes, *notes.get(curve.name, ()))) for curve in rows]
-
-
-def _curve(name, pair):
-    """The `Curve` of a pair of x and y."""
-    if isinstance(pair, (str, bytes)) or not hasattr(pair, "__len__") or len(pair) != 2:
-        raise TypeError(f"'{name}' is no curve; expected a pair of concentrations and signals: (x, y)")
-    return Curve(name, *pair)
 
 
 def fit_curve(curve, settings=Settings()):
@@ -131,8 +90,6 @@ def fit_each(curves, *, workers=None, client=None, progress=False, settings=None
     """
     curves, settings = as_curves(curves), settings or settings_of(**options)
     if settings.shares_m:
-        from .global_fit import alone, with_one_m
-
         fits = with_one_m([fit_curve(curve, alone(settings)) for curve in curves], settings)
         return [with_intervals(fitted) for fitted in fits]
     done = []

@@ -5,20 +5,14 @@ from dataclasses import dataclass, field
 import pandas as pd
 
 from . import inference
-from .batch import as_curves, fit_each
+from .batch import fit_each
 from .caution import LIMITS, p_words
 from .checks import level_of, place_of
+from .curves import as_curves
 from .fit_record import Fit
 from .model import CAL_PER_UNIT
 from .replicates import gathered
 from .settings import settings_of
-
-# Name in tables, fields of the record, and what the way is called.
-WAYS = {
-    "shared_m": ("shared_ddG", "shared_se", "shared_interval", "global fit, one m"),
-    "mean_m": ("mean_m_ddG", "mean_m_se", "mean_m_interval", "mean m times difference of Cm"),
-    "plain": ("plain_ddG", "plain_se", "plain_interval", "plain difference of dG"),
-}
 
 
 @dataclass(frozen=True, eq=False, repr=False)
@@ -58,7 +52,7 @@ class Comparison:
             }
             if row.status == inference.FITTED:
                 _describe(entry, "dCm", "_M", 1.0, row.dCm, row.dCm_se, row.dCm_interval)
-                for way, (value, error, span, _) in WAYS.items():
+                for way, (value, error, span, _) in inference.WAYS.items():
                     _describe(entry, f"ddG_{way}", f"_{units}_per_mol", energy, getattr(row, value),
                               getattr(row, error), getattr(row, span))  # fmt: skip
             if self.ok:

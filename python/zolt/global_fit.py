@@ -6,9 +6,9 @@ import numpy as np
 import pandas as pd
 
 from . import inference, model
-from .batch import as_curves
 from .caution import LIMITS, caution, p_words
 from .checks import level_of, number, place_of
+from .curves import as_curves
 from .model import CAL_PER_UNIT
 from .points import tidy_readings, usable_deviations
 from .settings import USUAL_TEMPERATURE

@@ -136,6 +136,13 @@ class ComparisonRecord(ctypes.Structure):
     ]  # fmt: skip
 
 
+# The ways of a comparison: name in tables, fields of the record, and what the way is called.
+WAYS = {
+    "shared_m": ("shared_ddG", "shared_se", "shared_interval", "global fit, one m"),
+    "mean_m": ("mean_m_ddG", "mean_m_se", "mean_m_interval", "mean m times difference of Cm"),
+    "plain": ("plain_ddG", "plain_se", "plain_interval", "plain difference of dG"),
+}
+
 RECORDS = (CurveRecord, OptionsRecord, FitRecord, EvidenceRecord, IntervalsRecord, GlobalRecord,
            DifferenceRecord, ComparisonRecord)  # fmt: skip
 

@@ -12,10 +12,10 @@ import numpy as np
 import pandas as pd
 
 from . import engine
-from .batch import as_curves
 from .engine import CM_ELEMENTS, DG_ELEMENTS, Element
 from .caution import caution, cautions_of_notes
 from .checks import number
+from .curves import as_curves
 from .fit_record import Fit
 from .model import CAL_PER_UNIT
 from .points import spike_marks, tidy_readings

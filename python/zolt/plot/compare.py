@@ -4,7 +4,6 @@ import numpy as np
 from matplotlib import colormaps
 
 from .. import inference, model
-from ..compare import WAYS
 from ..model import CAL_PER_UNIT
 from .look import BASELINE, MOST_NAMED, denaturant_label, dress, new_figure, palette, shortened, styled
 
@@ -25,7 +24,7 @@ def plot_compare(comparison, units="kcal"):
     left, right = figure.subplots(1, 2, width_ratios=(1.0, 1.1))
     _draw_curves(comparison, left)
     scale = CAL_PER_UNIT[units]
-    for k, (value, _, span, words) in enumerate(WAYS.values()):
+    for k, (value, _, span, words) in enumerate(inference.WAYS.values()):
         rows = [comparison.rows[i] for i in shown]
         values = np.array([getattr(row, value) for row in rows]) / scale
         ends = np.array([list(getattr(row, span)) for row in rows]).reshape(-1, 2) / scale
