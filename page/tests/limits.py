@@ -90,6 +90,11 @@ def temperatures():
             yield table([*ONE, name], X, Y, [degrees] * 9)
         yield table(["urea_M", f"WT {degrees} K", f"b_{degrees}C"], X, Y, Z)
         yield f"# Temperature: {degrees}\n# measured at {degrees} degrees\n{table(ONE, X, Y)}"
+    said = ("20 °C, then 25 °C", "20, then 25 C", "25 °C (block 25 C)", "20 °C (block at 25 °C)", "25 (25)",
+            "298.15 K (25)", "stored 4, read 25")  # fmt: skip
+    for text in said:
+        yield f"# Temperature: {text}\n{table(ONE, X, Y)}"
+        yield f"temperature,{text}\n\n{table(ONE, X, Y)}"
     for spread, several, name in product((0.9, 1.0, 1.1, 2.9, 3.0, 3.1), (1, 3), ("T (C)", "t")):
         yield table([*ONE, name], X, Y, [20 + spread * (i // several % 2) for i in range(9)])
     for degrees in (3.9, 4, 4.1, 399.9, 400, 400.1):  # of a letter that may be another thing

@@ -1,130 +1,50 @@
 // The reader's parts by themselves: cells, units, encodings, formats of workbooks, plates. The dialects as a
-// whole are held to the host's in test_reader.py.
+// whole are held to the host's in test_reader.py, what single spellings mean by the table of both.
 import { Grid, shown, tidyName } from "../../reader/grid";
 import { decode } from "../../reader/encoding";
 import { kindOfFormat, textOfNumber } from "../../reader/cell_formats";
-import { AmbiguousMark, Cell, cellOf, provenMarks, valueOf, valuesOf } from "../../reader/numbers";
-import { factorToMolar, temperatureFrom, temperatureUnit } from "../../reader/quantities";
-import { denaturantOf, headerOf, unitOf, unitText } from "../../reader/spellings";
+import { chosenOf, mentionsIn } from "../../reader/mentions";
+import { AmbiguousMark, Cell, Mark, cellOf, provenMarks, valuesOf } from "../../reader/numbers";
+import { factorToMolar, temperatureFrom, temperatureUnit, temperaturesInName } from "../../reader/quantities";
+import { Header, denaturantOf, headerOf, unitOf, unitText } from "../../reader/spellings";
 import { readFile } from "../../reader/index";
 import { runsLikeConcentration } from "../../reader/signals";
 import { countsRows } from "../../reader/columns";
 import { general } from "../../reader/text_rules";
+import spellings from "../../../tests/spellings.json";
 import { ok, same, table, test } from "./check";
 
-table("kinds of cells", (text: string) => cellOf(text).kind, [
-  ["", "blank"],
-  ["  \u00a0", "blank"],
-  ["1.5", "number"],
-  ["-.5", "number"],
-  ["−0,5", "number"],
-  ["1e-3", "number"],
-  ["1.2D+02", "number"],
-  ["1 234.5", "number"],
-  ["0.5 M", "number"],
-  ["12 %", "number"],
-  ["NaN", "missing"],
-  ["#N/A", "missing"],
-  ["< 0.1", "missing"],
-  ["***", "missing"],
-  ["WT", "text"],
-  ["A1", "text"],
-]);
-
-table("values of cells", (text: string, decimal: "." | ",") => valueOf(cellOf(text), decimal), [
-  ["1.5", ".", 1.5],
-  ["1,5", ".", 1.5],               // a comma alone that cannot part thousands
-  ["1,012", ",", 1.012],
-  ["1,012", ".", 1012],
-  ["1.012,5", ".", 1012.5],
-  ["1,012.5", ",", 1012.5],
-  ["1'012.5", ".", 1012.5],
-  ["−2", ".", -2],
-  ["+3.25E2", ".", 325],
-  ["1.5d-1", ".", 0.15],
-  ["٣", ".", 3],                    // digits of other scripts
-  [".5", ".", 0.5],
-  ["0.1000000000000000055511151231257827", ".", 0.1],
-]);
-
-table("what a column of cells says", (...texts: string[]) => {
+/** Numbers of a column, or the text of which nothing tells the mark; marks may be proven elsewhere. */
+function column(texts: string[], elsewhere: string, told: Mark | null): number[] | string {
   const cells = texts.map((text) => cellOf(text));
   try {
-    return valuesOf(cells, provenMarks(cells), null).values;
+    return valuesOf(cells, new Set([...provenMarks(cells), ...(elsewhere as Iterable<Mark>)]), told).values;
   } catch (doubt) {
-    return doubt instanceof AmbiguousMark ? [doubt.text] : [String(doubt)];
+    if (!(doubt instanceof AmbiguousMark)) throw doubt;
+    return doubt.text;
   }
-}, [
-  ["1,012", "0,5", [1.012, 0.5]],  // one cell proves the mark of the others
-  ["1.012", "0.5", [1.012, 0.5]],
-  ["1,012", "2,024", ["1,012"]],   // nothing does: a person is asked
-  ["1,012,345", "2,024", [1012345, 2024]],
-  ["1", "", "x", [1, NaN, NaN]],
-] as any);
+}
 
-const unit = (text: string) => {
-  const found = unitOf(text);
-  return found && unitText(found);
+const header = ({ role, unit, denaturant }: Header) => [role, ...(role === "x" ? [unit && unitText(unit), denaturant] : [null, null])];
+const inName = ({ found }: { found: number[] }) => (found.length === 1 ? found[0] : null);
+const ASKED: Record<string, (...given: any[]) => unknown> = {
+  headers: (text) => header(headerOf(text)),
+  cells: (text) => [cellOf(text).kind, cellOf(text).mark],
+  columns: column,
+  temperatures: (text, unit) => temperatureFrom(text, unit ? temperatureUnit(`T (${unit})`) : null),
+  temperatures_in_names: (name) => inName(temperaturesInName(name)),
+  temperatures_in_texts: (text) => chosenOf(mentionsIn(text)),
+  units: (text, denaturant) => factorToMolar(unitOf(text), denaturant),
 };
-table("units", unit, [
-  ["M", "M"],
-  ["mol/L", "M"],
-  ["mM", "mM"],
-  ["µM", "µM"],
-  ["μM", "µM"],
-  ["g/L", "g/L"],
-  ["banana", null],
-  ["", null],
-]);
-
-table("molar", (text: string, denaturant: string | null) => {
-  const factor = factorToMolar(unitOf(text), denaturant);
-  return typeof factor === "string" ? "asks" : +factor.toPrecision(6);
-}, [
-  ["M", null, 1],
-  ["mM", null, 0.001],
-  ["µM", null, 1e-6],
-  ["% of 8 M", null, 0.08],
-  ["g/L", "urea", 0.01665],    // 60.06 g/mol
-  ["g/L", null, "asks"],
-]);
+const rounded = (value: unknown) => (typeof value === "number" ? +value.toPrecision(11) : value);
+for (const [what, rows] of Object.entries(spellings))
+  table(what, (...given) => rounded(ASKED[what](...given)), rows.map((row) => [...row.slice(0, -1), rounded(row[row.length - 1])]) as any);
 
 table("denaturants", denaturantOf, [
-  ["urea", "urea"],
-  ["Urea", "urea"],
-  ["GdmCl", "GdmCl"],
   ["guanidine hydrochloride", "GdmCl"],
-  ["GuHCl", "GdmCl"],
   ["Gdn-HCl", "GdmCl"],
   ["water", null],
   ["", null],
-]);
-
-table("roles by header", (text: string) => headerOf(text).role, [
-  ["[urea] (M)", "x"],
-  ["Denaturant", "x"],
-  ["SD", "deviation"],
-  ["well", "well"],
-  ["Sample", "curve"],
-  ["replicate", "replicate"],
-  ["Temperature (K)", "temperature"],
-  ["WT", null],
-]);
-
-table("temperatures", (text: string) => temperatureFrom(text), [
-  ["25 °C", 25],
-  ["298.15 K", 25],
-  ["25.0 ± 0.1 °C", 25],
-  ["77 F", 25],
-  ["310", 36.85],              // above 200 only kelvin can be meant
-  ["-5 °C", null],
-  ["120", null],
-  ["warm", null],
-]);
-table("temperatures under a header", (text: string, header: string) => temperatureFrom(text, temperatureUnit(header)), [
-  ["298.15", "Temperature (K)", 25],
-  ["37", "T_C", 37],
-  ["98.6", "Temp (F)", 37],
 ]);
 
 const bytes = (...values: number[]) => new Uint8Array(values);
