@@ -1,5 +1,6 @@
-"""Tables of which a number or a count lies at a limit of the reader, just within it and just beyond."""
+"""Tables at the limits of the reader, just within them and just beyond, and tables thrown together."""
 
+import random
 from itertools import product
 
 ONE, TWO = ["urea_M", "WT"], ["urea_M", "WT", "b"]
@@ -124,3 +125,78 @@ def several_tables():
     parted = ("\n", "\nWT again\n", "\nWT again,and more\n", "key: value\n", "# comment\n", "nothing,of\n")
     for x, between in product((run_of(4, 12, 9), run_of(4, 3), run_of(2, 12, 9), run_of(4, 8, 8)), parted):
         yield table(TWO, X, Y, Z) + between + table(None, x, bumpy(len(x)), bumpy(len(x), 3))
+
+
+HEADS = ["urea_M", "GdmCl (mM)", "[urea] (M)", "x", "", "y", "WT", "WT", "L12A", "b y", "sd", "WT sd", "n",
+         "label", "T (C)", "sample", "well", "2", "3", "mean", "replicate", "conc", "tube", "#", "unit", "t",
+         "fraction", "CD 222 nm"]  # fmt: skip
+LINES = ["words", "key: value", "Temperature: 20 °C", "# urea, 25 C", "WT,,L12A", ",G,,H", "(M),AU,AU", "", "a,b",
+         "stock 10 M"]  # fmt: skip
+
+
+def column(draw, n):
+    """Numbers or words that a column may hold, of which some are no readings."""
+    words = lambda *some: [draw.choice(some) for _ in range(n)]  # noqa: E731
+    return draw.choice([
+        lambda: run_of(n, draw.choice((0.5, 2, 4, 8, 15, 100, 8000))),
+        lambda: run_of(n)[::-1],
+        lambda: [v for v in run_of((n + 1) // 2) for _ in range(2)][:n],
+        lambda: bumpy(n, draw.randrange(4)), lambda: bumpy(n, draw.randrange(4)), lambda: bumpy(n, -1),
+        lambda: [draw.choice((1, 20, 25))] * n,
+        lambda: list(range(draw.randrange(3), n + 3))[:n],
+        lambda: words("WT", "L12A"), lambda: sorted(words("1", "2", "3")), lambda: words("M", "mM", ""),
+        lambda: [f"{'ABCD'[i % 4]}{1 + i // 4}" for i in range(n)],
+        lambda: [f"{v} M" for v in run_of(n)],
+        lambda: [f"{v} ± 0.1" for v in bumpy(n)],
+        lambda: words("0.5", "0.7", "", "n.d.", "0.6*"),
+        lambda: [0.1 if v else v for v in words(0.1, 0.2)],
+    ])()  # fmt: skip
+
+
+def random_tables(count, seed):
+    """Tables of columns, names and lines that were thrown together."""
+    draw = random.Random(seed)
+    for _ in range(count):
+        n, apart = draw.choice((3, 4, 6, 8, 9, 12)), draw.choice(",,;\t")
+        names = [draw.choice(HEADS) for _ in range(draw.randint(2, 6))]
+        columns = [column(draw, n) if draw.random() < 0.5 else bumpy(n, k) for k, _ in enumerate(names)]
+        if draw.random() < 0.7:
+            names[0], columns[0] = draw.choice(HEADS[:5]), run_of(n)
+        rows = [*([names] if draw.random() < 0.85 else []), *map(list, zip(*columns))]
+        if draw.random() < 0.15:
+            rows = [list(row) for row in zip(*rows)]
+        yield disturbed(draw, rows, apart)
+
+
+def disturbed(draw, rows, apart=",", lines=LINES):
+    """The text of rows of which cells are gone or do not belong, with lines between."""
+    for _ in range(draw.choice((0, 0, 0, 1, 2))):
+        row = draw.choice(rows)
+        row[draw.randrange(len(row))] = draw.choice(("", "bad", "-", "9", "WT", "A1", "25"))
+    text = [apart.join(map(str, row)) for row in rows]
+    for _ in range(draw.choice((0, 0, 1, 1, 2))):
+        at = 0 if draw.random() < 0.7 else draw.randrange(len(text) + 1)
+        text.insert(at, draw.choice(lines).replace(",", apart))
+    return "\n".join(text) + "\n"
+
+
+def random_plates(count, seed):
+    """Plates, as matrices or with a row per well, and their layouts."""
+    draw = random.Random(seed)
+    for _ in range(count):
+        height, width, step = draw.randint(1, 4), draw.randint(2, 12), draw.choice((0.4, 0.8, 1.0))
+        wells = [(row, column) for row in range(height) for column in range(width)]
+        matrix = [[draw.choice(("", "<>", "350 nm")), *range(1, width + 1)]]
+        matrix += [["ABCD"[row], *bumpy(width, row)] for row in range(height)]
+        rows = [["well", *draw.sample(["signal", "F350", "remark"], 2)]]
+        digits = draw.choice((1, 2))
+        rows += [[f"{'ABCD'[row]}{column + 1:0{digits}}", row + column, 0.1 * column] for row, column in wells]
+        plates = [draw.choice((matrix, matrix, rows)) for _ in range(draw.choice((1, 1, 2)))]
+        more = draw.sample(["label", "replicate", "T (C)", "note"], draw.randint(0, 2))
+        layout = [["well", "sample", draw.choice(("concentration", "urea_M", "GdmCl (mM)")), *more]]
+        for row, column in draw.sample(wells, len(wells) - (draw.random() < 0.3)):
+            sample = draw.choice(("", "blank")) if draw.random() < 0.05 else f"P{row % 2}"
+            layout.append([f"{'ABCD'[row]}{column + 1}", sample, step * column, *(20 + row for _ in more)])
+        between = draw.choice(("\n", "", "second\n", "\nwords,and more\n"))
+        plate = between.join(disturbed(draw, [list(row) for row in one], lines=LINES[:4]) for one in plates)
+        yield plate, disturbed(draw, layout, lines=LINES[:4])

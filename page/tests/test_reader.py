@@ -13,7 +13,7 @@ from pathlib import Path
 import numpy as np
 import openpyxl
 import pytest
-from limits import files_at_limits
+from limits import files_at_limits, random_plates, random_tables
 
 ROOT = Path(__file__).parents[2]
 sys.path.insert(0, str(ROOT / "python" / "tests"))
@@ -22,6 +22,7 @@ from zolt import ReadError  # noqa: E402
 from zolt.read import read_file, read_together  # noqa: E402
 
 PAGE = ROOT / "page"
+seed = lambda: int(os.environ.get("ZOLT_SEED", 11))  # noqa: E731
 OPTIONS = {"skip_rows": "skipRows"}  # names of choices that differ from the host's
 
 
@@ -151,17 +152,26 @@ def test_random_dialects(read, tmp_path):
     assert_alike(read, cases)
 
 
-def test_files_at_the_limits(read, tmp_path):
+MADE = {
+    "at limits": ((text, None) for text in files_at_limits()),
+    "random": ((text, None) for text in random_tables(4000, seed())),
+    "plates": random_plates(1000, seed()),
+}
+
+
+@pytest.mark.parametrize("tables", MADE.values(), ids=MADE)
+def test_made_tables(read, tmp_path, tables):
     cases = []
-    for i, text in enumerate(files_at_limits()):
-        path = tmp_path / f"limit_{i}.csv"
-        path.write_text(text, encoding="utf-8")
-        cases.append((path, {}))
+    for i, texts in enumerate(tables):
+        path, layout = (tmp_path / f"{name}_{i}.csv" for name in ("table", "layout"))
+        for file, text in zip((path, layout), texts):
+            file.write_text(text or "", encoding="utf-8")
+        cases.append((path, {"layout": layout} if texts[1] else {}))
     assert_alike(read, cases)
 
 
 def test_spoiled_files(read, tmp_path):
-    draw = random.Random(int(os.environ.get("ZOLT_SEED", 11)))
+    draw = random.Random(seed())
     sources = [path for path in host.TABLES.iterdir() if path.suffix in (".csv", ".txt", ".dat", ".md")]
     cases = []
     for i, source in enumerate(sorted(sources) * 4):
