@@ -13,6 +13,7 @@ from pathlib import Path
 import numpy as np
 import openpyxl
 import pytest
+from openpyxl.styles import Font
 from limits import files_at_limits, random_plates, random_tables
 
 ROOT = Path(__file__).parents[2]
@@ -224,6 +225,8 @@ def workbook(path, numbers="0.00", sheets=1):
             sheet.append([None, i / 10 if "%" in numbers else i, 1 / (i + 3), "#N/A" if i == 4 else -1e-7 * i])
             sheet.cell(sheet.max_row, 2).number_format = numbers
         sheet.cell(sheet.max_row, 3).value = True
+        for cell in ("B3", "B8", "C9"):
+            sheet[cell].font = Font(strike=True)
     book.create_sheet("aside").sheet_state = "hidden"
     book.save(path)
 
@@ -235,7 +238,13 @@ def test_workbooks(read, tmp_path):
         path = tmp_path / f"book_{i}.xlsx"
         workbook(path, numbers, sheets=1 + i % 2)
         cases += [(path, {}), (path, {"sheet": 1, "skip_rows": 2, "unit": "% of 8 M"})]
-    assert_alike(read, cases)
+    # Programs may leave out the names of cells that follow one another.
+    with zipfile.ZipFile(tmp_path / "book_0.xlsx") as package:
+        entries = {name: package.read(name) for name in package.namelist()}
+    for name in filter(re.compile("xl/worksheets/.*xml").fullmatch, entries):
+        entries[name] = re.sub(rb'(<c )r="[C-Z]\d+"', rb"\1", entries[name])
+    (tmp_path / "unnamed.xlsx").write_bytes(host.packed(**entries))
+    assert_alike(read, [*cases, (tmp_path / "unnamed.xlsx", {})])
 
 
 def test_packages_that_are_no_sound_workbook(read, tmp_path):

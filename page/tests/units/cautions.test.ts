@@ -49,6 +49,8 @@ const CASES: Case[] = [
   ["the engine has no fit", looking({ engine: Array(24).fill(-1) }), []],
   ["given baselines that the engine leaves", answerOf(), ["baselines_not_used_by_engine"], { native: "given", denatured: "given", baseline: [0.1, 0, 1, 0] }],
   ["given baselines that it takes", answerOf(), [], { native: "given", denatured: "given", baseline: [0, 0, 1, 0] }],
+  ["given baselines that it takes to rounding", answerOf({ y_span: 1e6, engine: fitOfTwo().engine.map((v, i) => (i === 2 ? v + 1e-5 : v)) }), [],
+    { native: "given", denatured: "given", baseline: [0, 0, 1, 0] }],
   ["another number of states is shown", answerOf({}, { evidence: evidenceOf(3) }), ["other_states_shown"], { states: 2 }],
   ["no transition is shown", answerOf({}, { evidence: evidenceOf(0) }), ["no_transition_evident"], { states: 2 }],
   ["the decision hangs on a reading", answerOf({}, { evidence: evidenceOf(2, { tried: 1, outcome: records.ONE_READING }) }), ["states_indistinguishable"]],

@@ -102,6 +102,7 @@ test("the engine's own vector: of the fit, of given baselines, of more states", 
   const four = simulated({ m: [2500, 2600, 2900], Cm: [1.6, 4.2, 6.7], weight: [0.35, 0.3, 0.35], x: places(65) });
   const { fit } = fitted(four, { states: 4 });
   same(fit.dG.map((_, t) => [vectorOf(fit)[ENGINE.dG[t]], vectorOf(fit)[ENGINE.Cm[t]]]), fit.dG.map((dG, t) => [dG, fit.Cm[t]]));
+  same(Object.keys(vectorOf(fit)).length, 24);
   same(engine.outliers(four.x, changed(four.y, 20, four.y[20] + 0.2), vectorOf(fit)).flatMap((off, i) => (off ? [i] : [])), [20]);
 });
 

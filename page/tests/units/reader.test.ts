@@ -98,6 +98,8 @@ table("runs like concentrations", runsLikeConcentration, [
   [[0, 10, 20, 40], false],  // nothing dissolves to that
   [[0, 0.1, 0.2, 0.3], false],
   [[0, NaN, 1, 2, 3], true],
+  [[0, 0.1, 0.3, 0.5], true],
+  [[0, 5, 10, 15], true],
 ]);
 table("counts rows", countsRows, [[[1, 2, 3], true], [[0, 1, 2], true], [[2, 3, 4], false], [[1, 3], false], [[1], false]]);
 

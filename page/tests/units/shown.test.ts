@@ -68,6 +68,7 @@ async function all(): Promise<string[]> {
   const line = made("a line", { ...two, m: [1e-3] }), few = made("short", { ...two, x: [1, 2, 3] });
   const odd = made("odd <&>", two, { sd: places(33).map((x) => 0.005 + x / 900), temperatureAssumed: true, range: [0.5, 7.5], out: places(33).map((_, i) => i === 9) });
   const set = fitted([...wells, three], {}, { view: "set", reference: 2 });
+  const alike = fitted(wells, {}, { view: "set", unit: "kJ" });
   same([comparable(set).length, labelled(set).length], [3, 4]);
   const replicates = ["1", "2", "3"].map((replicate) => made(`WT ${replicate}`, { ...two, Cm: [4 + 0.02 * +replicate] }, { group: "WT", replicate }));
   return [
@@ -78,6 +79,7 @@ async function all(): Promise<string[]> {
     shown(fitted(together(replicates))),
     shown(fitted(wells, { shareM: true }, { view: "overlay", unit: "kJ", sort: "ΔG" })),
     shown({ ...set, set: await compare(set, fits) }),
+    shown({ ...alike, set: await compare(alike, fits) }).filter((line) => line.includes("curves")),
     shown({ ...set, set: await trend({ ...set, entries: set.entries.slice(0, 3) }, fits) }),
   ].flat();
 }
