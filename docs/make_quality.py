@@ -3,9 +3,9 @@
 
 Usage: python3 docs/make_quality.py [CURVES_PER_CELL]
 
-Writes between the two marks of docs/quality.md. Two processes; about ten minutes with the 100 curves
-a cell that stand there. "Engine" is what the engine answers with the number of states of its own
-picker, one fewer where that gives no fit.
+Writes between the two marks of docs/quality.md, where 300 curves a cell stand. Two processes; about ten
+minutes with 100. "Engine" is what the engine answers with the number of states of its own picker, one
+fewer where that gives no fit.
 """
 
 import sys
