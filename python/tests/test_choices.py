@@ -1,6 +1,7 @@
 """What a person chooses: readings left out, baselines, m, weights, and that all of it can be said again."""
 
 import json
+from dataclasses import fields
 
 import click
 import numpy as np
@@ -15,7 +16,7 @@ from zolt.cli.choices import baselines_of
 from zolt.exclusion import excluded, exclusions
 from zolt.read import Curve
 from zolt.session import SessionError, load, rerun
-from zolt.settings import settings_of
+from zolt.settings import Settings, settings_of
 
 
 @pytest.fixture
@@ -177,7 +178,12 @@ def test_settings_go_to_plain_values_and_back(choices):
     plain = json.loads(json.dumps(settings.to_plain()))
     again = type(settings).from_plain(plain)
     assert again.to_plain() == plain and again.words("kJ") == settings.words("kJ")
-    assert settings.line().startswith("states: ")
+    assert again == settings and settings.line().startswith("states: ")
+
+
+def test_what_goes_there_and_back_is_every_choice():
+    told = {name for choices in SETTINGS for name in choices} - {"baselines"} | {"native", "denatured"}
+    assert told == {field.name for field in fields(Settings)}
 
 
 RUNS = [

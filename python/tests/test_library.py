@@ -35,7 +35,6 @@ def test_the_table_agrees_with_the_header():
         for name, kinds in EXPORTS.items()
     }
     assert {name: [_plain(a) for a in args.split(",")] for name, args in prototypes} == spelled
-    assert len(EXPORTS) == 34
 
 
 @pytest.mark.parametrize("dtype", [np.float64, np.int32])

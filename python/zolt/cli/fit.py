@@ -48,7 +48,7 @@ _OF_FITS = ("--readings", "--curves", "--plots", "--overlay", "--report")  # tab
 @UNITS
 @results("--quiet", is_flag=True, help="No progress bar and no table.")
 @figures("--plots", type=FILE, metavar="FOLDER", help="Pictures of every curve.")
-@figures("--draw", default="fit", metavar="KINDS", help="Of fit,energy,profile, with commas.  [fit]")
+@figures("--draw", default="fit", metavar="KINDS", help=f"Of {','.join(DRAWN)}, with commas.  [fit]")
 @figures("--format", "picture", type=click.Choice(["png", "svg", "pdf"]), default="png",
          help="Of --plots.  [png]")
 @figures("--overlay", type=FILE, metavar="FILE", help="All curves in one: .png, .svg, .pdf")
