@@ -39,7 +39,7 @@ COMMANDS = [
 REFUSED = ["--temperature 120", "--temperature 0", "--baselines 1,2", "--out a.txt", "--midpoint --intervals",
            "--midpoint --baselines 1,2,3,4", "--rounds 19", "--workers 0", "--font-size 2.5", "--states 5",
            "--skip-rows -1", "--residues 0", "--m 0", "--exclude 9..1", "--exclude B3", "--exclude p9@1",
-           "--exclude all", "--m -1", "--m 1400", "--m shared --midpoint",
+           "--exclude all", "--m -1", "--m 1400", "--m shared --midpoint", "--draw x", "--draw profile",
            "--m shared --intervals --method linear"]  # fmt: skip
 COMMANDS += [f"fit examples/ci2_gdmcl.csv {options}" for options in REFUSED] + [
     f"compare examples/series.csv --level {level}" for level in (1.2, 1, 0)
