@@ -127,7 +127,7 @@ def several_tables():
         yield table(TWO, X, Y, Z) + between + table(None, x, bumpy(len(x)), bumpy(len(x), 3))
 
 
-HEADS = ["urea_M", "GdmCl (mM)", "[urea] (M)", "x", "", "y", "WT", "WT", "L12A", "b y", "sd", "WT sd", "n",
+HEADS = ["urea_M", "GdmCl (mM)", "[urea] (M)", "x", "", "y", "WT", "WT", "L12A", "b x", "b y", "sd", "WT sd", "n",
          "label", "T (C)", "sample", "well", "2", "3", "mean", "replicate", "conc", "tube", "#", "unit", "t",
          "fraction", "CD 222 nm"]  # fmt: skip
 LINES = ["words", "key: value", "Temperature: 20 °C", "# urea, 25 C", "WT,,L12A", ",G,,H", "(M),AU,AU", "", "a,b",

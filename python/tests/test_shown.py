@@ -33,6 +33,7 @@ COMMANDS = [
     "series examples/series.csv --form aggregation --units kJ",
     "compare examples/series.csv --units kJ",
     "fit examples/series.csv --replicates each --residues 30 --denaturant urea --units kJ",
+    "fit examples/ci2_gdmcl.csv --intervals --method bootstrap --rounds 20 --seed 3",
     "states examples/three_state.csv examples/gankyrin_urea.csv",
     "fit examples/series.csv --states 2 --replicates each --columns 2,3,4,5",
 ]
