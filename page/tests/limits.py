@@ -197,6 +197,8 @@ def random_plates(count, seed):
         for row, column in draw.sample(wells, len(wells) - (draw.random() < 0.3)):
             sample = draw.choice(("", "blank")) if draw.random() < 0.05 else f"P{row % 2}"
             layout.append([f"{'ABCD'[row]}{column + 1}", sample, step * column, *(20 + row for _ in more)])
+        if draw.random() < 0.1:
+            layout = [row[:gone] + row[gone + 1 :] for gone in [draw.randrange(3)] for row in layout]
         between = draw.choice(("\n", "", "second\n", "\nwords,and more\n"))
         plate = between.join(disturbed(draw, [list(row) for row in one], lines=LINES[:4]) for one in plates)
         yield plate, disturbed(draw, layout, lines=LINES[:4])

@@ -57,6 +57,7 @@ def lopsided():
     yield "weighted", simulate(THREE, 60, noise=0.01), dict(sd=np.linspace(0.005, 0.02, 60), sd_known=True)
     yield "held", simulate(FKBP12, 32, noise=0.01), dict(dG=5500.0, baselines=dict(native="flat"))
     yield "midpoint", simulate(FKBP12, 9), dict(midpoint_only=True)
+    yield "too much", simulate([(9000.0, 6.0, 1.0)], 32, reach=12.0, noise=0.01), {}
 
 
 def said(name, x, y, options):
