@@ -127,7 +127,7 @@ def several_tables():
         yield table(TWO, X, Y, Z) + between + table(None, x, bumpy(len(x)), bumpy(len(x), 3))
 
 
-HEADS = ["urea_M", "GdmCl (mM)", "[urea] (M)", "x", "", "y", "WT", "WT", "L12A", "b y", "sd", "WT sd", "n",
+HEADS = ["urea_M", "GdmCl (mM)", "[urea] (M)", "x", "", "y", "WT", "WT", "L12A", "b x", "b y", "sd", "WT sd", "n",
          "label", "T (C)", "sample", "well", "2", "3", "mean", "replicate", "conc", "tube", "#", "unit", "t",
          "fraction", "CD 222 nm"]  # fmt: skip
 LINES = ["words", "key: value", "Temperature: 20 °C", "# urea, 25 C", "WT,,L12A", ",G,,H", "(M),AU,AU", "", "a,b",
@@ -197,6 +197,8 @@ def random_plates(count, seed):
         for row, column in draw.sample(wells, len(wells) - (draw.random() < 0.3)):
             sample = draw.choice(("", "blank")) if draw.random() < 0.05 else f"P{row % 2}"
             layout.append([f"{'ABCD'[row]}{column + 1}", sample, step * column, *(20 + row for _ in more)])
+        if draw.random() < 0.1:
+            layout = [row[:gone] + row[gone + 1 :] for gone in [draw.randrange(3)] for row in layout]
         between = draw.choice(("\n", "", "second\n", "\nwords,and more\n"))
         plate = between.join(disturbed(draw, [list(row) for row in one], lines=LINES[:4]) for one in plates)
         yield plate, disturbed(draw, layout, lines=LINES[:4])

@@ -38,24 +38,13 @@ X = np.array([0.0, 1.0, 2.0, 2.0, 3.0, 4.0])
 WELLS = ["A1", "A2", "A3", "B3", "A4", "A5"]
 
 
-@pytest.mark.parametrize(
-    "text, places",
-    [
-        ("2", [2, 3]),
-        ("2.0000001", [2, 3]),
-        ("4.000003", [5]),
-        ("1.000002", []),
-        ("1..2", [1, 2, 3]),
-        ("3..", [4, 5]),
-        ("..0.5", [0]),
-        ("#2", [1]),
-        ("b03", [3]),
-        ("WT@3,#1", [0, 4]),
-        ("V38A@3", []),
-        ("b@#2,2", [3, 4]),
-        ("9", []),
-    ],
-)
+PLACES = {
+    "2": [2, 3], "2.0000001": [2, 3], "4.000003": [5], "1.000002": [], "1..2": [1, 2, 3], "3..": [4, 5],
+    "..0.5": [0], "#2": [1], "b03": [3], "WT@3,#1": [0, 4], "V38A@3": [], "b@#2,2": [3, 4], "9": [],
+}  # fmt: skip
+
+
+@pytest.mark.parametrize("text, places", PLACES.items())
 def test_readings_are_left_out_as_they_are_told(text, places):
     curve = Curve(
         "WT", X, X, details={"well": " ".join(WELLS)}, members=np.array(["a", "a", "a", "b", "b", "b"])
@@ -82,19 +71,10 @@ def test_baselines_in_all_their_forms(text, sides):
     assert baselines_of(text) == sides
 
 
-@pytest.mark.parametrize(
-    "text",
-    [
-        "1,2",
-        "native=",
-        "native=1",
-        "native=flat,native=line",
-        "flat",
-        "native=1,2,3",
-        "native=nan,0",
-        "1,2,3,inf",
-    ],
-)
+NO_BASELINES = "1,2 native= native=1 native=flat,native=line flat native=1,2,3 native=nan,0 1,2,3,inf".split()
+
+
+@pytest.mark.parametrize("text", NO_BASELINES)
 def test_baselines_that_are_none_are_refused(text):
     with pytest.raises(click.UsageError, match="--baselines takes"):
         baselines_of(text)
@@ -227,37 +207,22 @@ def test_a_session_of_the_page_runs_here(tmp_path):
     assert not rerun(path).same and "1 of 1 curves give other numbers: a." in rerun(path).verdict
 
 
-@pytest.mark.parametrize(
-    "text, said",
-    [
-        ("no json", "expected a saved session"),
-        ("[]", "is no saved session"),
-        ('{"format": "zolt session", "formatVersion": 9}', "another release"),
-        ('{"format": "zolt session", "formatVersion": 1, "curves": []}', "holds no curves"),
-        (
-            '{"format": "zolt session", "formatVersion": 1, "curves": [{"x": [1]}]}',
-            "curve 1 of the session is damaged",
-        ),
-        (
-            '{"format": "zolt session", "formatVersion": 1, "settings": {"states": 7}, "curves": [1]}',
-            "settings are damaged",
-        ),
-        (
-            '{"format": "zolt session", "formatVersion": 1, "settings": [1], "curves": [1]}',
-            "settings are damaged",
-        ),
-        (
-            '{"format": "zolt session", "formatVersion": 1, "curves": '
-            '[{"x": [1], "y": [1], "temperature": 25, "fit": [3]}]}',
-            "results of the session are damaged",
-        ),
-        (
-            '{"format": "zolt session", "formatVersion": 1, "settings": {"shareM": true}, "curves": '
-            '[{"x": [1], "y": [1], "temperature": 25}]}',
-            "a shared m takes two curves",
-        ),
-    ],
-)
+SESSION = {"format": "zolt session", "formatVersion": 1}
+CURVE = {"x": [1], "y": [1], "temperature": 25}
+NO_SESSIONS = {
+    "no json": "expected a saved session",
+    "[]": "is no saved session",
+    json.dumps({**SESSION, "formatVersion": 9}): "another release",
+    json.dumps({**SESSION, "curves": []}): "holds no curves",
+    json.dumps({**SESSION, "curves": [{"x": [1]}]}): "curve 1 of the session is damaged",
+    json.dumps({**SESSION, "settings": {"states": 7}, "curves": [1]}): "settings are damaged",
+    json.dumps({**SESSION, "settings": [1], "curves": [1]}): "settings are damaged",
+    json.dumps({**SESSION, "curves": [{**CURVE, "fit": [3]}]}): "results of the session are damaged",
+    json.dumps({**SESSION, "settings": {"shareM": True}, "curves": [CURVE]}): "a shared m takes two curves",
+}
+
+
+@pytest.mark.parametrize("text, said", NO_SESSIONS.items())
 def test_what_is_no_session_is_told(run, tmp_path, text, said):
     path = tmp_path / "s.json"
     path.write_text(text)
@@ -265,23 +230,6 @@ def test_what_is_no_session_is_told(run, tmp_path, text, said):
     assert result.exit_code == 2 and said in result.stderr
     with pytest.raises(SessionError, match="cannot be opened"):
         load(tmp_path / "absent.json")
-
-
-@pytest.mark.parametrize(
-    "arguments, said",
-    [
-        (["--exclude", "B3"], "no reading of these curves answers to it"),
-        (["--exclude", "p9@1"], "p9@1: no reading"),
-        (["--exclude", "all"], "tells no reading"),
-        (["--m", "-1"], "shared, free or a number above 0 in kcal/mol/M"),
-        (["--m", "1400"], "of proteins it lies between"),
-        (["--m", "shared", "--midpoint"], "no midpoint fits"),
-        (["--m", "shared", "--intervals", "--method", "linear"], "intervals are profiles"),
-    ],
-)
-def test_choices_without_sense_are_refused(run, table, arguments, said):
-    result = run("fit", table, *arguments)
-    assert result.exit_code == 2 and said in " ".join(result.stderr.split())
 
 
 @pytest.mark.parametrize(

@@ -127,20 +127,6 @@ def test_what_no_sheet_holds_is_refused_before_the_work(run, table, tmp_path, mo
         assert "curves fitted" not in result.stdout
 
 
-@pytest.mark.parametrize(
-    "option, said",
-    [
-        (["--style", "nosuch"], "no style 'nosuch'"),
-        (["--font", "Nosuch"], "no font"),
-        (["--draw", "x"], "not 'x'"),
-        (["--draw", "profile"], "name a folder by --plots"),
-    ],
-)
-def test_a_look_that_is_not_there_is_refused(run, table, option, said):
-    result = run("fit", table, *option)
-    assert result.exit_code == 2 and said in result.stderr
-
-
 def test_a_closed_pipe_and_a_full_screen_lose_nothing(table, tmp_path):
     for k, screen in enumerate(("/dev/full", None)):
         out = tmp_path / f"{k}.csv"

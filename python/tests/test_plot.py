@@ -58,6 +58,7 @@ def test_letters_stay_letters_in_the_font_that_was_asked_for(curve, tmp_path):
         plot.save_fit(fit, tmp_path / f"f.{suffix}", width=85, font="DejaVu Serif")
     svg = (tmp_path / "f.svg").read_text()
     assert "V38A &lt;&amp;&gt; $x$ _" in svg and "DejaVu Serif" in svg and "DejaVu Sans" not in svg
+    assert plot.plot_overlay([fit], width=30).get_figwidth() == pytest.approx(30 / 25.4)
     assert float(re.search(r'width="([\d.]+)pt"', svg)[1]) == pytest.approx(85 / 25.4 * 72)
     pdf = (tmp_path / "f.pdf").read_bytes()
     assert b"/CIDFontType2" in pdf and b"/Type3" not in pdf
@@ -82,7 +83,7 @@ def test_styles_are_matplotlibs_and_leave_no_trace(curve, tmp_path):
     for wrong, said in (
         (dict(style="nosuch"), "no style 'nosuch'"),
         (dict(font="Nosuch Font"), "no font 'Nosuch Font'"),
-        (dict(width=3), "30 to 500 mm"),
+        (dict(width=29.9), "30 to 500 mm"),
     ):
         with pytest.raises(ValueError, match=said):
             zolt.fit(*curve).plot(**wrong)

@@ -62,7 +62,8 @@ def of_library():
         for transitions, curves in enumerate((several, halves), 1):
             whole, *parts = inference.fit_global(curves, share, transitions, reference=1)
             yield from (whole, *(part for kind in parts for part in kind))
-    yield from inference.compare(several, reference=2)[2]
+    for level in (0.95, 0.5):
+        yield from inference.compare(several, reference=2, level=level)[2]
 
 
 def test_records_are_those_that_were_recorded():

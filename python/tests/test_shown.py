@@ -33,12 +33,15 @@ COMMANDS = [
     "series examples/series.csv --form aggregation --units kJ",
     "compare examples/series.csv --units kJ",
     "fit examples/series.csv --replicates each --residues 30 --denaturant urea --units kJ",
+    "fit examples/ci2_gdmcl.csv --intervals --method bootstrap --rounds 20 --seed 3",
     "states examples/three_state.csv examples/gankyrin_urea.csv",
     "fit examples/series.csv --states 2 --replicates each --columns 2,3,4,5",
 ]
 REFUSED = ["--temperature 120", "--temperature 0", "--baselines 1,2", "--out a.txt", "--midpoint --intervals",
            "--midpoint --baselines 1,2,3,4", "--rounds 19", "--workers 0", "--font-size 2.5", "--states 5",
-           "--skip-rows -1", "--residues 0", "--m 0", "--exclude 9..1"]  # fmt: skip
+           "--skip-rows -1", "--residues 0", "--m 0", "--exclude 9..1", "--exclude B3", "--exclude p9@1",
+           "--exclude all", "--m -1", "--m 1400", "--m shared --midpoint", "--draw x", "--draw profile",
+           "--m shared --intervals --method linear"]  # fmt: skip
 COMMANDS += [f"fit examples/ci2_gdmcl.csv {options}" for options in REFUSED] + [
     f"compare examples/series.csv --level {level}" for level in (1.2, 1, 0)
 ]
@@ -54,6 +57,7 @@ def lopsided():
     yield "weighted", simulate(THREE, 60, noise=0.01), dict(sd=np.linspace(0.005, 0.02, 60), sd_known=True)
     yield "held", simulate(FKBP12, 32, noise=0.01), dict(dG=5500.0, baselines=dict(native="flat"))
     yield "midpoint", simulate(FKBP12, 9), dict(midpoint_only=True)
+    yield "too much", simulate([(9000.0, 6.0, 1.0)], 32, reach=12.0, noise=0.01), {}
 
 
 def said(name, x, y, options):

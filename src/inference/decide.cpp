@@ -10,13 +10,6 @@
 namespace zolt::inference {
 namespace {
 
-// The search for further transitions bends the F distribution a little, and unequal or correlated
-// noise bends it more: at 0.05 such curves give up to 5 % of false states, at 0.01 one, while the
-// intermediates that are found hardly change.
-constexpr Chances kChancesOfState = {0.01, 0.01};
-// A search over midpoint and steepness finds a transition in any noise, which the F distribution
-// does not know of; these levels bring false transitions on plain curves below 1 %.
-constexpr Chances kChancesOfTransition = {0.01, 0.05};
 constexpr double kNoise = 2.0;     // Durbin-Watson at and above which residuals do not wave
 constexpr double kSmooth = 0.003;  // residual deviation, of the span, that needs no explanation
 constexpr double kMisfit = 1.3;    // Durbin-Watson below which two states more are tried
@@ -117,9 +110,10 @@ class Decision {
   }
 
   // Whether a model is to be preferred to every curve without a transition. The row, where there
-  // is one, tells of the curve that comes nearest.
+  // is one, tells of the curve that comes nearest: one that serves as well, if any does.
   int againstPlain(const Candidate& larger, ZOLTI_EvidenceRow* to) {
     int outcome = ZOLTI_PASSED;
+    bool toldServes = false;
     for (int model = ZOLTI_MODEL_LINE; model <= ZOLTI_MODEL_EXPONENTIAL; ++model) {
       Candidate plain;
       plain.model = model;
@@ -135,10 +129,13 @@ class Decision {
       }
       const Comparison result = compare(setup_, plain, larger, kChancesOfTransition);
       const double chance = std::max(result.p, result.pWithout);
-      if (to != nullptr && (to->against < 0 || chance > std::max(to->p, to->p_without))) {
+      const bool serves = result.outcome != ZOLTI_PASSED;
+      if (to != nullptr && (to->against < 0 || serves > toldServes ||
+                            (serves == toldServes && chance > std::max(to->p, to->p_without)))) {
         fillComparison(result, model, *to);
+        toldServes = serves;
       }
-      if (result.outcome != ZOLTI_PASSED && outcome != ZOLTI_SERVES_AS_WELL) {
+      if (serves && outcome != ZOLTI_SERVES_AS_WELL) {
         outcome = result.outcome == ZOLTI_UNSOUND ? ZOLTI_UNSOUND : ZOLTI_SERVES_AS_WELL;
       }
     }

@@ -3,9 +3,13 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "inference/evidence.h"
 #include "zolt_inference.h"
 
 namespace {
+
+using zolt::inference::kChancesOfState;
+using zolt::inference::kChancesOfTransition;
 
 constexpr const char* kStates[] = {"No", "One", "Two", "Three", "Four"};
 constexpr const char* kOrdinals[] = {"", "", "second", "third", "fourth"};
@@ -65,11 +69,12 @@ void tellWhyNoMore(const ZOLTI_Evidence& evidence, const ZOLTI_EvidenceRow& next
       }
       break;
     case ZOLTI_SMALL_GAIN:
-      to.add(" A %s lowers the residuals no more than noise does (p = %.2g).", ordinal, next.p);
+      to.add(" A %s lowers the residuals no more than noise does (p = %.2g, not below %g).",
+             ordinal, next.p, kChancesOfState.all);
       break;
     case ZOLTI_ONE_READING:
-      to.add(" The gain of a %s hangs on the reading at %.4g (p = %.2g without it).", ordinal,
-             next.x_without, next.p_without);
+      to.add(" The gain of a %s hangs on the reading at %.4g (p = %.2g without it, not below %g).",
+             ordinal, next.x_without, next.p_without, kChancesOfState.without);
       break;
     case ZOLTI_SMALL_WEIGHT:
       to.add(" A %s would carry only %.0f %% of the change.", ordinal, 100.0 * next.least_weight);
@@ -89,12 +94,14 @@ void tellWhyNoMore(const ZOLTI_Evidence& evidence, const ZOLTI_EvidenceRow& next
 void tell(const ZOLTI_Evidence& evidence, Sentence& to) {
   const ZOLTI_EvidenceRow& two = evidence.row[ZOLTI_MODEL_TWO_STATES];
   if (evidence.status == ZOLTI_NO_TRANSITION && two.against >= 0 && two.against <= 2) {
-    to.add("No transition. %s describes the readings as well as two states do (p = %.2g",
-           kPlain[two.against], std::max(two.p, two.p_without));
-    if (two.p_without > two.p) {
-      to.add(" without the reading at %.4g", two.x_without);
+    to.add("No transition. %s describes the readings as well as two states do ",
+           kPlain[two.against]);
+    if (two.p >= kChancesOfTransition.all) {
+      to.add("(p = %.2g, not below %g).", two.p, kChancesOfTransition.all);
+    } else {
+      to.add("(p = %.2g without the reading at %.4g, not below %g).", two.p_without, two.x_without,
+             kChancesOfTransition.without);
     }
-    to.add(").");
     return;
   }
   if (evidence.states < 2 || evidence.states > 4) {

@@ -16,8 +16,6 @@ class Option(click.Option):
     def line(self):
         """Name and value, what it is for, and what holds without it."""
         name = ", ".join(self.opts)
-        if self.secondary_opts:
-            name += "/" + ", ".join(self.secondary_opts)
         if not self.is_flag:
             name += " " + (
                 self.metavar or "|".join(getattr(self.type, "choices", [])) or self.type.name.upper()
