@@ -162,6 +162,51 @@ TEST(PartFit, IsUsableUpToTheLastSignal) {
   }
 }
 
+// A fit of sound transitions with one parameter at `value`.
+template <int Transitions>
+bool plausibleWith(int place, double value,
+                   zolt::WeightRange weights = zolt::kWeights<Transitions>) {
+  using Order = zolt::ParameterOrder<Transitions>;
+  const double x[] = {0.0, 8.0};
+  zolt::Parameters<Transitions> p{};
+  for (int t = 0; t < Transitions; ++t) {
+    p[Order::dG(t)] = 2000.0 * (t + 1);
+    p[Order::Cm(t)] = 2.0 * (t + 1);
+    if (t + 1 < Transitions) {
+      p[Order::weight(t)] = 0.3;
+    }
+  }
+  p[place] = value;
+  return zolt::plausible<Transitions>(p, x, weights);
+}
+
+// Both ends of a range belong to it.
+template <class Plausible>
+void expectRange(double least, double most, Plausible&& plausible) {
+  EXPECT_TRUE(plausible(least) && plausible(most)) << least << " " << most;
+  EXPECT_FALSE(plausible(std::nextafter(least, -1.0)) || plausible(kNaN)) << least;
+  EXPECT_FALSE(plausible(std::nextafter(most, 1e9))) << most;
+}
+
+TEST(Plausible, KeepsMidpointsSlopesAndWeightsInTheirRanges) {
+  using Two = zolt::ParameterOrder<1>;
+  expectRange(2.0 * 100.0, 2.0 * 15000.0,
+              [](double dG) { return plausibleWith<1>(Two::dG(0), dG); });
+  expectRange(2000.0 / 15000.0, 8.0, [](double Cm) { return plausibleWith<1>(Two::Cm(0), Cm); });
+  const auto three = zolt::kStrictWeights<2>;
+  const auto four = zolt::kStrictWeights<3>;
+  const int f = zolt::ParameterOrder<2>::weight(0);
+  expectRange(0.08, 0.92, [&](double w) { return plausibleWith<2>(f, w); });
+  expectRange(0.15, 0.85, [&](double w) { return plausibleWith<2>(f, w, three); });
+  // The other one being 0.3; the greatest single weights would leave it too little.
+  const double most = std::nextafter(0.7, 0.0);
+  for (int t = 0; t < 2; ++t) {
+    const int place = zolt::ParameterOrder<3>::weight(t);
+    expectRange(0.06, most, [&](double w) { return plausibleWith<3>(place, w); });
+    expectRange(0.12, most, [&](double w) { return plausibleWith<3>(place, w, four); });
+  }
+}
+
 // Residuals of 3, 1, 1 and 1 on four readings.
 TEST(ConfidenceWidth, IsMinusOneWhereNothingWasFitted) {
   const double x[] = {0.0, 1.0, 2.0, 3.0}, y[] = {0.0, 1.0, 2.0, 3.0};

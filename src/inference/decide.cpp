@@ -12,7 +12,6 @@ namespace {
 
 constexpr double kNoise = 2.0;     // Durbin-Watson at and above which residuals do not wave
 constexpr double kSmooth = 0.003;  // residual deviation, of the span, that needs no explanation
-constexpr double kMisfit = 1.3;    // Durbin-Watson below which two states more are tried
 constexpr int kFewest[] = {0, 18, 24};  // readings for one, two and three transitions
 
 double deviation(const Candidate& one, int n) {
@@ -174,7 +173,7 @@ class Decision {
       evidence_.states = transitions + 1;
       return true;
     }
-    return transitions == 2 && waves < kMisfit;
+    return transitions == 2 && waves < kWaves;
   }
 
   void compareCriteria() {

@@ -39,6 +39,9 @@ inline constexpr Chances kChancesOfState = {0.01, 0.01};
 // does not know of; these levels bring false transitions on plain curves below 1 %.
 inline constexpr Chances kChancesOfTransition = {0.01, 0.05};
 
+// Durbin-Watson below which residuals wave: two states more are tried, and the sentence tells it.
+inline constexpr double kWaves = 1.3;
+
 // Whether `larger` is to be preferred to `smaller`.
 Comparison compare(const Setup& setup, const Candidate& smaller, const Candidate& larger,
                    const Chances& chances);

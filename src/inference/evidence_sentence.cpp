@@ -10,11 +10,11 @@ namespace {
 
 using zolt::inference::kChancesOfState;
 using zolt::inference::kChancesOfTransition;
+using zolt::inference::kWaves;
 
 constexpr const char* kStates[] = {"No", "One", "Two", "Three", "Four"};
 constexpr const char* kOrdinals[] = {"", "", "second", "third", "fourth"};
 constexpr const char* kPlain[] = {"A straight line", "A parabola", "A single exponential"};
-constexpr double kWaves = 1.3;
 
 // A sentence put together in a buffer that is never overrun.
 class Sentence {

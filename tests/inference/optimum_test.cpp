@@ -35,9 +35,14 @@ TEST(Optimum, NoRandomStartFindsLess) {
     const int n = 10 + static_cast<int>(seed) * 2;
     const Data data = sample(seed % 2 == 0 ? kOne : kTwo, n, seed % 3 == 0 ? 0.05 : 0.01, seed);
     const ZOLTI_Curve curve = data.curve();
+    ZOLTI_Options options = usual();
+    options.native_kind = seed % 4 == 1 ? ZOLTI_GIVEN : ZOLTI_LINE;
+    options.denatured_kind = seed % 4 == 2 ? ZOLTI_GIVEN : ZOLTI_LINE;
+    const double truth[] = {0.1, 0.004, 1.0, -0.003};
+    std::copy(truth, truth + 4, options.baseline);
     CurveSetup setup;
-    ASSERT_EQ(zolt::inference::prepare(&curve, nullptr, setup), ZOLTI_FITTED);
-    const ZOLTI_Fit found = fit(data);
+    ASSERT_EQ(zolt::inference::prepare(&curve, &options, setup), ZOLTI_FITTED);
+    const ZOLTI_Fit found = fit(data, 1, options);
     Noise random(seed + 99);
     for (int start = 0; start < 100; ++start) {
       zolt::inference::Shape shape;
