@@ -8,13 +8,14 @@ namespace {
 // FNV-1a over bytes, the least significant one first.
 struct Hash {
   std::uint64_t state = 0xcbf29ce484222325u;
+  bool anyNaN = true;  // else all of them count as one, since processors differ in their signs
 
   void add(std::uint64_t word) {
     for (int byte = 0; byte < 8; ++byte) {
       state = (state ^ (word >> (8 * byte) & 0xff)) * 0x100000001b3u;
     }
   }
-  void add(double value) { add(bitsOf(value)); }
+  void add(double value) { add(bitsOf(anyNaN || value == value ? value : kNaN)); }
   void add(std::int32_t value) {
     add(static_cast<std::uint64_t>(static_cast<std::uint32_t>(value)));
   }
@@ -132,7 +133,45 @@ void addSeries(Hash& hash, int states, std::uint64_t seed) {
   }
 }
 
+// A few points of a curve, of which one in seven is left as it is: the others are scaled to where
+// squares and quotients end, turned round, or have a value that nobody measures.
+Arguments oddArguments(int index) {
+  constexpr double kScales[] = {1.0, 1e-90, 1e-160, 1e-310, 1e150, 1e307, -1.0};
+  constexpr double kOdd[] = {kNaN, kInf, -0.0, 1e300, -1e-300};
+  const GeneratedCurve curve = assortedCurve(index);
+  const std::size_t count = 1 + static_cast<std::size_t>(index) % 26, all = curve.x.size();
+  Arguments a;
+  Vector x, y;
+  for (std::size_t i = 0; i < count; ++i) {
+    x.push_back(curve.x[i * all / count] * (index % 11 == 3 ? kScales[index % 6] : 1.0));
+    y.push_back(curve.y[i * all / count] * kScales[index % 7]);
+  }
+  if (index % 5 == 0) {
+    y[count / 2] = kOdd[index % 25 / 5];
+  }
+  if (index % 13 == 0) {
+    std::reverse(x.begin(), x.end());
+  }
+  a.x = x;
+  a.y = y;
+  a.baselines.assign(curve.baselines, curve.baselines + 4);
+  a.temperature = index % 17 == 0 ? 0.0 : curve.temperature;
+  return a;
+}
+
 }  // namespace
+
+std::uint64_t oddHash() {
+  Hash hash;
+  hash.anyNaN = false;
+  for (int index = 0; index < 364; ++index) {
+    Arguments a = oddArguments(index);
+    const double width = a.x.values.back();
+    addAnalyses(hash, a, index);
+    addTools(hash, a, width);
+  }
+  return hash.state;
+}
 
 std::uint64_t resultHash(int round) {
   constexpr int kCurves = 300;
