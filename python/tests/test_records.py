@@ -49,6 +49,23 @@ def of_library():
         (inference.Readings(two.x, 1.0 - 0.1 * two.x**2 + 0.1 * two.y), 1, options()),
         (inference.Readings(two.x, np.exp(-two.x / 2) + 0.05 * two.y), 1, options()),
     ]  # fmt: skip
+    both, weigh = ((0.1, 0.004), (1.0, -0.003)), np.geomspace(1e-3, 5, 32)
+    gap = np.r_[two.y[:9], np.nan, two.y[10:]]
+    cases += [
+        (curve(FKBP12, 8), 1, options()), (curve(THREE, 17), 2, options()),
+        (curve(FOUR, 24, 0.004), 3, options()), (curve(FOUR, 96, 0.02), 3, options()),
+        (inference.Readings(1e3 * two.x[::-1], 1e-90 * two.y[::-1]), 1, options(engine=False)),
+        (inference.Readings(two.x, gap, temperature=0.0), 1, options()),
+        (inference.Readings(three.x[20:], 1e90 * three.y[20:], None, 100.0), 1, options("flat", "flat")),
+        (two, 1, options(*both)), (three, 2, options(*both)),
+        (two, 1, options("flat", both[1], m=[1380.0])), (three, 2, options(both[0], dG=[5000.0])),
+        (inference.Readings(two.x, two.y, weigh), 1, options()),
+        (curve(FKBP12, 12, 0.08), 1, options(margin=0.0)), (curve(THREE, 60, 0.05), 2, options()),
+        (inference.Readings(np.repeat(two.x[::2], 2), two.y), 1, options(Cm=[3.9])),
+        (inference.Readings(two.x, (two.x > 4.1) + 0.01 * two.y), 1, options()),
+        (inference.Readings(two.x, 0.3 + 0.02 * two.x + 0.01 * two.y), 1, options()),
+        (four, 3, options(Cm=[None, 4.2])),
+    ]  # fmt: skip
     for readings, transitions, choice in cases:
         for answer in (inference.fit(readings, transitions, choice), inference.decide(readings, choice)):
             yield answer.record
@@ -56,12 +73,14 @@ def of_library():
                 yield answer.evidence
         for method in inference.METHODS:
             yield inference.intervals(readings, answer, choice, method, rounds=20)[0]
+        yield inference.intervals(readings, answer, choice, level=0.4)[0]
     several = [curve([(1400.0 * at, at, 1.0)], 24, seed=at) for at in (3, 4, 5)]
     halves = [curve([(2200.0 * at, at, 0.5), (13000.0, 5.6, 0.5)], 48, seed=1) for at in (2.0, 2.4)]
     for share in inference.SHARES:
         for transitions, curves in enumerate((several, halves), 1):
-            whole, *parts = inference.fit_global(curves, share, transitions, reference=1)
-            yield from (whole, *(part for kind in parts for part in kind))
+            for level in (0.95, 0.4):
+                whole, *parts = inference.fit_global(curves, share, transitions, reference=1, level=level)
+                yield from (whole, *(part for kind in parts for part in kind))
     for level in (0.95, 0.5):
         yield from inference.compare(several, reference=2, level=level)[2]
 
