@@ -153,6 +153,21 @@ TEST(FactorBySquares, RenewsSumsOnBothSidesOfTheThreshold) {
   }
 }
 
+// A column that vanishes ends the rank only beside a first one that is large beside its rounding.
+TEST(FactorBySquares, LeavesVanishedColumnsBesideASmallOneToTheExactRule) {
+  for (const auto& [first, told] : {std::pair(1e-60, true), {1e-85, false}}) {
+    System system{12, 3};
+    Random random(4);
+    system.fill(random);
+    for (int k = 0; k < system.points; ++k) {
+      for (int column = 0; column < 3; ++column) {
+        system.at(k, column) *= column == 0 ? first : 1e-150;
+      }
+    }
+    EXPECT_EQ(factorBothWays(system, digits(first)) > 0, told) << first;
+  }
+}
+
 TEST(FactorBySquares, LeavesWhatIsNotFiniteToTheExactRule) {
   const double inf = std::numeric_limits<double>::infinity();
   for (double value : {inf, -inf, std::nan(""), 1e200}) {
