@@ -207,6 +207,21 @@ TEST(Plausible, KeepsMidpointsSlopesAndWeightsInTheirRanges) {
   }
 }
 
+// A weight that was learned is held, a guarded one only between 0.01 and 0.99.
+TEST(ThreeState, HoldsALearnedWeightWithinItsGuard) {
+  const zolt::Held learned{.weight1 = true};
+  const auto held = [](double weight, bool guarded, const zolt::Held& from) {
+    zolt::Parameters<2> start{};
+    const zolt::Held found = zolt::ThreeState::takeHints({weight, guarded}, from, {}, start);
+    EXPECT_EQ(start[zolt::ParameterOrder<2>::weight(0)], found.weight1 ? weight : 0.0);
+    return found.weight1;
+  };
+  EXPECT_TRUE(held(0.011, true, learned) && held(0.989, true, learned));
+  EXPECT_FALSE(held(0.01, true, learned) || held(0.99, true, learned));
+  EXPECT_FALSE(held(kNaN, true, learned) || held(0.5, true, {}) || held(0.5, false, {}));
+  EXPECT_TRUE(held(0.005, false, learned));
+}
+
 // Residuals of 3, 1, 1 and 1 on four readings.
 TEST(ConfidenceWidth, IsMinusOneWhereNothingWasFitted) {
   const double x[] = {0.0, 1.0, 2.0, 3.0}, y[] = {0.0, 1.0, 2.0, 3.0};
