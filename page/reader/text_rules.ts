@@ -129,8 +129,10 @@ export function allDigits(value: number): string {
 export function roundedTo(value: number, places: number): number {
   if (value === 0 || !Number.isFinite(value)) return value;
   const precision = Number(Math.abs(value).toExponential().split("e")[1]) + places + 1;
-  const least = 10 ** -places;
-  if (precision < 1) return precision === 0 && Math.abs(value) > 0.5 * least ? Math.sign(value) * least : 0;
+  if (precision < 1) {  // nothing is kept, or one where the digits say more than a half
+    const more = precision === 0 && /^(?:[6-9]|5\.0*[1-9])/.test(Math.abs(value).toExponential(100));
+    return more ? Math.sign(value) * Number(`1e${-places}`) : 0;
+  }
   if (precision > 100) return value;
   const [digits, power] = roundedDigits(value, precision);
   return Math.sign(value) * Number(`${digits[0]}.${digits.slice(1)}e${power}`);

@@ -10,7 +10,7 @@ import { Header, denaturantOf, headerOf, unitOf, unitText } from "../../reader/s
 import { readFile } from "../../reader/index";
 import { runsLikeConcentration } from "../../reader/signals";
 import { countsRows } from "../../reader/columns";
-import { general } from "../../reader/text_rules";
+import { general, roundedTo } from "../../reader/text_rules";
 import spellings from "../../../tests/spellings.json";
 import { ok, same, table, test } from "./check";
 
@@ -109,6 +109,12 @@ table("numbers in sentences", (value: number) => general(value), [
   [1e-7, "1e-07"],
   [1234567, "1.23457e+06"],
   [100000, "100000"],
+]);
+table("rounded as the host rounds", roundedTo, [
+  [0.5, 0, 0], [1.5, 0, 2], [2.5, 0, 2], [0.25, 1, 0.2], [0.35, 1, 0.3],
+  [0.05, 1, 0.1],  // as a double a little above the half
+  [0.06, 1, 0.1], [-0.06, 1, -0.1], [0.004, 1, 0], [0.5000001, 0, 1],
+  [123.456, 2, 123.46], [99.995, 2, 100], [-2.675, 2, -2.67],
 ]);
 table("texts of files in sentences", (text: string) => shown(text, 8), [
   ["a\nb\tc", "a b c"],
