@@ -3,6 +3,7 @@
 
 #include <numeric>
 
+#include "smoothing/smoothing.h"
 #include "support/exports.h"
 
 namespace {
@@ -184,6 +185,21 @@ TEST(ModelPicker, CountsCleanTransitionsAndTakesAllElseForOne) {
   for (const Vector& y : {Vector{}, Vector{1, 2}, Vector(385, 1.0), Vector(48, 7.0),
                           Vector(48, kNaN), Vector(3, 0.0), sigmoids(385, 3)}) {
     EXPECT_EQ(pick(y), 2) << y.size();
+  }
+}
+
+// A parabola through three points meets them to rounding, which shows that they were filtered.
+TEST(Smoothing, FiltersFromThreePointsOn) {
+  for (const std::size_t n : {1u, 2u, 3u, 4u}) {
+    const Vector y = {0.1, 0.7, 0.3, 0.9};
+    Vector smooth(n);
+    zolt::smoothSGolay(std::span(y).first(n), smooth);
+    bool same = true;
+    for (std::size_t i = 0; i < n; ++i) {
+      EXPECT_NEAR(smooth[i], y[i], n < 4 ? 1e-15 : 1.0) << n;
+      same = same && smooth[i] == y[i];
+    }
+    EXPECT_EQ(same, n < 3) << n;
   }
 }
 

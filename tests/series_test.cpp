@@ -320,6 +320,7 @@ TEST(SeriesCurves, LinesAndFractions) {
   const auto K = [](double dG) { return std::exp(-dG / kRT); };
   const auto D = [](double slope, double label) { return 800 + slope * std::log(label); };
   const double rise = std::exp((D(500, 5) - D(500, 2)) / kRT) - 1;
+  const double slight = std::expm1((D(0.5, 5) - D(0.5, 2)) / kRT);
   const double fall = std::exp((D(-500, 2) - D(-500, 5)) / kRT) - 1;
   struct Row {
     const char* curve;
@@ -332,6 +333,7 @@ TEST(SeriesCurves, LinesAndFractions) {
         {"dGtrend_fd", 0, K(800) / (1 + K(800)), K(800) / (1 + K(800))},
         {"dGtrend_fragg", 500, 0, rise / (1 + K(D(500, 5)) + rise)},
         {"dGtrend_fragg", -500, 0, fall / (1 / K(D(-500, 5)) + 1 + fall)},
+        {"dGtrend_fragg", 0.5, 0, slight / (1 + K(D(0.5, 5)) + slight)},
         {"dGtrend_fragg", 0, 0, 0},
         {"dGtrend_fragg", kNaN, 0, 0},
         {"dGtrend_fraggfd", -500, 0, fall / (1 + fall)},
