@@ -133,14 +133,22 @@ void addSeries(Hash& hash, int states, std::uint64_t seed) {
   }
 }
 
-// A few points of a curve, of which one in seven is left as it is: the others are scaled to where
-// squares and quotients end, turned round, or have a value that nobody measures.
-Arguments oddArguments(int index) {
+Arguments argumentsOf(const GeneratedCurve& curve) {
+  Arguments a;
+  a.x = curve.x;
+  a.y = curve.y;
+  a.baselines.assign(curve.baselines, curve.baselines + 4);
+  a.temperature = curve.temperature;
+  return a;
+}
+
+// A few points of a curve, scaled to where squares and quotients end, turned round, or with a value
+// that nobody measures. Some are left as they are.
+GeneratedCurve oddCurve(int index) {
   constexpr double kScales[] = {1.0, 1e-90, 1e-160, 1e-310, 1e150, 1e307, -1.0};
   constexpr double kOdd[] = {kNaN, kInf, -0.0, 1e300, -1e-300};
-  const GeneratedCurve curve = assortedCurve(index);
+  GeneratedCurve curve = assortedCurve(index);
   const std::size_t count = 1 + static_cast<std::size_t>(index) % 26, all = curve.x.size();
-  Arguments a;
   Vector x, y;
   for (std::size_t i = 0; i < count; ++i) {
     x.push_back(curve.x[i * all / count] * (index % 11 == 3 ? kScales[index % 6] : 1.0));
@@ -152,11 +160,12 @@ Arguments oddArguments(int index) {
   if (index % 13 == 0) {
     std::reverse(x.begin(), x.end());
   }
-  a.x = x;
-  a.y = y;
-  a.baselines.assign(curve.baselines, curve.baselines + 4);
-  a.temperature = index % 17 == 0 ? 0.0 : curve.temperature;
-  return a;
+  if (index % 17 == 0) {
+    curve.temperature = 0.0;
+  }
+  curve.x = x;
+  curve.y = y;
+  return curve;
 }
 
 }  // namespace
@@ -164,11 +173,12 @@ Arguments oddArguments(int index) {
 std::uint64_t oddHash() {
   Hash hash;
   hash.anyNaN = false;
-  for (int index = 0; index < 364; ++index) {
-    Arguments a = oddArguments(index);
-    const double width = a.x.values.back();
+  constexpr int kCurves = 364;  // every count of points meets every scale
+  for (int index = 0; index < kCurves; ++index) {
+    const GeneratedCurve curve = oddCurve(index);
+    Arguments a = argumentsOf(curve);
     addAnalyses(hash, a, index);
-    addTools(hash, a, width);
+    addTools(hash, a, curve.x.back());
   }
   return hash.state;
 }
@@ -179,11 +189,7 @@ std::uint64_t resultHash(int round) {
   Hash hash;
   for (int index = round * kCurves; index < (round + 1) * kCurves; ++index) {
     const GeneratedCurve curve = assortedCurve(index);
-    Arguments a;
-    a.x = curve.x;
-    a.y = curve.y;
-    a.baselines.assign(curve.baselines, curve.baselines + 4);
-    a.temperature = curve.temperature;
+    Arguments a = argumentsOf(curve);
     addAnalyses(hash, a, index);
     addTools(hash, a, curve.midpoints[0]);
   }

@@ -23,7 +23,7 @@ from zolt import ReadError  # noqa: E402
 from zolt.read import read_file, read_together  # noqa: E402
 
 PAGE = ROOT / "page"
-seed = lambda: int(os.environ.get("ZOLT_SEED", 11))  # noqa: E731
+SEED = int(os.environ.get("ZOLT_SEED", 11))
 OPTIONS = {"skip_rows": "skipRows"}  # names of choices that differ from the host's
 
 
@@ -153,17 +153,17 @@ def test_random_dialects(read, tmp_path):
     assert_alike(read, cases)
 
 
-MADE = {
-    "at limits": ((text, None) for text in files_at_limits()),
-    "random": ((text, None) for text in random_tables(4000, seed())),
-    "plates": random_plates(1000, seed()),
+MADE = {  # texts of a table and of its layout
+    "at limits": lambda: ((text, None) for text in files_at_limits()),
+    "random": lambda: ((text, None) for text in random_tables(4000, SEED)),
+    "plates": lambda: random_plates(1000, SEED),
 }
 
 
-@pytest.mark.parametrize("tables", MADE.values(), ids=MADE)
-def test_made_tables(read, tmp_path, tables):
+@pytest.mark.parametrize("made", MADE.values(), ids=MADE)
+def test_made_tables(read, tmp_path, made):
     cases = []
-    for i, texts in enumerate(tables):
+    for i, texts in enumerate(made()):
         path, layout = (tmp_path / f"{name}_{i}.csv" for name in ("table", "layout"))
         for file, text in zip((path, layout), texts):
             file.write_text(text or "", encoding="utf-8")
@@ -172,7 +172,7 @@ def test_made_tables(read, tmp_path, tables):
 
 
 def test_spoiled_files(read, tmp_path):
-    draw = random.Random(seed())
+    draw = random.Random(SEED)
     sources = [path for path in host.TABLES.iterdir() if path.suffix in (".csv", ".txt", ".dat", ".md")]
     cases = []
     for i, source in enumerate(sorted(sources) * 4):

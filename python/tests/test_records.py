@@ -37,6 +37,8 @@ def of_library():
 
     two, three, four, options = curve(FKBP12), curve(THREE, 60), curve(FOUR, 96, 0.003), inference.Options
     x, y = simulate(FKBP12, 16, noise=0.01)
+    both, weigh = ((0.1, 0.004), (1.0, -0.003)), np.geomspace(1e-3, 5, 32)
+    gap = np.r_[two.y[:9], np.nan, two.y[10:]]
     cases = [
         (two, 1, options()), (two, 1, options("flat")),
         (two, 1, options(denatured=(1.0, -0.003), margin=0.5)),
@@ -48,10 +50,6 @@ def of_library():
         (inference.Readings([*x, *x, *x], [*y, *(y + 0.02), *(y[::-1])], temperature=60.0), 1, options()),
         (inference.Readings(two.x, 1.0 - 0.1 * two.x**2 + 0.1 * two.y), 1, options()),
         (inference.Readings(two.x, np.exp(-two.x / 2) + 0.05 * two.y), 1, options()),
-    ]  # fmt: skip
-    both, weigh = ((0.1, 0.004), (1.0, -0.003)), np.geomspace(1e-3, 5, 32)
-    gap = np.r_[two.y[:9], np.nan, two.y[10:]]
-    cases += [
         (curve(FKBP12, 8), 1, options()), (curve(THREE, 17), 2, options()),
         (curve(FOUR, 24, 0.004), 3, options()), (curve(FOUR, 96, 0.02), 3, options()),
         (inference.Readings(1e3 * two.x[::-1], 1e-90 * two.y[::-1]), 1, options(engine=False)),

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 #include "inference/evidence.h"
 #include "inference/plain_models.h"
@@ -112,7 +113,7 @@ class Decision {
   // is one, tells of the curve that comes nearest: one that serves as well, if any does.
   int againstPlain(const Candidate& larger, ZOLTI_EvidenceRow* to) {
     int outcome = ZOLTI_PASSED;
-    bool toldServes = false;
+    std::pair<bool, double> nearest = {false, -1.0};  // whether it stayed unbeaten, and its chance
     for (int model = ZOLTI_MODEL_LINE; model <= ZOLTI_MODEL_EXPONENTIAL; ++model) {
       Candidate plain;
       plain.model = model;
@@ -127,14 +128,13 @@ class Decision {
         continue;
       }
       const Comparison result = compare(setup_, plain, larger, kChancesOfTransition);
-      const double chance = std::max(result.p, result.pWithout);
-      const bool serves = result.outcome != ZOLTI_PASSED;
-      if (to != nullptr && (to->against < 0 || serves > toldServes ||
-                            (serves == toldServes && chance > std::max(to->p, to->p_without)))) {
+      const bool unbeaten = result.outcome != ZOLTI_PASSED;
+      const std::pair near = {unbeaten, std::max(result.p, result.pWithout)};
+      if (to != nullptr && near > nearest) {
         fillComparison(result, model, *to);
-        toldServes = serves;
+        nearest = near;
       }
-      if (serves && outcome != ZOLTI_SERVES_AS_WELL) {
+      if (unbeaten && outcome != ZOLTI_SERVES_AS_WELL) {
         outcome = result.outcome == ZOLTI_UNSOUND ? ZOLTI_UNSOUND : ZOLTI_SERVES_AS_WELL;
       }
     }

@@ -106,7 +106,7 @@ TEST(Evidence, RowsAgreeWithTheirSums) {
   EXPECT_EQ(three.aicc_difference, 0.0);
   EXPECT_NEAR(two.aicc_difference, two.aicc - three.aicc, 1e-9);
   EXPECT_NEAR(three.residual_sd, decided.fit.residual_sd, 1e-12);
-  // Of as many readings as the criterion divides by nothing at there is none.
+  // Eight readings leave the criterion a divisor of 0, and so no value.
   const ZOLTI_Evidence few = decide(sample(kOne, 8, 0.01)).evidence;
   EXPECT_EQ(few.row[ZOLTI_MODEL_TWO_STATES].aicc_difference, -1.0);
 }

@@ -98,7 +98,7 @@ test("the engine's own vector: of the fit, of given baselines, of more states", 
   same(vector.length, 24);
   same(vector.slice(0, 9), [...more.fit.baseline, more.fit.dG[0], more.fit.Cm[0], more.fit.dG[1], more.fit.Cm[1], more.fit.weight[0]]);
   same(vector.slice(9), [0, 0, 0, more.fit.RT, 0, more.fit.r_squared, 0, 50, 0, 0, 0, 0, 0, 0, 0]);
-  // The engine draws its own vector of four states as the library draws the fit.
+  // A vector of four states has every transition at its place, and the engine takes it.
   const four = simulated({ m: [2500, 2600, 2900], Cm: [1.6, 4.2, 6.7], weight: [0.35, 0.3, 0.35], x: places(65) });
   const { fit } = fitted(four, { states: 4 });
   same(fit.dG.map((_, t) => [vectorOf(fit)[ENGINE.dG[t]], vectorOf(fit)[ENGINE.Cm[t]]]), fit.dG.map((dG, t) => [dG, fit.Cm[t]]));
